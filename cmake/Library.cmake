@@ -1,0 +1,21 @@
+# SPDX-License-Identifier: MIT
+
+# Warnings, sanitizers and include root: the same for everything that we compile.
+function(tolvane_target name)
+  target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
+  target_compile_options(${name} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor
+                                         -Woverloaded-virtual -Wimplicit-fallthrough -Werror)
+  target_compile_definitions(${name} PRIVATE TOLVANE_VERSION="${PROJECT_VERSION}")
+  if(TOLVANE_SANITIZE)
+    target_compile_options(${name} PUBLIC -fsanitize=${TOLVANE_SANITIZE} -fno-omit-frame-pointer
+                                          -fno-sanitize-recover=all)
+    target_link_options(${name} PUBLIC -fsanitize=${TOLVANE_SANITIZE})
+  endif()
+endfunction()
+
+# One folder of the product is one library; every source file in it belongs to it.
+function(tolvane_library name)
+  file(GLOB sources CONFIGURE_DEPENDS *.cpp *.h)
+  add_library(tolvane_${name} STATIC ${sources})
+  tolvane_target(tolvane_${name})
+endfunction()

@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "model/PackageEntry.h"
+#include "platform/Error.h"
+#include "platform/URL.h"
+#include "platform/URLSession.h"
+
+namespace tolvane {
+
+inline constexpr std::string_view kDownloadManagerErrorDomain = "DownloadManager";
+
+enum DownloadManagerError : int {
+  kNoFilenameError = 1001,
+  kFileMissingError = 2001,
+  kSizeMismatchError = 2002,
+  kMD5MismatchError = 2003,
+  kSHA256MismatchError = 2004,
+};
+
+// Downloads one package file into a folder and checks it against the size and digests that the
+// index gives. Keeps no state of a download, so any number may be under way.
+class DownloadManager {
+ public:
+  // On success the path of the file and no error; on failure no path and the error.
+  using Completion =
+      std::function<void(bool success, std::optional<std::string> localPath, std::optional<Error>)>;
+
+  explicit DownloadManager(const URLSessionFactory& sessionFactory = makeURLSession);
+  virtual ~DownloadManager() = default;
+
+  // Downloads, moves into place and validates. The file gets its name before it is validated, and
+  // one that fails validation stays. A file or folder that stands there already is a success, and
+  // nothing is checked. The completion runs on a background thread, or at once on the calling one
+  // where nothing is sent.
+  virtual void downloadPackage(const PackageEntry& package, const std::optional<URL>& repositoryURL,
+                               const std::string& destinationPath, Completion completion);
+
+  // One attempt. A timeout (-1001) is tried again after 2 seconds while `retryCount` is above 0.
+  void downloadPackage(const PackageEntry& package, const std::optional<URL>& downloadURL,
+                       const std::string& localPath, int retryCount, Completion completion);
+
+  // Size, MD5 and SHA-256, in this order, each only where the index gives it.
+  std::optional<Error> validationErrorForPackage(const PackageEntry& package,
+                                                 const std::string& localPath) const;
+
+  // Lower-case hexadecimal digest: SHA-256 for the type "SHA256", MD5 for every other. No value
+  // when the file cannot be read.
+  static std::optional<std::string> hashForFileAtPath(const std::string& path,
+                                                      std::string_view type);
+
+  static std::optional<URL> URLForPackage(const PackageEntry& package,
+                                          const std::optional<URL>& repositoryURL);
+
+  // Where a package is saved, and whether it counts as already present, is decided by this name:
+  // the last path component of `filename`, or else "packageName_version.deb".
+  static std::string localFilenameForPackage(const PackageEntry& package);
+
+ private:
+  struct Attempt;
+  static void start(const std::shared_ptr<Attempt>& attempt);
+
+  std::shared_ptr<URLSession> session_;  // 60 seconds a wait, 300 seconds a transfer
+};
+
+}  // namespace tolvane

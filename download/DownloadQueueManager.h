@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "download/DownloadManager.h"
+#include "model/PackageEntry.h"
+#include "platform/MainQueue.h"
+#include "platform/OperationQueue.h"
+
+namespace tolvane {
+
+// Downloads a list of packages into one folder, skips those already there, and counts.
+//
+// The width bounds package steps (a look at the disk and the start of a transfer), not transfers:
+// those are bounded by the download session alone.
+class DownloadQueueManager {
+ public:
+  using PackageList = std::vector<PackageEntry>;
+  using Progress =
+      std::function<void(std::uint64_t completed, std::uint64_t total, std::uint64_t failed,
+                         std::uint64_t skipped, std::uint64_t verified,
+                         std::uint64_t validationFailed)>;
+  using Completion =
+      std::function<void(std::uint64_t downloaded, std::uint64_t failed, std::uint64_t skipped,
+                         std::uint64_t verified, std::uint64_t validationFailed)>;
+
+  explicit DownloadQueueManager(MainQueue& mainQueue,
+                                const URLSessionFactory& sessionFactory = makeURLSession);
+  DownloadQueueManager(MainQueue& mainQueue, std::shared_ptr<DownloadManager> downloadManager);
+
+  std::int64_t maxConcurrentDownloads() const;           // 5 at first
+  void setMaxConcurrentDownloads(std::int64_t maximum);  // below 1 counts as 1
+
+  bool hasInstaller4Packages() const { return shared_->hasInstaller4Packages; }
+  bool cancelled() const { return shared_->cancelled; }
+
+  std::string localFilenameForPackage(const PackageEntry& package) const;
+
+  // The packages whose name, by the rule of DownloadManager for every kind of package, does not
+  // exist in the folder, in their order. On the calling thread.
+  PackageList missingPackagesFromPackages(const PackageList& packages,
+                                          const std::string& destinationPath) const;
+
+  // Starts a run and returns. Progress comes once a package, both callbacks on the main queue; an
+  // empty list completes at once on the calling thread. A run that is cancelled while packages
+  // wait has no completion.
+  void downloadPackages(const PackageList& packages, const std::optional<URL>& repositoryURL,
+                        const std::string& destinationPath, Progress progress,
+                        Completion completion);
+
+  // Discards the packages that wait. Transfers under way finish and are counted.
+  void cancelAllDownloads();
+
+ private:
+  // What package steps use of the queue, so that they may outlive it.
+  struct Shared {
+    std::atomic<bool> cancelled{false};
+    std::atomic<bool> hasInstaller4Packages{false};
+    std::shared_ptr<DownloadManager> downloadManager;
+  };
+  struct Run;
+
+  MainQueue& mainQueue_;
+  std::shared_ptr<Shared> shared_;
+  OperationQueue queue_;
+};
+
+}  // namespace tolvane

@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: MIT
+#include "platform/Error.h"
+
+#include <fmt/format.h>
+
+#include <system_error>
+
+namespace tolvane {
+
+Error posixError(int errorNumber) {
+  return {std::string(kPOSIXErrorDomain), errorNumber,
+          std::generic_category().message(errorNumber)};
+}
+
+std::string describe(const std::optional<Error>& error) {
+  if (!error) return "(null)";
+  return fmt::format("Error Domain={} Code={} \"{}\"", error->domain, error->code,
+                     error->description);
+}
+
+}  // namespace tolvane

@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "platform/Error.h"
+
+namespace tolvane {
+
+// Paths are the file system's own bytes. An empty path, or one that holds NUL, names nothing: it
+// does not exist and every operation on it fails with EINVAL.
+
+// Whether a file or folder exists at the path. Links are followed.
+bool fileExists(const std::string& path);
+
+// Size in bytes of what stands at the path, links followed; no value when it cannot be read.
+std::optional<std::uint64_t> fileSize(const std::string& path);
+
+// Creates the folder with all missing intermediate folders. Success when it is there already.
+std::optional<Error> createFolder(const std::string& path);
+
+// The folder itself where it exists, else its nearest existing ancestor ("." for a relative path
+// of which nothing exists).
+std::string nearestExistingFolder(const std::string& path);
+
+}  // namespace tolvane

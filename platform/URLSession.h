@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/Error.h"
+#include "platform/TemporaryFile.h"
+#include "platform/URL.h"
+
+namespace tolvane {
+
+struct URLSessionConfiguration {
+  // The longest wait for further bytes; before the first one it covers name, connection and TLS.
+  std::chrono::milliseconds timeoutIntervalForRequest = std::chrono::seconds(60);
+  // The longest a whole transfer may take, redirects included.
+  std::chrono::milliseconds timeoutIntervalForResource = std::chrono::hours(24 * 7);
+  // Connections, not transfers: over HTTP/2 each carries up to 100 of them.
+  int maximumConnectionsPerHost = 6;
+};
+
+// A GET. No session keeps a cache.
+struct URLRequest {
+  std::optional<URL> url;
+  std::vector<std::pair<std::string, std::string>> headers;
+};
+
+struct URLResponse {
+  int statusCode = 0;
+};
+
+// The request for an index: `url` with Cache-Control and Pragma set to no-cache.
+URLRequest uncachedRequest(std::optional<URL> url);
+
+// Bodies that are held in memory end here, counted after an HTTP content encoding was undone.
+inline constexpr std::size_t kMaximumBodySize = std::size_t{1} << 30;
+
+// Sends HTTP and HTTPS requests. It is cheap to make; connections and TLS sessions are pooled for
+// the whole process, so a fresh session for each request costs no handshakes. A session may go
+// while its requests are under way; they carry on.
+//
+// Completions are called exactly once, one at a time, on the session's own serial background
+// queue; one that is still to come when the process ends, is not called. The error is one of
+// kURLErrorDomain, or of kPOSIXErrorDomain where the disk refused. An answer that ends early comes
+// with both its response and an error. Redirects are followed within http and https, at most 20.
+class URLSession {
+ public:
+  using DataCompletion =
+      std::function<void(std::string body, std::optional<URLResponse>, std::optional<Error>)>;
+  using DownloadCompletion =
+      std::function<void(TemporaryFile file, std::optional<URLResponse>, std::optional<Error>)>;
+
+  virtual ~URLSession() = default;
+
+  // Reads the answer into memory. HTTP content encodings are asked for and undone, except where
+  // the URL's path ends in ".gz", ".bz2" or ".xz". A body of more than kMaximumBodySize, or one
+  // for which there is no memory, ends with kURLErrorDataLengthExceedsMaximum.
+  virtual void dataTask(URLRequest request, DataCompletion completion) = 0;
+
+  // Writes the answer, byte for byte as it was stored, to a temporary file that can be moved into
+  // `folder` (which need not exist yet) and flushes it to the disk. The file is open exactly when
+  // there is no error; any status counts as an answer.
+  virtual void downloadTask(URLRequest request, const std::string& folder,
+                            DownloadCompletion completion) = 0;
+};
+
+using URLSessionFactory =
+    std::function<std::shared_ptr<URLSession>(const URLSessionConfiguration&)>;
+
+// The default factory: sessions over the process's one transport.
+std::shared_ptr<URLSession> makeURLSession(const URLSessionConfiguration& configuration);
+
+}  // namespace tolvane

@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "model/PackageEntry.h"
+
+namespace tolvane {
+
+// Reads the text of a `Packages` index: stanzas of the control-file syntax of Debian Policy 5.1,
+// with this program's leniency for hand-made files (see RepoParser.cpp).
+class RepoParser {
+ public:
+  RepoParser() = delete;
+
+  // The records in the order of the text: one for each stanza that has both a "Package" and a
+  // "Filename" field, empty or not. Never fails; bad input yields fewer records or none. The
+  // records share the text that is handed in, so move it.
+  static std::vector<PackageEntry> parsePackagesText(std::string text);
+};
+
+}  // namespace tolvane

@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "model/PackageEntry.h"
+#include "platform/Error.h"
+#include "platform/URL.h"
+#include "platform/URLSession.h"
+
+namespace tolvane {
+
+// The one front through which a repository of any kind is loaded.
+//
+// Every fetch reports its steps on the log bus and ends with exactly one call of its completion, on
+// a background thread, with either a list or an error. A fetch carries all that it needs with it:
+// any number may run at once, and the fetcher may go before they end.
+class RepositoryFetcher {
+ public:
+  using PackageList = std::vector<PackageEntry>;
+  using Completion = std::function<void(std::optional<PackageList>, std::optional<Error>)>;
+
+  explicit RepositoryFetcher(URLSessionFactory sessionFactory = makeURLSession);
+
+  // APT only.
+  void fetchPackagesFromRepositoryURL(const std::optional<URL>& repositoryURL,
+                                      Completion completion) const;
+
+  // Walks the candidates from `index` on, one request at a time, to the first one that downloads,
+  // decodes and holds a package. Error "RepositoryFetcher" 404 when there is none.
+  void tryCandidatePaths(std::shared_ptr<const std::vector<std::string>> paths, std::size_t index,
+                         const std::optional<URL>& repositoryURL, bool fallbackToInstaller4,
+                         Completion completion) const;
+
+  // The paths below a repository URL at which an APT index is looked for, in order.
+  static std::shared_ptr<const std::vector<std::string>> candidatePaths();
+
+  static std::optional<URL> URLForCandidatePath(std::string_view path,
+                                                const std::optional<URL>& repositoryURL);
+
+  // A new session for one candidate: 30 seconds a wait, 60 seconds a transfer.
+  std::shared_ptr<URLSession> freshSession() const;
+
+  // The text of a payload, or no value when it cannot be decoded. Text is UTF-8 (a leading
+  // byte-order mark is dropped) or else ISO 8859-1.
+  static std::optional<std::string> stringFromTextData(std::string bytes);
+  static std::optional<std::string> stringFromGzipData(std::string_view bytes);
+  static std::optional<std::string> stringFromBzip2Data(std::string_view bytes);
+  static std::optional<std::string> stringFromXZData(std::string_view bytes);
+
+  // The operation above that the path's ending asks for: ".gz", ".bz2", ".xz", else text.
+  static std::optional<std::string> stringFromData(std::string bytes, std::string_view path);
+
+ private:
+  URLSessionFactory sessionFactory_;
+};
+
+}  // namespace tolvane
