@@ -2,7 +2,6 @@
 #include "platform/Error.h"
 
 #include <fmt/format.h>
-
 #include <system_error>
 
 namespace tolvane {

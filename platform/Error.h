@@ -8,7 +8,8 @@
 namespace tolvane {
 
 // A failure as a value. Operations that can fail return std::optional<Error>, where no value means
-// success, or hand one to their completion. Nothing in this program throws across a folder's border.
+// success, or hand one to their completion. Nothing in this program throws across a folder's
+// border.
 struct Error {
   std::string domain;
   int code = 0;

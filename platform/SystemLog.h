@@ -2,7 +2,6 @@
 #pragma once
 
 #include <fmt/format.h>
-
 #include <functional>
 #include <memory>
 #include <string>

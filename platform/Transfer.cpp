@@ -1,0 +1,220 @@
+// SPDX-License-Identifier: MIT
+#include "platform/Transfer.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <new>
+
+#include "platform/Text.h"
+#include "platform/TransferErrors.h"
+
+namespace tolvane {
+
+namespace {
+
+constexpr int kMaximumRedirects = 20;
+constexpr long kReceiveBufferSize = 128 * 1024;
+constexpr std::size_t kLargestReservation = std::size_t{64} << 20;
+
+// A body under such a name is what a content encoding would have made of it, so none is asked for.
+bool isPackedPath(std::string_view path) {
+  return path.ends_with(".gz") || path.ends_with(".bz2") || path.ends_with(".xz");
+}
+
+const char* environment(const char* name) {
+  const char* value = std::getenv(name);
+  return value && *value ? value : nullptr;
+}
+
+bool isRedirectStatus(int status) {
+  return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
+}
+
+// Whether `line` is a header field of this name.
+bool isField(std::string_view line, std::string_view name) {
+  return line.size() > name.size() && line[name.size()] == ':' &&
+         equalsIgnoringASCIICase(line.substr(0, name.size()), name);
+}
+
+}  // namespace
+
+Transfer::Transfer(CURL* easy, CURLSH* share, std::unique_ptr<TransferTask> task,
+                   const HeadObserver& onHead, TransferClock::time_point now)
+    : easy_(easy), task_(std::move(task)), onHead_(onHead), lastActivity_(now) {
+  if (!task_->started) task_->started = now;
+  setUp(share);
+}
+
+Transfer::~Transfer() {
+  curl_slist_free_all(headers_);
+}
+
+Transfer* Transfer::of(CURL* easy) {
+  Transfer* transfer = nullptr;
+  curl_easy_getinfo(easy, CURLINFO_PRIVATE, &transfer);
+  return transfer;
+}
+
+void Transfer::setUp(CURLSH* share) {
+  const URL& url = *task_->request.url;
+  curl_easy_reset(easy_);
+  curl_easy_setopt(easy_, CURLOPT_PRIVATE, this);
+  curl_easy_setopt(easy_, CURLOPT_SHARE, share);
+  curl_easy_setopt(easy_, CURLOPT_URL, url.absoluteString().c_str());
+  curl_easy_setopt(easy_, CURLOPT_PATH_AS_IS, 1L);  // a URL is sent as it was typed
+  curl_easy_setopt(easy_, CURLOPT_PROTOCOLS_STR, "http,https");
+  curl_easy_setopt(easy_, CURLOPT_USERAGENT, "Tolvane/" TOLVANE_VERSION);
+  curl_easy_setopt(easy_, CURLOPT_NOSIGNAL, 1L);
+  curl_easy_setopt(easy_, CURLOPT_QUICK_EXIT, 1L);  // a timeout does not wait for a name look-up
+  curl_easy_setopt(easy_, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
+  curl_easy_setopt(easy_, CURLOPT_BUFFERSIZE, kReceiveBufferSize);
+  // Our own deadlines are the only ones.
+  curl_easy_setopt(easy_, CURLOPT_CONNECTTIMEOUT, 60L * 60 * 24 * 365);
+  curl_easy_setopt(easy_, CURLOPT_HEADERFUNCTION, onHeader);
+  curl_easy_setopt(easy_, CURLOPT_HEADERDATA, this);
+  curl_easy_setopt(easy_, CURLOPT_WRITEFUNCTION, onBody);
+  curl_easy_setopt(easy_, CURLOPT_WRITEDATA, this);
+  // libcurl leaves these two to its callers.
+  if (const char* file = environment("SSL_CERT_FILE"))
+    curl_easy_setopt(easy_, CURLOPT_CAINFO, file);
+  if (const char* folder = environment("SSL_CERT_DIR"))
+    curl_easy_setopt(easy_, CURLOPT_CAPATH, folder);
+  if (!task_->isDownload() && !isPackedPath(url.path()))
+    curl_easy_setopt(easy_, CURLOPT_ACCEPT_ENCODING, "");
+  if (task_->onFreshConnection) curl_easy_setopt(easy_, CURLOPT_FRESH_CONNECT, 1L);
+  for (const auto& [name, value] : task_->request.headers)
+    headers_ = curl_slist_append(headers_, (name + ": " + value).c_str());
+  if (headers_) curl_easy_setopt(easy_, CURLOPT_HTTPHEADER, headers_);
+}
+
+TransferClock::time_point Transfer::deadline() const {
+  const URLSessionConfiguration& configuration = task_->session->configuration;
+  return std::min(lastActivity_ + configuration.timeoutIntervalForRequest,
+                  *task_->started + configuration.timeoutIntervalForResource);
+}
+
+std::size_t Transfer::onHeader(const char* bytes, std::size_t size, std::size_t count, void* self) {
+  static_cast<Transfer*>(self)->readHeader({bytes, size * count});
+  return size * count;
+}
+
+void Transfer::readHeader(std::string_view line) {
+  lastActivity_ = TransferClock::now();
+  receivedAnything_ = true;
+  if (headComplete_) return;  // a trailer
+  if (line.starts_with("HTTP/")) {
+    long status = 0;
+    long version = CURL_HTTP_VERSION_NONE;
+    curl_easy_getinfo(easy_, CURLINFO_RESPONSE_CODE, &status);
+    curl_easy_getinfo(easy_, CURLINFO_HTTP_VERSION, &version);
+    statusCode_ = static_cast<int>(status);
+    multiplexed_ = version >= CURL_HTTP_VERSION_2_0;
+    hasLocation_ = false;
+    onHead_(*this);
+  } else if (isField(line, "location")) {
+    hasLocation_ = true;
+  } else if (line == "\r\n" || line == "\n") {
+    headComplete_ = statusCode_ >= 200;
+  }
+}
+
+std::size_t Transfer::onBody(const char* bytes, std::size_t size, std::size_t count, void* self) {
+  auto* transfer = static_cast<Transfer*>(self);
+  transfer->failure_ = transfer->receive({bytes, size * count});
+  return transfer->failure_ ? CURL_WRITEFUNC_ERROR : size * count;
+}
+
+std::optional<Error> Transfer::receive(std::string_view bytes) {
+  lastActivity_ = TransferClock::now();
+  receivedAnything_ = true;
+  if (isRedirect()) return std::nullopt;  // what it says is for people, not for the file
+  if (!task_->isDownload()) return receiveInMemory(bytes);
+  if (!file_.isOpen()) {
+    if (auto error = file_.open(task_->folder)) return error;
+  }
+  return file_.write(bytes.data(), bytes.size());
+}
+
+std::optional<Error> Transfer::receiveInMemory(std::string_view bytes) {
+  if (bytes.size() > kMaximumBodySize - body_.size())
+    return urlError(kURLErrorDataLengthExceedsMaximum);
+  try {
+    if (body_.empty()) {
+      curl_off_t length = -1;
+      curl_easy_getinfo(easy_, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
+      if (length > 0)
+        body_.reserve(std::min(static_cast<std::size_t>(length), kLargestReservation));
+    }
+    body_.append(bytes);
+  } catch (const std::bad_alloc&) {
+    return urlError(kURLErrorDataLengthExceedsMaximum);
+  }
+  return std::nullopt;
+}
+
+bool Transfer::isRedirect() const {
+  return hasLocation_ && isRedirectStatus(statusCode_);
+}
+
+// A server that ends a connection after so many requests, or after so many seconds, leaves those
+// that were on their way to it without an answer.
+bool Transfer::wasLeftUnprocessed(CURLcode result) const {
+  if (receivedAnything_) return false;
+  switch (result) {
+    case CURLE_HTTP2:
+    case CURLE_HTTP2_STREAM:
+      return true;
+    case CURLE_GOT_NOTHING:
+    case CURLE_SEND_ERROR:
+    case CURLE_RECV_ERROR: {
+      long connectionsMade = 1;
+      curl_easy_getinfo(easy_, CURLINFO_NUM_CONNECTS, &connectionsMade);
+      return connectionsMade == 0;
+    }
+    default:
+      return false;
+  }
+}
+
+std::optional<Error> Transfer::followRedirect() {
+  if (task_->redirects == kMaximumRedirects) return urlError(kURLErrorTooManyRedirects);
+  ++task_->redirects;
+  task_->onFreshConnection = false;
+  const char* target = nullptr;  // resolved against this URL by libcurl
+  curl_easy_getinfo(easy_, CURLINFO_REDIRECT_URL, &target);
+  std::optional<URL> url = target ? URL::parse(target) : std::nullopt;
+  if (!url) return urlError(kURLErrorBadURL);
+  if (!url->isHTTP()) return urlError(kURLErrorUnsupportedURL);
+  if (url->host().empty()) return urlError(kURLErrorBadURL);
+  task_->request.url = std::move(url);
+  return std::nullopt;
+}
+
+Transfer::Outcome Transfer::finish(CURLcode result) {
+  Outcome outcome;
+  if (headComplete_) outcome.response = URLResponse{statusCode_};
+  if (failure_) {
+    outcome.error = std::move(failure_);
+  } else if (result == CURLE_OK && isRedirect()) {
+    outcome.error = followRedirect();
+    outcome.sendAgain = !outcome.error;
+  } else if (result == CURLE_OK) {
+    if (task_->isDownload() && !file_.isOpen()) outcome.error = file_.open(task_->folder);
+  } else if (!task_->resent && wasLeftUnprocessed(result)) {
+    task_->resent = true;
+    // Other kept connections may be as dead as this one was. Over HTTP/2 a hundred requests may
+    // come back at once; they share one.
+    task_->onFreshConnection = result != CURLE_HTTP2 && result != CURLE_HTTP2_STREAM;
+    outcome.sendAgain = true;
+  } else {
+    outcome.error = urlErrorForCurlCode(result);
+  }
+  if (!outcome.error && !outcome.sendAgain) {
+    outcome.body = std::move(body_);
+    outcome.file = std::move(file_);
+  }
+  outcome.task = std::move(task_);
+  return outcome;
+}
+
+}  // namespace tolvane

@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <curl/curl.h>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/TransferTask.h"
+
+namespace tolvane {
+
+// One request on the wire: a libcurl handle that receives the answer for one task. Internal to the
+// transport; belongs to its thread.
+class Transfer {
+ public:
+  using HeadObserver = std::function<void(const Transfer&)>;
+
+  // `easy` is borrowed, reset and set up here; `share` holds what handles have in common. `onHead`
+  // is called, and must live, while the transfer is under way: when the protocol is known.
+  Transfer(CURL* easy, CURLSH* share, std::unique_ptr<TransferTask> task,
+           const HeadObserver& onHead, TransferClock::time_point now);
+  ~Transfer();
+
+  Transfer(const Transfer&) = delete;
+  Transfer& operator=(const Transfer&) = delete;
+
+  static Transfer* of(CURL* easy);
+
+  CURL* easy() const { return easy_; }
+  const TransferTask& task() const { return *task_; }
+
+  // When this transfer has been quiet, or under way, for too long.
+  TransferClock::time_point deadline() const;
+
+  // The answer came over a protocol that carries several transfers on one connection.
+  bool isMultiplexed() const { return multiplexed_; }
+
+  // What the request has come to.
+  struct Outcome {
+    std::unique_ptr<TransferTask> task;
+    bool sendAgain = false;  // the task wants another transfer, to the URL that it now has
+    std::optional<URLResponse> response;
+    std::optional<Error> error;
+    std::string body;
+    TemporaryFile file;
+  };
+
+  // Ends the transfer, which the multi handle no longer knows.
+  Outcome finish(CURLcode result);
+
+ private:
+  static std::size_t onHeader(const char* bytes, std::size_t size, std::size_t count, void* self);
+  static std::size_t onBody(const char* bytes, std::size_t size, std::size_t count, void* self);
+
+  void setUp(CURLSH* share);
+  void readHeader(std::string_view line);
+  std::optional<Error> receive(std::string_view bytes);
+  std::optional<Error> receiveInMemory(std::string_view bytes);
+  bool isRedirect() const;
+  bool wasLeftUnprocessed(CURLcode result) const;
+  std::optional<Error> followRedirect();
+
+  CURL* easy_;
+  curl_slist* headers_ = nullptr;
+  std::unique_ptr<TransferTask> task_;
+  const HeadObserver& onHead_;
+  TransferClock::time_point lastActivity_;
+
+  int statusCode_ = 0;         // of the head under way, or of the answer
+  bool headComplete_ = false;  // of an answer that is not merely informational
+  bool hasLocation_ = false;
+  bool multiplexed_ = false;
+  bool receivedAnything_ = false;
+  std::string body_;
+  TemporaryFile file_;
+  std::optional<Error> failure_;  // ours, which made libcurl stop
+};
+
+}  // namespace tolvane

@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <curl/curl.h>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <variant>
+#include <vector>
+
+#include "platform/SerialQueue.h"
+#include "platform/URLSession.h"
+
+// How a session and the transport's thread talk to each other. Internal to the transport.
+namespace tolvane {
+
+struct TransferSession;
+using TransferClock = std::chrono::steady_clock;
+
+// One request from its submission to its end, redirects and all. Plain data while it waits, so
+// that a hundred thousand of them cost megabytes.
+struct TransferTask {
+  URLRequest request;
+  std::string folder;  // for downloads: where the file will end
+  std::variant<URLSession::DataCompletion, URLSession::DownloadCompletion> completion;
+  std::shared_ptr<TransferSession> session;
+  std::optional<TransferClock::time_point> started;  // when its first transfer started
+  int redirects = 0;
+  bool resent = false;             // after a server had left it unprocessed
+  bool onFreshConnection = false;  // and not on one that is kept
+
+  bool isDownload() const {
+    return std::holds_alternative<URLSession::DownloadCompletion>(completion);
+  }
+};
+
+// Where any thread leaves tasks for the transport's thread.
+class TransferInbox {
+ public:
+  explicit TransferInbox(CURLM* multi) : multi_(multi) {}
+
+  // The task is dropped once the transport has stopped.
+  void submit(std::unique_ptr<TransferTask> task);
+  void wake();
+  std::vector<std::unique_ptr<TransferTask>> takeAll();
+
+  void stop();
+  bool isStopped();
+
+ private:
+  std::mutex mutex_;
+  CURLM* multi_;  // null once stopped
+  std::vector<std::unique_ptr<TransferTask>> tasks_;
+};
+
+// The tasks of one session for one server.
+struct TransferHost {
+  std::deque<std::unique_ptr<TransferTask>> waiting;
+  int active = 0;
+};
+
+// What the tasks of one session share. The members below the line belong to the transport's
+// thread.
+struct TransferSession {
+  URLSessionConfiguration configuration;
+  SerialQueue callbackQueue;
+  std::shared_ptr<TransferInbox> inbox;
+
+  // Downloaded files whose completion has not run yet, and whether a start waits for that.
+  std::atomic<int> filesAtHand{0};
+  std::atomic<bool> startBlocked{false};
+  // ------------------------------------------------
+  std::unordered_map<std::string, TransferHost> hosts;
+  std::size_t waiting = 0;
+  int active = 0;
+};
+
+}  // namespace tolvane

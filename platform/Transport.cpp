@@ -1,0 +1,390 @@
+// SPDX-License-Identifier: MIT
+#include "platform/Transport.h"
+
+#include <algorithm>
+#include <cctype>
+#include <curl/curl.h>
+#include <set>
+#include <thread>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+
+#include "platform/Dispatch.h"
+#include "platform/Transfer.h"
+#include "platform/TransferErrors.h"
+#include "platform/TransferTask.h"
+
+namespace tolvane {
+
+namespace {
+
+constexpr int kStreamsPerConnection = 100;
+constexpr long kKeptConnections = 128;
+// Of one session: files under way and files whose completion has not run. New transfers wait for
+// the completions, so a slow disk or a slow hash never piles up open files.
+constexpr int kMaximumOpenFiles = 256;
+constexpr auto kLongestSleep = std::chrono::seconds(60);
+
+// What a connection limit counts by: scheme, host and port.
+std::string serverOf(const URL& url) {
+  std::string server(url.scheme());
+  server.append("://").append(url.host()).append(":");
+  std::transform(server.begin(), server.end(), server.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  const bool isTLS = server.starts_with("https:");
+  return server.append(url.port().empty() ? (isTLS ? "443" : "80") : url.port());
+}
+
+// Hands an outcome to the task's completion, on the session's callback queue.
+void deliver(Transfer::Outcome outcome) {
+  auto shared = std::make_shared<Transfer::Outcome>(std::move(outcome));
+  const std::shared_ptr<TransferSession> session = shared->task->session;
+  session->callbackQueue.post([shared, session] {
+    TransferTask& task = *shared->task;
+    if (!task.isDownload()) {
+      std::get<URLSession::DataCompletion>(task.completion)(
+          std::move(shared->body), shared->response, std::move(shared->error));
+      return;
+    }
+    std::get<URLSession::DownloadCompletion>(task.completion)(
+        std::move(shared->file), shared->response, std::move(shared->error));
+    --session->filesAtHand;
+    if (session->startBlocked.exchange(false)) session->inbox->wake();
+  });
+}
+
+void flushAndDeliver(Transfer::Outcome outcome) {
+  auto shared = std::make_shared<Transfer::Outcome>(std::move(outcome));
+  dispatchFlush([shared] {
+    shared->error = shared->file.flush();
+    if (shared->error) shared->file = {};
+    deliver(std::move(*shared));
+  });
+}
+
+}  // namespace
+
+// Everything below runs on the driver's own thread, but for its construction and stop().
+class Transport::Driver {
+ public:
+  Driver();
+  ~Driver();
+
+  void stop();
+  const std::shared_ptr<TransferInbox>& inbox() const { return inbox_; }
+
+ private:
+  void run();
+  void enqueue(std::unique_ptr<TransferTask> task, bool first);
+  void startWaiting();
+  enum class Start { started, nothingToStart, tooManyFiles };
+  Start startOne(TransferSession& session, const std::string& server);
+  void start(std::unique_ptr<TransferTask> task);
+  void noteProtocol(const Transfer& transfer);
+  void finishDone();
+  void finishOverdue();
+  void finish(Transfer* transfer, CURLcode result);
+  void limitConnections();
+  int sleepMilliseconds() const;
+
+  CURLM* multi_;
+  CURLSH* share_;
+  std::vector<CURL*> idleHandles_;
+  std::unordered_map<Transfer*, std::unique_ptr<Transfer>> active_;
+  TransferClock::time_point nextDeadline_ = TransferClock::time_point::max();
+
+  // Sessions with a task, and the servers among theirs that may have one to start.
+  std::unordered_map<TransferSession*, std::shared_ptr<TransferSession>> sessions_;
+  std::set<std::pair<TransferSession*, std::string>> startable_;
+  std::unordered_set<std::string> multiplexedServers_;
+  long connectionLimit_ = 0;
+
+  const Transfer::HeadObserver onHead_ = [this](const Transfer& transfer) {
+    noteProtocol(transfer);
+  };
+
+  std::shared_ptr<TransferInbox> inbox_;
+  std::thread thread_;
+};
+
+Transport::Driver::Driver() {
+  curl_global_init(CURL_GLOBAL_DEFAULT);
+  multi_ = curl_multi_init();
+  curl_multi_setopt(multi_, CURLMOPT_MAXCONNECTS, kKeptConnections);
+  curl_multi_setopt(multi_, CURLMOPT_MAX_CONCURRENT_STREAMS, long{kStreamsPerConnection});
+  share_ = curl_share_init();
+  curl_share_setopt(share_, CURLSHOPT_SHARE, CURL_LOCK_DATA_SSL_SESSION);
+  inbox_ = std::make_shared<TransferInbox>(multi_);
+  thread_ = std::thread([this] { run(); });
+}
+
+Transport::Driver::~Driver() {
+  stop();
+  for (CURL* easy : idleHandles_) curl_easy_cleanup(easy);
+  curl_multi_cleanup(multi_);
+  curl_share_cleanup(share_);
+}
+
+void Transport::Driver::stop() {
+  inbox_->stop();
+  if (thread_.joinable()) thread_.join();
+  for (auto& [key, transfer] : active_) {
+    curl_multi_remove_handle(multi_, transfer->easy());
+    idleHandles_.push_back(transfer->easy());
+  }
+  active_.clear();
+  // Tasks hold their session, and the session those that wait.
+  inbox_->takeAll();
+  for (auto& [key, session] : sessions_) session->hosts.clear();
+  startable_.clear();
+  sessions_.clear();
+}
+
+void Transport::Driver::run() {
+  while (!inbox_->isStopped()) {
+    for (auto& task : inbox_->takeAll()) enqueue(std::move(task), false);
+    startWaiting();
+    int running = 0;
+    curl_multi_perform(multi_, &running);
+    finishDone();
+    if (TransferClock::now() >= nextDeadline_) finishOverdue();
+    startWaiting();
+    curl_multi_poll(multi_, nullptr, 0, sleepMilliseconds(), nullptr);
+  }
+}
+
+void Transport::Driver::enqueue(std::unique_ptr<TransferTask> task, bool first) {
+  const std::shared_ptr<TransferSession> session = task->session;
+  const std::string server = serverOf(*task->request.url);
+  auto& waiting = session->hosts[server].waiting;
+  if (first) {
+    waiting.push_front(std::move(task));
+  } else {
+    waiting.push_back(std::move(task));
+  }
+  ++session->waiting;
+  sessions_.emplace(session.get(), session);
+  startable_.emplace(session.get(), server);
+}
+
+void Transport::Driver::startWaiting() {
+  for (auto it = startable_.begin(); it != startable_.end();) {
+    Start result = Start::started;
+    while (result == Start::started) result = startOne(*it->first, it->second);
+    // A transfer that ends puts its server here again.
+    it = result == Start::tooManyFiles ? std::next(it) : startable_.erase(it);
+  }
+  limitConnections();
+}
+
+Transport::Driver::Start Transport::Driver::startOne(TransferSession& session,
+                                                     const std::string& server) {
+  TransferHost& host = session.hosts[server];
+  if (host.waiting.empty()) return Start::nothingToStart;
+  int limit = session.configuration.maximumConnectionsPerHost;
+  if (multiplexedServers_.contains(server)) limit *= kStreamsPerConnection;
+  if (host.active >= limit) return Start::nothingToStart;
+  // Said before it is checked, so that a completion in between is not missed.
+  session.startBlocked = true;
+  if (session.active + session.filesAtHand >= kMaximumOpenFiles) return Start::tooManyFiles;
+  session.startBlocked = false;
+
+  std::unique_ptr<TransferTask> task = std::move(host.waiting.front());
+  host.waiting.pop_front();
+  --session.waiting;
+  ++host.active;
+  ++session.active;
+  start(std::move(task));
+  return Start::started;
+}
+
+void Transport::Driver::start(std::unique_ptr<TransferTask> task) {
+  CURL* easy = nullptr;
+  if (idleHandles_.empty()) {
+    easy = curl_easy_init();
+  } else {
+    easy = idleHandles_.back();
+    idleHandles_.pop_back();
+  }
+  auto transfer =
+      std::make_unique<Transfer>(easy, share_, std::move(task), onHead_, TransferClock::now());
+  nextDeadline_ = std::min(nextDeadline_, transfer->deadline());
+  curl_multi_add_handle(multi_, easy);
+  active_.emplace(transfer.get(), std::move(transfer));
+}
+
+// Called by libcurl in the middle of its work, so nothing is started here.
+void Transport::Driver::noteProtocol(const Transfer& transfer) {
+  std::string server = serverOf(*transfer.task().request.url);
+  if (!transfer.isMultiplexed()) {
+    multiplexedServers_.erase(server);
+  } else if (multiplexedServers_.insert(server).second) {
+    startable_.emplace(transfer.task().session.get(), std::move(server));
+  }
+}
+
+void Transport::Driver::finishDone() {
+  int left = 0;
+  while (CURLMsg* message = curl_multi_info_read(multi_, &left)) {
+    if (message->msg != CURLMSG_DONE) continue;
+    const CURLcode result = message->data.result;
+    finish(Transfer::of(message->easy_handle), result);
+  }
+}
+
+void Transport::Driver::finishOverdue() {
+  const auto now = TransferClock::now();
+  std::vector<Transfer*> overdue;
+  nextDeadline_ = TransferClock::time_point::max();
+  for (auto& [key, transfer] : active_) {
+    const auto deadline = transfer->deadline();
+    if (deadline <= now) {
+      overdue.push_back(key);
+    } else {
+      nextDeadline_ = std::min(nextDeadline_, deadline);
+    }
+  }
+  for (Transfer* transfer : overdue) finish(transfer, CURLE_OPERATION_TIMEDOUT);
+}
+
+void Transport::Driver::finish(Transfer* transfer, CURLcode result) {
+  const std::string server = serverOf(*transfer->task().request.url);
+  const std::shared_ptr<TransferSession> session = transfer->task().session;
+
+  Transfer::Outcome outcome = transfer->finish(result);
+  curl_multi_remove_handle(multi_, transfer->easy());
+  idleHandles_.push_back(transfer->easy());
+  active_.erase(transfer);
+
+  --session->hosts[server].active;
+  --session->active;
+  startable_.emplace(session.get(), server);
+
+  if (outcome.sendAgain) {
+    enqueue(std::move(outcome.task), true);
+  } else if (!outcome.task->isDownload()) {
+    deliver(std::move(outcome));
+  } else {
+    ++session->filesAtHand;
+    if (outcome.error) {
+      deliver(std::move(outcome));
+    } else {
+      flushAndDeliver(std::move(outcome));
+    }
+  }
+}
+
+// Tasks are counted per server here, which bounds connections as long as each carries one
+// transfer. Over HTTP/2 libcurl decides how transfers are laid on connections; this is its bound.
+// It knows no sessions, so it gets what all that are at work may use together.
+void Transport::Driver::limitConnections() {
+  long limit = 0;
+  for (auto it = sessions_.begin(); it != sessions_.end();) {
+    TransferSession& session = *it->second;
+    if (session.active == 0 && session.waiting == 0) {
+      session.hosts.clear();
+      it = sessions_.erase(it);
+    } else {
+      limit += session.configuration.maximumConnectionsPerHost;
+      ++it;
+    }
+  }
+  if (limit == 0 || limit == connectionLimit_) return;
+  connectionLimit_ = limit;
+  curl_multi_setopt(multi_, CURLMOPT_MAX_HOST_CONNECTIONS, limit);
+}
+
+int Transport::Driver::sleepMilliseconds() const {
+  const auto now = TransferClock::now();
+  if (nextDeadline_ <= now) return 0;
+  const auto sleep = std::min<TransferClock::duration>(nextDeadline_ - now, kLongestSleep);
+  return static_cast<int>(std::chrono::ceil<std::chrono::milliseconds>(sleep).count());
+}
+
+namespace {
+
+class TransportSession : public URLSession {
+ public:
+  TransportSession(const URLSessionConfiguration& configuration,
+                   std::shared_ptr<Transport> transport, std::shared_ptr<TransferInbox> inbox)
+      : transport_(std::move(transport)), session_(std::make_shared<TransferSession>()) {
+    session_->configuration = configuration;
+    session_->inbox = std::move(inbox);
+  }
+
+  void dataTask(URLRequest request, DataCompletion completion) override {
+    submit(std::move(request), "", std::move(completion));
+  }
+
+  void downloadTask(URLRequest request, const std::string& folder,
+                    DownloadCompletion completion) override {
+    submit(std::move(request), folder, std::move(completion));
+  }
+
+ private:
+  template <typename Completion>
+  void submit(URLRequest request, const std::string& folder, Completion completion) {
+    auto task = std::make_unique<TransferTask>();
+    task->request = std::move(request);
+    task->folder = folder;
+    task->completion = std::move(completion);
+    task->session = session_;
+    const std::optional<URL>& url = task->request.url;
+    if (url && url->isHTTP() && !url->host().empty()) {
+      session_->inbox->submit(std::move(task));
+      return;
+    }
+    Transfer::Outcome outcome;
+    outcome.error = urlError(url && url->isHTTP() ? kURLErrorBadURL : kURLErrorUnsupportedURL);
+    if (task->isDownload()) ++session_->filesAtHand;
+    outcome.task = std::move(task);
+    deliver(std::move(outcome));
+  }
+
+  std::shared_ptr<Transport> transport_;
+  std::shared_ptr<TransferSession> session_;
+};
+
+}  // namespace
+
+Transport::Transport() : driver_(std::make_unique<Driver>()) {}
+
+Transport::~Transport() = default;
+
+void Transport::stop() {
+  driver_->stop();
+}
+
+const std::shared_ptr<Transport>& Transport::shared() {
+  // Completions may still hold the transport when the process ends; its thread must not outlive
+  // what it uses, so it is stopped rather than let go.
+  struct Shared {
+    std::shared_ptr<Transport> transport;
+    Shared() {
+      // Threads that are there first are there to the last.
+      dispatchAsync([] {});
+      dispatchFlush([] {});
+      transport = std::make_shared<Transport>();
+    }
+    ~Shared() { transport->stop(); }
+  };
+  static const Shared instance;
+  return instance.transport;
+}
+
+std::shared_ptr<URLSession> makeURLSession(const URLSessionConfiguration& configuration,
+                                           std::shared_ptr<Transport> transport) {
+  auto inbox = transport->driver_->inbox();
+  return std::make_shared<TransportSession>(configuration, std::move(transport), std::move(inbox));
+}
+
+std::shared_ptr<URLSession> makeURLSession(const URLSessionConfiguration& configuration) {
+  return makeURLSession(configuration, Transport::shared());
+}
+
+URLRequest uncachedRequest(std::optional<URL> url) {
+  return {std::move(url), {{"Cache-Control", "no-cache"}, {"Pragma", "no-cache"}}};
+}
+
+}  // namespace tolvane

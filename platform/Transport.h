@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <memory>
+
+#include "platform/URLSession.h"
+
+namespace tolvane {
+
+// The thread that drives libcurl, with the connections, TLS sessions and name look-ups that all
+// sessions over it share.
+//
+// HTTP/2 is spoken where a TLS server offers it: over a distant server it is worth a factor of
+// eight. A GET that a server left unprocessed because it was ending the connection is sent once
+// more.
+class Transport {
+ public:
+  Transport();
+  ~Transport();  // stop()
+
+  Transport(const Transport&) = delete;
+  Transport& operator=(const Transport&) = delete;
+
+  // The process's one transport. It stops when the process ends.
+  static const std::shared_ptr<Transport>& shared();
+
+  // Ends the thread and drops every request that has not been answered: its completion is
+  // destroyed without having been called, and its temporary file goes. Not to be called on the
+  // transport's own thread, which runs nobody else's code.
+  void stop();
+
+ private:
+  friend std::shared_ptr<URLSession> makeURLSession(const URLSessionConfiguration&,
+                                                    std::shared_ptr<Transport>);
+  class Driver;
+  std::unique_ptr<Driver> driver_;
+};
+
+std::shared_ptr<URLSession> makeURLSession(const URLSessionConfiguration& configuration,
+                                           std::shared_ptr<Transport> transport);
+
+}  // namespace tolvane
