@@ -1,0 +1,204 @@
+// SPDX-License-Identifier: MIT
+#include "platform/Text.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstring>
+#include <limits>
+
+namespace tolvane {
+
+namespace {
+
+bool isContinuationByte(char byte) {
+  return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
+}
+
+// Both predicates take the UTF-8 bytes of one character.
+bool isBlank(std::string_view character) {
+  if (character.size() == 1) return character[0] == ' ' || character[0] == '\t';
+  if (character.size() == 2) return character == "\u00A0";
+  if (character >= "\u2000" && character <= "\u200A") return character.size() == 3;
+  return character == "\u1680" || character == "\u202F" || character == "\u205F" ||
+         character == "\u3000";
+}
+
+bool isWhitespaceOrNewline(std::string_view character) {
+  if (character.size() == 1 && character[0] >= '\n' && character[0] <= '\r') return true;
+  return character == "\u0085" || character == "\u2028" || character == "\u2029" ||
+         isBlank(character);
+}
+
+std::string_view firstCharacter(std::string_view text) {
+  std::size_t length = 1;
+  while (length < text.size() && isContinuationByte(text[length])) ++length;
+  return text.substr(0, length);
+}
+
+std::string_view lastCharacter(std::string_view text) {
+  std::size_t begin = text.size() - 1;
+  while (begin > 0 && isContinuationByte(text[begin])) --begin;
+  return text.substr(begin);
+}
+
+template <typename Predicate>
+std::string_view trimFront(std::string_view text, Predicate predicate) {
+  while (!text.empty()) {
+    const std::string_view character = firstCharacter(text);
+    if (!predicate(character)) break;
+    text.remove_prefix(character.size());
+  }
+  return text;
+}
+
+template <typename Predicate>
+std::string_view trim(std::string_view text, Predicate predicate) {
+  text = trimFront(text, predicate);
+  while (!text.empty()) {
+    const std::string_view character = lastCharacter(text);
+    if (!predicate(character)) break;
+    text.remove_suffix(character.size());
+  }
+  return text;
+}
+
+bool startsWithEightASCIIBytes(std::string_view bytes) {
+  constexpr std::uint64_t kHighBits = 0x8080808080808080;
+  std::uint64_t word = 0;
+  if (bytes.size() < sizeof word) return false;
+  std::memcpy(&word, bytes.data(), sizeof word);
+  return (word & kHighBits) == 0;
+}
+
+// Length of the well-formed character that the bytes begin with, 0 where there is none. The second
+// byte's bounds are what rules out overlong forms, surrogates and all above U+10FFFF.
+std::size_t wellFormedCharacterLength(std::string_view bytes) {
+  const auto at = [bytes](std::size_t i) { return static_cast<unsigned char>(bytes[i]); };
+  const unsigned lead = at(0);
+  if (lead < 0x80) return 1;
+  if (lead < 0xC2 || lead > 0xF4) return 0;
+  const std::size_t length = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+  if (bytes.size() < length) return 0;
+  const unsigned least = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
+  const unsigned most = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
+  if (at(1) < least || at(1) > most) return 0;
+  for (std::size_t i = 2; i < length; ++i) {
+    if (!isContinuationByte(bytes[i])) return 0;
+  }
+  return length;
+}
+
+// UTF-16 code units of a block short enough for its sum to fit a byte, which lets the compiler
+// count in vectors. Every character is one unit, and one more from U+10000 (lead byte 0xF0) up.
+constexpr std::size_t kCountedBlock = 64;
+
+std::size_t utf16LengthOfBlock(const char* block) {
+  std::uint8_t units = 0;
+  for (std::size_t i = 0; i < kCountedBlock; ++i) {
+    const auto byte = static_cast<std::uint8_t>(block[i]);
+    units = static_cast<std::uint8_t>(units + ((byte & 0xC0) != 0x80) + (byte >= 0xF0));
+  }
+  return units;
+}
+
+char lowerASCII(char c) {
+  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+std::string_view withoutTrailingSlashes(std::string_view text) {
+  while (text.ends_with('/')) text.remove_suffix(1);
+  return text;
+}
+
+}  // namespace
+
+std::string_view trimBlanks(std::string_view text) {
+  return trim(text, isBlank);
+}
+
+std::string_view trimWhitespaceAndNewlines(std::string_view text) {
+  return trim(text, isWhitespaceOrNewline);
+}
+
+bool isValidUTF8(std::string_view bytes) {
+  while (!bytes.empty()) {
+    if (startsWithEightASCIIBytes(bytes)) {
+      bytes.remove_prefix(8);
+      continue;
+    }
+    const std::size_t length = wellFormedCharacterLength(bytes);
+    if (length == 0) return false;
+    bytes.remove_prefix(length);
+  }
+  return true;
+}
+
+std::string textFromLatin1(std::string_view bytes) {
+  const auto isASCII = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
+  const std::size_t ascii = std::ranges::count_if(bytes, isASCII);
+  std::string text;
+  text.reserve(ascii + 2 * (bytes.size() - ascii));
+  for (const char c : bytes) {
+    if (isASCII(c)) {
+      text += c;
+    } else {
+      const auto byte = static_cast<unsigned char>(c);
+      text += static_cast<char>(0xC0 | (byte >> 6));
+      text += static_cast<char>(0x80 | (byte & 0x3F));
+    }
+  }
+  return text;
+}
+
+std::size_t utf16Length(std::string_view text) {
+  std::size_t units = 0;
+  while (text.size() >= kCountedBlock) {
+    units += utf16LengthOfBlock(text.data());
+    text.remove_prefix(kCountedBlock);
+  }
+  for (const char c : text)
+    units += !isContinuationByte(c) + (static_cast<std::uint8_t>(c) >= 0xF0);
+  return units;
+}
+
+std::int64_t integerValue(std::string_view text) {
+  text = trimFront(text, isBlank);
+  const bool negative = text.starts_with('-');
+  if (negative || text.starts_with('+')) text.remove_prefix(1);
+  const std::string_view digits = text.substr(0, text.find_first_not_of("0123456789"));
+  std::uint64_t magnitude = 0;
+  const auto [end, failure] =
+      std::from_chars(digits.data(), digits.data() + digits.size(), magnitude);
+  constexpr auto kMost = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
+  if (failure == std::errc::result_out_of_range || magnitude > kMost) {
+    return negative ? std::numeric_limits<std::int64_t>::min()
+                    : std::numeric_limits<std::int64_t>::max();
+  }
+  const auto value = static_cast<std::int64_t>(magnitude);
+  return negative ? -value : value;
+}
+
+bool booleanValue(std::string_view text) {
+  text = trimFront(text, isBlank);
+  return !text.empty() && std::string_view("YyTt123456789").find(text[0]) != std::string_view::npos;
+}
+
+bool equalsIgnoringASCIICase(std::string_view left, std::string_view right) {
+  return std::ranges::equal(left, right, {}, lowerASCII, lowerASCII);
+}
+
+std::string_view lastPathComponent(std::string_view path) {
+  path = withoutTrailingSlashes(path);
+  return path.substr(path.rfind('/') + 1);
+}
+
+std::string joinPath(std::string_view folder, std::string_view name) {
+  if (folder.empty()) return std::string(name);
+  folder = withoutTrailingSlashes(folder);
+  while (name.starts_with('/')) name.remove_prefix(1);
+  std::string path;
+  path.reserve(folder.size() + 1 + name.size());
+  return path.append(folder).append("/").append(name);
+}
+
+}  // namespace tolvane
