@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: MIT
+#include "platform/File.h"
+
+#include <cerrno>
+#include <filesystem>
+#include <sys/stat.h>
+
+namespace tolvane {
+
+namespace {
+
+bool isUsablePath(const std::string& path) {
+  return !path.empty() && path.find('\0') == std::string::npos;
+}
+
+std::optional<struct stat> statusOf(const std::string& path) {
+  struct stat status {};
+  if (!isUsablePath(path) || ::stat(path.c_str(), &status) != 0) return std::nullopt;
+  return status;
+}
+
+bool isFolder(const std::string& path) {
+  const auto status = statusOf(path);
+  return status && S_ISDIR(status->st_mode);
+}
+
+}  // namespace
+
+bool fileExists(const std::string& path) {
+  return statusOf(path).has_value();
+}
+
+std::optional<std::uint64_t> fileSize(const std::string& path) {
+  const auto status = statusOf(path);
+  if (!status) return std::nullopt;
+  return static_cast<std::uint64_t>(status->st_size);
+}
+
+std::optional<Error> createFolder(const std::string& path) {
+  if (!isUsablePath(path)) return posixError(EINVAL);
+  std::error_code failure;
+  std::filesystem::create_directories(path, failure);
+  if (failure) return posixError(failure.value());
+  return std::nullopt;
+}
+
+std::string nearestExistingFolder(const std::string& path) {
+  std::filesystem::path folder = isUsablePath(path) ? path : ".";
+  while (!isFolder(folder)) {
+    const std::filesystem::path parent = folder.parent_path();
+    if (parent.empty() || parent == folder) return ".";
+    folder = parent;
+  }
+  return folder;
+}
+
+}  // namespace tolvane
