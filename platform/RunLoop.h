@@ -25,6 +25,8 @@ class RunLoop : public MainQueue {
   void drain();
 
  private:
+  void runFirst(std::unique_lock<std::mutex>& lock);
+
   std::mutex mutex_;
   std::condition_variable posted_;
   std::deque<Task> tasks_;
