@@ -1,0 +1,271 @@
+// SPDX-License-Identifier: MIT
+#include "tests/support/LoopbackServer.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <httplib.h>
+#include <map>
+#include <mutex>
+#include <poll.h>
+#include <set>
+#include <sys/socket.h>
+#include <thread>
+#include <unistd.h>
+
+#include "platform/Text.h"
+#include "tests/support/LoopbackHandlers.h"
+
+namespace tolvane {
+
+namespace {
+
+constexpr std::size_t kThreads = 128;
+
+// A count that remembers how high it has been.
+struct Level {
+  std::size_t now = 0;
+  std::size_t maximum = 0;
+
+  void raise() { maximum = std::max(maximum, ++now); }
+  void lower() { --now; }
+};
+
+// Lets the library read requests from a socket and say nothing: the handlers have answered.
+class RequestStream : public httplib::Stream {
+ public:
+  explicit RequestStream(int socket) : socket_(socket) {}
+
+  ssize_t read(char* bytes, std::size_t count) override {
+    if (begin_ == end_) {
+      const ssize_t received = recv(socket_, buffer_, sizeof buffer_, 0);
+      if (received <= 0) return received;
+      begin_ = 0;
+      end_ = static_cast<std::size_t>(received);
+    }
+    count = std::min(count, end_ - begin_);
+    std::copy_n(buffer_ + begin_, count, bytes);
+    begin_ += count;
+    return static_cast<ssize_t>(count);
+  }
+
+  ssize_t write(const char*, std::size_t count) override { return static_cast<ssize_t>(count); }
+  bool is_readable() const override { return true; }
+  bool is_writable() const override { return true; }
+  void get_remote_ip_and_port(std::string&, int&) const override {}
+  void get_local_ip_and_port(std::string&, int&) const override {}
+  socket_t socket() const override { return socket_; }
+
+ private:
+  int socket_;
+  char buffer_[4096];
+  std::size_t begin_ = 0;
+  std::size_t end_ = 0;
+};
+
+}  // namespace
+
+bool LoopbackRequest::hasHeader(std::string_view name) const {
+  return std::any_of(headers.begin(), headers.end(), [&](const auto& header) {
+    return equalsIgnoringASCIICase(header.first, name);
+  });
+}
+
+std::string LoopbackRequest::header(std::string_view name) const {
+  for (const auto& [key, value] : headers) {
+    if (equalsIgnoringASCIICase(key, name)) return value;
+  }
+  return "";
+}
+
+bool LoopbackConnection::write(std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t sent = send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    if (sent <= 0) return false;
+    bytes.remove_prefix(static_cast<std::size_t>(sent));
+  }
+  return true;
+}
+
+bool LoopbackConnection::pause(std::chrono::milliseconds duration) {
+  pollfd gone{socket_, POLLRDHUP, 0};
+  return poll(&gone, 1, static_cast<int>(duration.count())) == 0;
+}
+
+void LoopbackConnection::waitUntilGone() {
+  pollfd gone{socket_, POLLRDHUP, 0};
+  poll(&gone, 1, -1);
+}
+
+void LoopbackConnection::reset() {
+  const linger abort{1, 0};
+  setsockopt(socket_, SOL_SOCKET, SO_LINGER, &abort, sizeof abort);
+  open_ = false;
+}
+
+struct LoopbackServer::State {
+  // The new connection's serial number; 0 while the server is stopping.
+  int admit(int socket) {
+    const std::lock_guard lock(mutex);
+    if (stopping) return 0;
+    sockets.insert(socket);
+    connections.raise();
+    return ++accepted;
+  }
+
+  void dismiss(int socket) {
+    const std::lock_guard lock(mutex);
+    if (sockets.erase(socket) > 0) connections.lower();
+    ::close(socket);
+  }
+
+  // Wakes every thread that waits for its client.
+  void disconnectAll() {
+    const std::lock_guard lock(mutex);
+    stopping = true;
+    for (const int socket : sockets) shutdown(socket, SHUT_RDWR);
+  }
+
+  void answer(const LoopbackRequest& request, LoopbackConnection& connection) {
+    begin(request)(request, connection);
+    const std::lock_guard lock(mutex);
+    inFlight.lower();
+  }
+
+  LoopbackHandler begin(const LoopbackRequest& request) {
+    const std::lock_guard lock(mutex);
+    requests.push_back(request);
+    inFlight.raise();
+    const auto found = routes.find(request.target.substr(0, request.target.find('?')));
+    return found == routes.end() ? other : found->second;
+  }
+
+  std::mutex mutex;
+  std::map<std::string, LoopbackHandler> routes;
+  LoopbackHandler other = respond(404, "");
+  std::vector<LoopbackRequest> requests;
+  std::set<int> sockets;
+  int accepted = 0;
+  Level connections;
+  Level inFlight;
+  bool stopping = false;
+};
+
+// The library accepts, keeps the threads and reads the requests' heads. Answers bypass it, since it
+// cannot be made to send what is wrong.
+class LoopbackServer::Listener : public httplib::Server {
+ public:
+  explicit Listener(std::shared_ptr<State> state) : state_(std::move(state)) {
+    new_task_queue = [] { return new httplib::ThreadPool(kThreads); };
+    // A client that keeps a connection for longer than the library's 5 seconds is none of its
+    // business here.
+    set_read_timeout(std::chrono::hours(1));
+    set_write_timeout(std::chrono::hours(1));
+  }
+
+  int start() {
+    const int port = bind_to_any_port("127.0.0.1");
+    // The library's own backlog of 5 makes clients wait a second when many connect at once.
+    ::listen(svr_sock_, SOMAXCONN);
+    thread_ = std::thread([this] { listen_after_bind(); });
+    while (!is_running()) std::this_thread::yield();
+    return port;
+  }
+
+  void join() {
+    stop();
+    if (thread_.joinable()) thread_.join();
+  }
+
+ private:
+  bool process_and_close_socket(socket_t socket) override {
+    LoopbackConnection connection(socket, state_->admit(socket));
+    connection.open_ = connection.serial_ > 0;
+    RequestStream stream(socket);
+    while (connection.open_) {
+      const int answered = connection.requestNumber_;
+      bool closing = false;
+      process_request(stream, false, closing,
+                      [&](httplib::Request& request) { answer(request, connection); });
+      if (closing || connection.requestNumber_ == answered) connection.close();
+    }
+    state_->dismiss(socket);
+    return true;
+  }
+
+  void answer(const httplib::Request& request, LoopbackConnection& connection) {
+    ++connection.requestNumber_;
+    LoopbackRequest copy{request.target, {}, connection.serial_};
+    copy.headers.assign(request.headers.begin(), request.headers.end());
+    state_->answer(copy, connection);
+  }
+
+  std::shared_ptr<State> state_;
+  std::thread thread_;
+};
+
+LoopbackServer::LoopbackServer()
+    : state_(std::make_shared<State>()), listener_(std::make_unique<Listener>(state_)) {
+  port_ = listener_->start();
+  EXPECT_GT(port_, 0) << "no free port on 127.0.0.1";
+}
+
+LoopbackServer::~LoopbackServer() {
+  stop();
+}
+
+void LoopbackServer::stop() {
+  state_->disconnectAll();
+  listener_->join();
+}
+
+std::string LoopbackServer::url(std::string_view target, std::string_view host) const {
+  return "http://" + std::string(host) + ":" + std::to_string(port_) + std::string(target);
+}
+
+void LoopbackServer::on(const std::string& path, LoopbackHandler handler) {
+  const std::lock_guard lock(state_->mutex);
+  state_->routes[path] = std::move(handler);
+}
+
+void LoopbackServer::onAnyOther(LoopbackHandler handler) {
+  const std::lock_guard lock(state_->mutex);
+  state_->other = std::move(handler);
+}
+
+std::vector<LoopbackRequest> LoopbackServer::requests() const {
+  const std::lock_guard lock(state_->mutex);
+  return state_->requests;
+}
+
+std::vector<std::string> LoopbackServer::targets() const {
+  std::vector<std::string> targets;
+  for (LoopbackRequest& request : requests()) targets.push_back(std::move(request.target));
+  return targets;
+}
+
+std::size_t LoopbackServer::connectionsAccepted() const {
+  const std::lock_guard lock(state_->mutex);
+  return static_cast<std::size_t>(state_->accepted);
+}
+
+std::size_t LoopbackServer::openConnections() const {
+  const std::lock_guard lock(state_->mutex);
+  return state_->connections.now;
+}
+
+std::size_t LoopbackServer::maximumOpenConnections() const {
+  const std::lock_guard lock(state_->mutex);
+  return state_->connections.maximum;
+}
+
+std::size_t LoopbackServer::requestsInFlight() const {
+  const std::lock_guard lock(state_->mutex);
+  return state_->inFlight.now;
+}
+
+std::size_t LoopbackServer::maximumRequestsInFlight() const {
+  const std::lock_guard lock(state_->mutex);
+  return state_->inFlight.maximum;
+}
+
+}  // namespace tolvane

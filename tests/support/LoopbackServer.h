@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace tolvane {
+
+struct LoopbackRequest {
+  std::string target;  // path and query as they were sent
+  std::vector<std::pair<std::string, std::string>> headers;
+  int connection = 0;  // 1 for the server's first connection
+
+  bool hasHeader(std::string_view name) const;
+  std::string header(std::string_view name) const;  // "" where there is none
+};
+
+// One connection of a client, in the hands of the handler that answers a request on it. Bytes go
+// out exactly as they are written; the connection stays open for the next request unless the
+// handler says otherwise.
+class LoopbackConnection {
+ public:
+  LoopbackConnection(int socket, int serial) : socket_(socket), serial_(serial) {}
+
+  // False when the client, or the server itself, is gone.
+  bool write(std::string_view bytes);
+
+  // Waits; false, and at once, when the client or the server is gone.
+  bool pause(std::chrono::milliseconds duration);
+  void waitUntilGone();
+
+  // Ends the connection when the handler returns: in order, or with a TCP reset.
+  void close() { open_ = false; }
+  void reset();
+
+  int serial() const { return serial_; }
+  int requestNumber() const { return requestNumber_; }  // 1 for the connection's first request
+
+ private:
+  friend class LoopbackServer;
+
+  int socket_;
+  int serial_;
+  int requestNumber_ = 0;
+  bool open_ = true;
+};
+
+using LoopbackHandler = std::function<void(const LoopbackRequest&, LoopbackConnection&)>;
+
+// An HTTP/1.1 server on a free port of 127.0.0.1 that answers as badly as its handlers want. The
+// request's head is read for them; everything that goes back is theirs (LoopbackHandlers.h has
+// ready-made ones). Each connection has a thread, up to 128 of them. Stopping ends whatever is
+// open.
+class LoopbackServer {
+ public:
+  LoopbackServer();
+  ~LoopbackServer();  // stops
+
+  LoopbackServer(const LoopbackServer&) = delete;
+  LoopbackServer& operator=(const LoopbackServer&) = delete;
+
+  int port() const { return port_; }
+  std::string url(std::string_view target, std::string_view host = "127.0.0.1") const;
+
+  // Answers requests whose target without its query is `path`.
+  void on(const std::string& path, LoopbackHandler handler);
+
+  // Answers all others; they get a 404 until this is set.
+  void onAnyOther(LoopbackHandler handler);
+
+  void stop();
+
+  // In the order in which their heads were read.
+  std::vector<LoopbackRequest> requests() const;
+  std::vector<std::string> targets() const;
+
+  std::size_t connectionsAccepted() const;
+  std::size_t openConnections() const;
+  std::size_t maximumOpenConnections() const;
+
+  // Requests whose handler has not returned.
+  std::size_t requestsInFlight() const;
+  std::size_t maximumRequestsInFlight() const;
+
+ private:
+  class Listener;
+  struct State;
+
+  std::shared_ptr<State> state_;
+  std::unique_ptr<Listener> listener_;
+  int port_ = 0;
+};
+
+}  // namespace tolvane
