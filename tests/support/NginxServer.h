@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <sys/types.h>
+#include <vector>
+
+#include "tests/support/TemporaryFolder.h"
+
+namespace tolvane {
+
+// nginx with its default settings, serving a folder on free ports of 127.0.0.1: plain HTTP/1.1, and
+// TLS with HTTP/2 under a certificate made for this server. It ends with the object, and also when
+// the test's process dies.
+class NginxServer {
+ public:
+  // One entry of the access log.
+  struct Access {
+    long connection = 0;
+    std::string protocol;  // "HTTP/1.1" or "HTTP/2.0"
+    int status = 0;
+    std::string target;
+  };
+
+  // Whether nginx and the openssl command are installed; a test without them skips itself.
+  static bool isInstalled();
+
+  // `extra` are configuration lines for the server block. A server that does not start fails the
+  // test; isRunning() tells.
+  explicit NginxServer(const std::string& extra = "");
+  ~NginxServer();
+
+  NginxServer(const NginxServer&) = delete;
+  NginxServer& operator=(const NginxServer&) = delete;
+
+  bool isRunning() const { return process_ > 0; }
+  void stop();
+
+  // Puts a file below the root of what is served.
+  void write(std::string_view name, std::string_view bytes);
+
+  std::string url(std::string_view path) const;
+  std::string secureURL(std::string_view path) const;
+
+  // What a client has to trust.
+  std::string certificatePath() const { return folder_.path("certificate.pem"); }
+
+  // In the order in which the answers ended; complete once the server has stopped.
+  std::vector<Access> accesses() const;
+
+ private:
+  bool makeCertificate() const;
+  void writeConfiguration(const std::string& extra);
+  bool launch();
+  bool waitUntilListening();
+
+  TemporaryFolder folder_;
+  int plainPort_ = 0;
+  int securePort_ = 0;
+  pid_t process_ = 0;
+};
+
+}  // namespace tolvane
