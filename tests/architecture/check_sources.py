@@ -1,0 +1,113 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+"""Checks the rules of the tree that a compiler does not see.
+
+    check_sources.py ROOT
+
+A folder includes only itself and what stands below it; an include in quotes is written from the
+root and names a file that is there; the window's toolkit is seen by ui and app alone; and every
+source says its licence. Prints one line a breach and exits with 1 if there is any.
+"""
+import re
+import sys
+from pathlib import Path
+
+MIDDLE = ("repository", "download", "archive_client")
+
+# What each folder of the product may include besides itself.
+BELOW = {
+    "platform": set(),
+    "model": {"platform"},
+    **{folder: {"platform", "model"} for folder in MIDDLE},
+    "cli": {"platform", "model", *MIDDLE},
+    "ui": {"platform", "model", *MIDDLE},
+    "app": {"platform", "model", *MIDDLE, "ui"},
+}
+WINDOW_FOLDERS = {"ui", "app"}
+# These stand beside the product: they may include any of it, and none of it includes them.
+BESIDE = ("tests", "benchmarks")
+SCRIPT_FOLDERS = (*BELOW, *BESIDE, ".ci", "cmake", "packaging", "scripts")
+
+CODE = {".cpp", ".h"}
+CMAKE = {".cmake"}
+SCRIPTS = {".py", ".sh"}
+
+INCLUDE = re.compile(r'^\s*#\s*(?:include|include_next|import)\s*(["<])([^">]+)[">]')
+TOOLKIT_HEADER = re.compile(r"^(Q[A-Z]\w*|Qt\w*/.*|q[a-z]\w*\.h)$")
+LICENCE = "SPDX-License-Identifier: MIT"
+LICENCE_WITHIN_LINES = 2  # an interpreter's line may stand before it
+
+
+def is_source(path):
+    """Whether the file is written by hand in a language that has comments."""
+    if path.suffix in CODE | CMAKE | SCRIPTS or path.name == "CMakeLists.txt":
+        return True
+    if path.suffix:
+        return False
+    with path.open("rb") as file:  # a script without a suffix
+        return file.read(2) == b"#!"
+
+
+def sources(root):
+    """Every source of the tree, as a path below root, in a stable order."""
+    for path in sorted(root.glob("*")):
+        if path.is_file() and is_source(path):
+            yield path.relative_to(root)
+    for folder in SCRIPT_FOLDERS:
+        for path in sorted((root / folder).rglob("*")):
+            if path.is_file() and is_source(path):
+                yield path.relative_to(root)
+
+
+def include_breach(root, file, target):
+    """What is wrong with file's quoted include of target, or None."""
+    owner, floor = file.parts[0], target.split("/")[0]
+    if not (root / target).is_file() or floor not in (*BELOW, *BESIDE) or ".." in target.split("/"):
+        return f'"{target}" is not a file\'s path from the root'
+    if owner in BELOW and floor != owner and floor not in BELOW[owner]:
+        return f'{owner} may not include "{target}"'
+    return None
+
+
+def may_see_toolkit(file):
+    folder = file.parts[1] if file.parts[0] in BESIDE else file.parts[0]
+    return folder in WINDOW_FOLDERS
+
+
+def code_breaches(root, file, lines):
+    for number, line in enumerate(lines, 1):
+        include = INCLUDE.match(line)
+        if not include:
+            continue
+        quote, target = include.groups()
+        breach = include_breach(root, file, target) if quote == '"' else None
+        if TOOLKIT_HEADER.match(target) and not may_see_toolkit(file):
+            breach = f"only ui and app see the toolkit: <{target}>"
+        if breach:
+            yield f"{file}:{number}: {breach}"
+
+
+def breaches(root):
+    """Every breach in the tree, each as one line of text."""
+    for file in sources(root):
+        lines = (root / file).read_text(encoding="utf-8").splitlines()
+        if not any(LICENCE in line for line in lines[:LICENCE_WITHIN_LINES]):
+            yield f'{file}:1: no "{LICENCE}"'
+        if file.suffix in CODE:
+            yield from code_breaches(root, file, lines)
+
+
+def main():
+    if len(sys.argv) != 2:
+        sys.exit("usage: check_sources.py ROOT")
+    root = Path(sys.argv[1]).resolve()
+    count = sum(1 for _ in sources(root))
+    found = list(breaches(root))
+    print(*found, sep="\n", end="\n" if found else "")
+    print(f"{count} sources, {len(found)} breaches")
+    # A tree without sources is a wrong path, and no proof of anything.
+    return 1 if found or count == 0 else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

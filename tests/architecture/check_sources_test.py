@@ -1,0 +1,129 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+"""The scanner reports each kind of breach, and nothing else, in a tree made for the purpose."""
+import subprocess
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+
+from check_sources import BELOW, breaches
+
+SPDX = "// SPDX-License-Identifier: MIT\n"
+
+
+class Scanner(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.root = Path(folder.name)
+        for floor in (*BELOW, "tests/support"):
+            self.write(f"{floor}/Thing.h", "#pragma once\n#include <string>\n")
+
+    def write(self, path, text, licence=SPDX):
+        file = self.root / path
+        file.parent.mkdir(parents=True, exist_ok=True)
+        file.write_text(licence + text, encoding="utf-8")
+
+    def found(self):
+        return list(breaches(self.root))
+
+    def assert_allowed(self, file, include):
+        self.write(file, f"#include {include}\n")
+        self.assertEqual(self.found(), [], f"{file} includes {include}")
+        (self.root / file).unlink()
+
+    def assert_forbidden(self, file, include):
+        self.write(file, f"#include {include}\n")
+        found = self.found()
+        self.assertEqual(len(found), 1, f"{file} includes {include}: {found}")
+        self.assertTrue(found[0].startswith(f"{file}:2: "), found[0])
+        (self.root / file).unlink()
+
+    def test_a_folder_may_include_itself_and_what_stands_below_it(self):
+        self.assert_allowed("platform/New.cpp", '"platform/Thing.h"')
+        self.assert_allowed("model/New.cpp", '"platform/Thing.h"')
+        for middle in ("repository", "download", "archive_client"):
+            self.assert_allowed(f"{middle}/New.h", '"model/Thing.h"')
+            self.assert_allowed("cli/New.cpp", f'"{middle}/Thing.h"')
+            self.assert_allowed("ui/New.cpp", f'"{middle}/Thing.h"')
+        self.assert_allowed("app/New.cpp", '"ui/Thing.h"')
+
+    def test_a_folder_may_not_include_what_stands_above_it(self):
+        self.assert_forbidden("platform/New.h", '"model/Thing.h"')
+        self.assert_forbidden("model/New.h", '"repository/Thing.h"')
+        self.assert_forbidden("download/New.cpp", '"cli/Thing.h"')
+        self.assert_forbidden("ui/New.cpp", '"app/Thing.h"')
+
+    def test_the_three_middle_folders_do_not_include_each_other(self):
+        middle = ("repository", "download", "archive_client")
+        for owner in middle:
+            for other in middle:
+                if owner != other:
+                    self.assert_forbidden(f"{owner}/New.cpp", f'"{other}/Thing.h"')
+
+    def test_the_command_and_the_window_do_not_include_each_other(self):
+        self.assert_forbidden("cli/New.cpp", '"ui/Thing.h"')
+        self.assert_forbidden("ui/New.cpp", '"cli/Thing.h"')
+        self.assert_forbidden("app/New.cpp", '"cli/Thing.h"')
+
+    def test_the_product_does_not_include_its_tests_and_tests_may_include_all_of_it(self):
+        self.assert_forbidden("platform/New.cpp", '"tests/support/Thing.h"')
+        for folder in BELOW:
+            self.assert_allowed("tests/support/New.cpp", f'"{folder}/Thing.h"')
+
+    def test_an_include_not_written_from_the_root_is_reported(self):
+        self.assert_forbidden("platform/New.cpp", '"Thing.h"')
+        self.assert_forbidden("model/New.cpp", '"../platform/Thing.h"')
+        self.assert_forbidden("model/New.cpp", '"platform/../model/Thing.h"')
+        self.assert_forbidden("tests/support/New.cpp", '"Thing.h"')
+
+    def test_an_include_of_a_file_that_is_not_there_is_reported(self):
+        self.assert_forbidden("model/New.cpp", '"platform/Absent.h"')
+
+    def test_a_file_of_a_sub_folder_obeys_the_rules_of_its_folder(self):
+        self.assert_forbidden("platform/deeper/New.cpp", '"model/Thing.h"')
+
+    def test_only_ui_and_app_and_their_tests_see_the_toolkit(self):
+        for header in ("<QString>", "<QtWidgets/QWidget>", "<qglobal.h>", '"QString"'):
+            self.assert_forbidden("platform/New.cpp", header)
+        self.assert_forbidden("cli/New.cpp", "<QObject>")
+        self.assert_forbidden("tests/cli/New.cpp", "<QObject>")
+        self.assert_allowed("ui/New.cpp", "<QString>")
+        self.assert_allowed("app/New.cpp", "<QApplication>")
+        self.assert_allowed("tests/ui/New.cpp", "<QTest>")
+
+    def test_blanks_in_an_include_hide_nothing(self):
+        self.write("platform/New.h", '  #  include   "model/Thing.h"\n')
+        self.assertEqual(self.found(), ['platform/New.h:2: platform may not include "model/Thing.h"'])
+
+    def test_a_source_without_its_licence_is_reported_whatever_its_language(self):
+        self.write("platform/New.cpp", "", licence="")
+        self.write("platform/CMakeLists.txt", "", licence="# no licence\n")
+        self.write("scripts/new", "", licence="#!/bin/sh\n")
+        self.write("cmake/New.cmake", "", licence="")
+        self.assertEqual(
+            [line.split(":")[0] for line in self.found()],
+            ["platform/CMakeLists.txt", "platform/New.cpp", "cmake/New.cmake", "scripts/new"],
+        )
+
+    def test_a_file_that_is_no_source_needs_no_licence(self):
+        self.write("scripts/sample/packages.txt", "", licence="name version\n")
+        self.assertEqual(self.found(), [])
+
+    def test_the_command_ends_with_1_on_a_breach_and_with_0_without_one(self):
+        command = [sys.executable, str(Path(__file__).with_name("check_sources.py")), self.root]
+        self.assertEqual(subprocess.run(command, capture_output=True).returncode, 0)
+        self.write("platform/New.h", '#include "model/Thing.h"\n')
+        run = subprocess.run(command, capture_output=True, text=True)
+        self.assertEqual(run.returncode, 1)
+        self.assertIn('platform/New.h:2: platform may not include "model/Thing.h"', run.stdout)
+
+    def test_a_folder_without_sources_proves_nothing(self):
+        with tempfile.TemporaryDirectory() as empty:
+            command = [sys.executable, str(Path(__file__).with_name("check_sources.py")), empty]
+            self.assertEqual(subprocess.run(command, capture_output=True).returncode, 1)
+
+
+if __name__ == "__main__":
+    unittest.main()
