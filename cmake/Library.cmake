@@ -6,6 +6,9 @@ function(tolvane_target name)
   target_compile_options(${name} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor
                                          -Woverloaded-virtual -Wimplicit-fallthrough -Werror)
   target_compile_definitions(${name} PRIVATE TOLVANE_VERSION="${PROJECT_VERSION}")
+  if(TOLVANE_FUZZ)
+    target_compile_options(${name} PRIVATE -fsanitize=fuzzer-no-link)
+  endif()
   if(TOLVANE_SANITIZE)
     target_compile_options(${name} PUBLIC -fsanitize=${TOLVANE_SANITIZE} -fno-omit-frame-pointer
                                           -fno-sanitize-recover=all)
