@@ -42,13 +42,14 @@ class DownloadManager {
   virtual void downloadPackage(const PackageEntry& package, const std::optional<URL>& repositoryURL,
                                const std::string& destinationPath, Completion completion);
 
-  // One attempt. A timeout (-1001) is tried again after 2 seconds while `retryCount` is above 0.
+  // One attempt; the folder of `localPath` must exist. A timeout (-1001) is tried again after 2
+  // seconds while `retryCount` is above 0.
   void downloadPackage(const PackageEntry& package, const std::optional<URL>& downloadURL,
                        const std::string& localPath, int retryCount, Completion completion);
 
   // Size, MD5 and SHA-256, in this order, each only where the index gives it.
-  std::optional<Error> validationErrorForPackage(const PackageEntry& package,
-                                                 const std::string& localPath) const;
+  static std::optional<Error> validationErrorForPackage(const PackageEntry& package,
+                                                        const std::string& localPath);
 
   // Lower-case hexadecimal digest: SHA-256 for the type "SHA256", MD5 for every other. No value
   // when the file cannot be read.
@@ -59,12 +60,12 @@ class DownloadManager {
                                           const std::optional<URL>& repositoryURL);
 
   // Where a package is saved, and whether it counts as already present, is decided by this name:
-  // the last path component of `filename`, or else "packageName_version.deb".
+  // the last path component of `filename`, or else "packageName_version.deb". Never empty, but it
+  // comes from the index as it stands: downloadPackage() refuses one that would leave the folder.
   static std::string localFilenameForPackage(const PackageEntry& package);
 
  private:
   struct Attempt;
-  static void start(const std::shared_ptr<Attempt>& attempt);
 
   std::shared_ptr<URLSession> session_;  // 60 seconds a wait, 300 seconds a transfer
 };

@@ -23,10 +23,9 @@ namespace tolvane {
 class DownloadQueueManager {
  public:
   using PackageList = std::vector<PackageEntry>;
-  using Progress =
-      std::function<void(std::uint64_t completed, std::uint64_t total, std::uint64_t failed,
-                         std::uint64_t skipped, std::uint64_t verified,
-                         std::uint64_t validationFailed)>;
+  using Progress = std::function<void(std::uint64_t completed, std::uint64_t total,
+                                      std::uint64_t failed, std::uint64_t skipped,
+                                      std::uint64_t verified, std::uint64_t validationFailed)>;
   using Completion =
       std::function<void(std::uint64_t downloaded, std::uint64_t failed, std::uint64_t skipped,
                          std::uint64_t verified, std::uint64_t validationFailed)>;
@@ -41,12 +40,13 @@ class DownloadQueueManager {
   bool hasInstaller4Packages() const { return shared_->hasInstaller4Packages; }
   bool cancelled() const { return shared_->cancelled; }
 
-  std::string localFilenameForPackage(const PackageEntry& package) const;
+  // The name under which a package step looks for a package before it downloads it.
+  static std::string localFilenameForPackage(const PackageEntry& package);
 
   // The packages whose name, by the rule of DownloadManager for every kind of package, does not
   // exist in the folder, in their order. On the calling thread.
-  PackageList missingPackagesFromPackages(const PackageList& packages,
-                                          const std::string& destinationPath) const;
+  static PackageList missingPackagesFromPackages(const PackageList& packages,
+                                                 const std::string& destinationPath);
 
   // Starts a run and returns. Progress comes once a package, both callbacks on the main queue; an
   // empty list completes at once on the calling thread. A run that is cancelled while packages
