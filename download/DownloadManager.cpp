@@ -1,0 +1,199 @@
+// SPDX-License-Identifier: MIT
+#include "download/DownloadManager.h"
+
+#include <cerrno>
+#include <chrono>
+#include <filesystem>
+#include <utility>
+
+#include "model/CrawlerLogger.h"
+#include "platform/Digest.h"
+#include "platform/Dispatch.h"
+#include "platform/File.h"
+#include "platform/SystemLog.h"
+#include "platform/TemporaryFile.h"
+#include "platform/Text.h"
+
+namespace tolvane {
+
+namespace {
+
+constexpr auto kRetryDelay = std::chrono::seconds(2);
+
+URLSessionConfiguration sessionConfiguration() {
+  URLSessionConfiguration configuration;
+  configuration.timeoutIntervalForRequest = std::chrono::seconds(60);
+  configuration.timeoutIntervalForResource = std::chrono::seconds(300);
+  return configuration;
+}
+
+Error managerError(DownloadManagerError code, std::string description) {
+  return {std::string(kDownloadManagerErrorDomain), code, std::move(description)};
+}
+
+// The name comes from a stranger's index: joined with the folder it must stay inside it.
+bool isOneFileName(std::string_view name) {
+  return !name.empty() && name != "." && name != ".." &&
+         name.find_first_of(std::string_view("/\0", 2)) == std::string_view::npos;
+}
+
+std::string folderOf(const std::string& path) {
+  const std::string folder = std::filesystem::path(path).parent_path().string();
+  return folder.empty() ? "." : folder;
+}
+
+// Logs one line, `prefix` and what the error says of itself (or else `otherwise`), and completes.
+void fail(const DownloadManager::Completion& completion, Error error, std::string_view prefix,
+          std::string_view otherwise) {
+  const std::string_view text = error.description.empty() ? otherwise : error.description;
+  CrawlerLogger::logError(fmt::format("{}{}", prefix, text));
+  completion(false, std::nullopt, std::move(error));
+}
+
+void failTransfer(const DownloadManager::Completion& completion, Error error) {
+  fail(completion, std::move(error), "Download failed: ", "Unknown error");
+}
+
+std::optional<Error> sizeError(const PackageEntry& package, std::uint64_t actual) {
+  // A size of 0 and text that is no number say nothing about the file.
+  const auto expected = static_cast<std::uint64_t>(integerValue(package.size()));
+  if (expected == 0 || expected == actual) return std::nullopt;
+  return managerError(kSizeMismatchError,
+                      fmt::format("Size mismatch for {}. Expected {} bytes, got {} bytes.",
+                                  package.packageName(), expected, actual));
+}
+
+// A file that cannot be read has no digests, which match nothing.
+std::optional<Error> digestError(const PackageEntry& package, const std::string& localPath) {
+  const DigestSelection given{!package.md5sum().empty(), !package.sha256().empty()};
+  if (!given.md5 && !given.sha256) return std::nullopt;
+  const FileDigests digests = digestsOfFile(localPath, given).value_or(FileDigests());
+  if (given.md5 && !equalsIgnoringASCIICase(digests.md5, package.md5sum())) {
+    return managerError(kMD5MismatchError,
+                        fmt::format("MD5 mismatch for {}.", package.packageName()));
+  }
+  if (given.sha256 && !equalsIgnoringASCIICase(digests.sha256, package.sha256())) {
+    return managerError(kSHA256MismatchError,
+                        fmt::format("SHA256 mismatch for {}.", package.packageName()));
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+// One package on its way. It holds what a transfer needs, so that the manager may go meanwhile.
+struct DownloadManager::Attempt {
+  std::shared_ptr<URLSession> session;
+  PackageEntry package;
+  std::optional<URL> url;
+  std::string localPath;
+  int retryCount;
+  Completion completion;
+
+  static void start(const std::shared_ptr<Attempt>& attempt);
+
+ private:
+  void receive(TemporaryFile file) const;
+};
+
+void DownloadManager::Attempt::start(const std::shared_ptr<Attempt>& attempt) {
+  attempt->session->downloadTask(
+      {attempt->url, {}}, folderOf(attempt->localPath),
+      [attempt](TemporaryFile file, const std::optional<URLResponse>&, std::optional<Error> error) {
+        if (!error) {
+          attempt->receive(std::move(file));
+        } else if (error->code == kURLErrorTimedOut && attempt->retryCount > 0) {
+          --attempt->retryCount;
+          const std::string line =
+              fmt::format("Timeout, retrying once: {}", absoluteText(attempt->url));
+          SystemLog::write("[Download] {}", line);
+          CrawlerLogger::logWarning(line);
+          dispatchAfter(kRetryDelay, [attempt] { start(attempt); });
+        } else {
+          failTransfer(attempt->completion, std::move(*error));
+        }
+      });
+}
+
+void DownloadManager::Attempt::receive(TemporaryFile file) const {
+  if (std::optional<Error> error = file.moveTo(localPath)) {
+    fail(completion, std::move(*error), "Could not move downloaded file: ", "Unknown error");
+  } else if (std::optional<Error> mismatch = validationErrorForPackage(package, localPath)) {
+    fail(completion, std::move(*mismatch), "", "Downloaded file failed validation.");
+  } else {
+    completion(true, localPath, std::nullopt);
+  }
+}
+
+DownloadManager::DownloadManager(const URLSessionFactory& sessionFactory)
+    : session_(sessionFactory(sessionConfiguration())) {}
+
+void DownloadManager::downloadPackage(const PackageEntry& package,
+                                      const std::optional<URL>& repositoryURL,
+                                      const std::string& destinationPath, Completion completion) {
+  if (package.filename().empty()) {
+    return fail(completion, managerError(kNoFilenameError, "Package has no Filename field."), "",
+                "");
+  }
+
+  const std::string name = localFilenameForPackage(package);
+  const std::string localPath = joinPath(destinationPath, name);
+  if (fileExists(localPath)) {
+    CrawlerLogger::logSuccess(fmt::format("Already downloaded: {}", name));
+    return completion(true, localPath, std::nullopt);
+  }
+  if (!isOneFileName(name)) return failTransfer(completion, posixError(EINVAL));
+  if (std::optional<Error> error = createFolder(destinationPath)) {
+    return fail(completion, std::move(*error), "", "Could not create destination directory.");
+  }
+
+  const std::optional<URL> url = URLForPackage(package, repositoryURL);
+  SystemLog::write("[Download] {}", url ? url->absoluteString() : "(null)");
+  CrawlerLogger::logInfo(fmt::format("Downloading: {}", absoluteText(url)));
+  downloadPackage(package, url, localPath, 1, std::move(completion));
+}
+
+void DownloadManager::downloadPackage(const PackageEntry& package,
+                                      const std::optional<URL>& downloadURL,
+                                      const std::string& localPath, int retryCount,
+                                      Completion completion) {
+  Attempt::start(std::make_shared<Attempt>(
+      Attempt{session_, package, downloadURL, localPath, retryCount, std::move(completion)}));
+}
+
+std::optional<Error> DownloadManager::validationErrorForPackage(const PackageEntry& package,
+                                                                const std::string& localPath) {
+  const std::optional<std::uint64_t> size = fileSize(localPath);
+  if (!size) return managerError(kFileMissingError, "Downloaded file does not exist.");
+  if (std::optional<Error> error = sizeError(package, *size)) return error;
+  if (std::optional<Error> error = digestError(package, localPath)) return error;
+
+  const std::string line = fmt::format("Verified {}", lastPathComponent(localPath));
+  SystemLog::write("[Download] {}", line);
+  CrawlerLogger::logSuccess(line);
+  return std::nullopt;
+}
+
+std::optional<std::string> DownloadManager::hashForFileAtPath(const std::string& path,
+                                                              std::string_view type) {
+  const bool sha256 = type == "SHA256";
+  const std::optional<FileDigests> digests = digestsOfFile(path, {!sha256, sha256});
+  if (!digests) return std::nullopt;
+  return sha256 ? digests->sha256 : digests->md5;
+}
+
+std::optional<URL> DownloadManager::URLForPackage(const PackageEntry& package,
+                                                  const std::optional<URL>& repositoryURL) {
+  std::string_view path = package.filename();
+  if (path.starts_with("http://") || path.starts_with("https://")) return URL::parse(path);
+  while (path.starts_with('/')) path.remove_prefix(1);
+  return URL::parse(baseText(repositoryURL).append(path));
+}
+
+std::string DownloadManager::localFilenameForPackage(const PackageEntry& package) {
+  const std::string_view name = lastPathComponent(package.filename());
+  if (!name.empty()) return std::string(name);
+  return fmt::format("{}_{}.deb", package.packageName(), package.version());
+}
+
+}  // namespace tolvane

@@ -1,0 +1,236 @@
+// SPDX-License-Identifier: MIT
+#include "download/DownloadQueueManager.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <fmt/format.h>
+#include <initializer_list>
+#include <iterator>
+#include <mutex>
+#include <string_view>
+#include <utility>
+
+#include "model/CrawlerLogger.h"
+#include "platform/DispatchGroup.h"
+#include "platform/File.h"
+#include "platform/Text.h"
+
+namespace tolvane {
+
+namespace {
+
+constexpr long kDefaultWidth = 5;
+
+struct Counters {
+  std::uint64_t downloaded = 0;
+  std::uint64_t verified = 0;
+  std::uint64_t failed = 0;
+  std::uint64_t validationFailed = 0;
+  std::uint64_t skipped = 0;
+};
+
+// What a run counts, with the run's lock.
+class Tally {
+ public:
+  // Runs change(counters) under the lock.
+  template <typename Change>
+  void update(Change change) {
+    const std::lock_guard lock(mutex_);
+    change(counters_);
+  }
+
+  Counters read() const {
+    const std::lock_guard lock(mutex_);
+    return counters_;
+  }
+
+ private:
+  mutable std::mutex mutex_;
+  Counters counters_;
+};
+
+std::string_view firstNonEmpty(std::initializer_list<std::string_view> texts) {
+  const auto* const text =
+      std::find_if(texts.begin(), texts.end(), [](std::string_view t) { return !t.empty(); });
+  return text == texts.end() ? std::string_view() : *text;
+}
+
+bool isValidationFailure(const Error& error) {
+  return error.domain == kDownloadManagerErrorDomain &&
+         (error.code == kSizeMismatchError || error.code == kMD5MismatchError ||
+          error.code == kSHA256MismatchError);
+}
+
+void finishRun(const Tally& tally, const DownloadQueueManager::Completion& completion) {
+  const Counters counters = tally.read();
+  CrawlerLogger::logInfo(
+      fmt::format("Download queue finished. Downloaded: {}  Verified: {}  Failed: {}  "
+                  "Validation failed: {}  Skipped: {}",
+                  counters.downloaded, counters.verified, counters.failed,
+                  counters.validationFailed, counters.skipped));
+  if (completion) {
+    completion(counters.downloaded, counters.failed, counters.skipped, counters.verified,
+               counters.validationFailed);
+  }
+}
+
+}  // namespace
+
+// All that the steps of one run have in common. Each holds the run and an index, no more, so that
+// a hundred thousand that wait are cheap.
+//
+// The group's final step holds the tally and not the run: the run holds the group, and where
+// steps were discarded the final step is never called and let go.
+struct DownloadQueueManager::Run : std::enable_shared_from_this<Run> {
+  Run(PackageList runPackages, const std::optional<URL>& runRepositoryURL,
+      std::string runDestinationPath, Progress runProgress, MainQueue& runMainQueue,
+      std::shared_ptr<Shared> runShared)
+      : packages(std::move(runPackages)),
+        repositoryURL(runRepositoryURL),
+        destinationPath(std::move(runDestinationPath)),
+        progress(std::move(runProgress)),
+        mainQueue(runMainQueue),
+        shared(std::move(runShared)) {}
+
+  // The package step: ends as soon as the package is skipped or its transfer has started.
+  void performStep(std::size_t index);
+
+  const PackageList packages;
+  const std::optional<URL> repositoryURL;
+  const std::string destinationPath;
+  const Progress progress;
+  MainQueue& mainQueue;
+  const std::shared_ptr<Shared> shared;
+  const std::shared_ptr<Tally> tally = std::make_shared<Tally>();
+  const DispatchGroup group;
+
+ private:
+  void endDownload(const PackageEntry& package, bool success,
+                   const std::optional<std::string>& localPath, const std::optional<Error>& error);
+
+  // The end of every package: counts its outcome, reports it and leaves the group.
+  template <typename Change>
+  void settle(Change change);
+  void postProgress();
+};
+
+void DownloadQueueManager::Run::performStep(std::size_t index) {
+  if (shared->cancelled) {
+    return settle([](Counters& counters) { ++counters.skipped; });
+  }
+  const PackageEntry& package = packages[index];
+  const std::string name = localFilenameForPackage(package);
+  if (fileExists(joinPath(destinationPath, name))) {
+    CrawlerLogger::logSuccess(fmt::format("Skipped existing file: {}", name));
+    return settle([](Counters& counters) { ++counters.skipped; });
+  }
+  shared->downloadManager->downloadPackage(
+      package, repositoryURL, destinationPath,
+      [run = shared_from_this(), index](bool success, const std::optional<std::string>& localPath,
+                                        const std::optional<Error>& error) {
+        run->endDownload(run->packages[index], success, localPath, error);
+      });
+}
+
+void DownloadQueueManager::Run::endDownload(const PackageEntry& package, bool success,
+                                            const std::optional<std::string>& localPath,
+                                            const std::optional<Error>& error) {
+  settle([&](Counters& counters) {
+    if (success) {
+      ++counters.downloaded;
+      ++counters.verified;
+      CrawlerLogger::logSuccess(
+          fmt::format("Downloaded and verified: {}",
+                      firstNonEmpty({lastPathComponent(localPath ? *localPath : std::string_view()),
+                                     package.filename(), "Unknown file"})));
+    } else {
+      ++counters.failed;
+      if (error && isValidationFailure(*error)) ++counters.validationFailed;
+      CrawlerLogger::logError(fmt::format(
+          "Download failed: {}", firstNonEmpty({error ? error->description : std::string_view(),
+                                                package.filename(), "Unknown error"})));
+    }
+  });
+}
+
+template <typename Change>
+void DownloadQueueManager::Run::settle(Change change) {
+  tally->update(change);
+  postProgress();
+  group.leave();
+}
+
+void DownloadQueueManager::Run::postProgress() {
+  if (!progress) return;
+  mainQueue.post([run = shared_from_this()] {
+    const Counters now = run->tally->read();
+    run->progress(now.downloaded + now.failed + now.skipped, run->packages.size(), now.failed,
+                  now.skipped, now.verified, now.validationFailed);
+  });
+}
+
+DownloadQueueManager::DownloadQueueManager(MainQueue& mainQueue,
+                                           const URLSessionFactory& sessionFactory)
+    : DownloadQueueManager(mainQueue, std::make_shared<DownloadManager>(sessionFactory)) {}
+
+DownloadQueueManager::DownloadQueueManager(MainQueue& mainQueue,
+                                           std::shared_ptr<DownloadManager> downloadManager)
+    : mainQueue_(mainQueue), shared_(std::make_shared<Shared>()), queue_(kDefaultWidth) {
+  shared_->downloadManager = std::move(downloadManager);
+}
+
+std::int64_t DownloadQueueManager::maxConcurrentDownloads() const {
+  return queue_.maxConcurrentOperationCount();
+}
+
+void DownloadQueueManager::setMaxConcurrentDownloads(std::int64_t maximum) {
+  queue_.setMaxConcurrentOperationCount(std::max<std::int64_t>(maximum, 1));
+}
+
+std::string DownloadQueueManager::localFilenameForPackage(const PackageEntry& package) {
+  return DownloadManager::localFilenameForPackage(package);
+}
+
+DownloadQueueManager::PackageList DownloadQueueManager::missingPackagesFromPackages(
+    const PackageList& packages, const std::string& destinationPath) {
+  PackageList missing;
+  std::copy_if(packages.begin(), packages.end(), std::back_inserter(missing),
+               [&](const PackageEntry& package) {
+                 return !fileExists(
+                     joinPath(destinationPath, DownloadManager::localFilenameForPackage(package)));
+               });
+  return missing;
+}
+
+void DownloadQueueManager::downloadPackages(const PackageList& packages,
+                                            const std::optional<URL>& repositoryURL,
+                                            const std::string& destinationPath, Progress progress,
+                                            Completion completion) {
+  shared_->cancelled = false;
+  shared_->hasInstaller4Packages = false;
+  CrawlerLogger::logInfo(fmt::format("Starting download queue: {} package(s)", packages.size()));
+  if (packages.empty()) {
+    CrawlerLogger::logWarning("Download queue is empty.");
+    if (completion) completion(0, 0, 0, 0, 0);
+    return;
+  }
+
+  const auto run = std::make_shared<Run>(packages, repositoryURL, destinationPath,
+                                         std::move(progress), mainQueue_, shared_);
+  for (std::size_t index = 0; index < run->packages.size(); ++index) {
+    if (run->packages[index].installer4Package()) shared_->hasInstaller4Packages = true;
+    run->group.enter();
+    queue_.addOperation([run, index] { run->performStep(index); });
+  }
+  run->group.notify(mainQueue_, [tally = run->tally, completion = std::move(completion)] {
+    finishRun(*tally, completion);
+  });
+}
+
+void DownloadQueueManager::cancelAllDownloads() {
+  shared_->cancelled = true;
+  CrawlerLogger::logWarning("Download queue cancellation requested.");
+  queue_.cancelAllOperations();
+}
+
+}  // namespace tolvane
