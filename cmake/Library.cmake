@@ -16,9 +16,11 @@ function(tolvane_target name)
   endif()
 endfunction()
 
-# One folder of the product is one library; every source file in it belongs to it.
+# One folder of the product is one library; every source file in it belongs to it, but for the
+# main.cpp of a program.
 function(tolvane_library name)
   file(GLOB sources CONFIGURE_DEPENDS *.cpp *.h)
+  list(FILTER sources EXCLUDE REGEX "/main\\.cpp$")
   add_library(tolvane_${name} STATIC ${sources})
   tolvane_target(tolvane_${name})
 endfunction()
