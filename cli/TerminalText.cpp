@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: MIT
+#include "cli/TerminalText.h"
+
+#include <cstdint>
+#include <unicode/uchar.h>
+#include <unicode/utf8.h>
+
+namespace tolvane {
+
+namespace {
+
+constexpr std::string_view kReplacement = "\uFFFD";
+
+// Reads the character at `position` and steps over it; negative where the bytes are not UTF-8.
+UChar32 nextCharacter(std::string_view text, std::size_t& position) {
+  UChar32 character = 0;
+  U8_NEXT(text.data(), position, text.size(), character);
+  return character;
+}
+
+std::size_t cells(UChar32 character) {
+  if (character < 0x80) return 1;
+  const int category = u_charType(character);
+  if (category == U_NON_SPACING_MARK || category == U_ENCLOSING_MARK || category == U_FORMAT_CHAR) {
+    return 0;
+  }
+  const int width = u_getIntPropertyValue(character, UCHAR_EAST_ASIAN_WIDTH);
+  return width == U_EA_WIDE || width == U_EA_FULLWIDTH ? 2 : 1;
+}
+
+}  // namespace
+
+std::string printable(std::string_view text) {
+  std::string result;
+  result.reserve(text.size());
+  for (std::size_t position = 0; position < text.size();) {
+    const std::size_t start = position;
+    const UChar32 character = nextCharacter(text, position);
+    if (character == '\t') {
+      result += ' ';
+    } else if (character < 0 || u_charType(character) == U_CONTROL_CHAR) {
+      result += kReplacement;
+    } else {
+      result += text.substr(start, position - start);
+    }
+  }
+  return result;
+}
+
+std::size_t displayWidth(std::string_view text) {
+  std::size_t width = 0;
+  for (std::size_t position = 0; position < text.size();) {
+    width += cells(nextCharacter(text, position));
+  }
+  return width;
+}
+
+}  // namespace tolvane
