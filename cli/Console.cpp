@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: MIT
+#include "cli/Console.h"
+
+#include <ctime>
+#include <fmt/chrono.h>
+#include <utility>
+
+#include "cli/TerminalText.h"
+#include "model/CrawlerLogger.h"
+
+namespace tolvane {
+
+namespace {
+
+// Control sequences of ECMA-48.
+constexpr std::string_view kRed = "\033[31m";
+constexpr std::string_view kGreen = "\033[32m";
+constexpr std::string_view kYellow = "\033[33m";
+constexpr std::string_view kFaint = "\033[2m";
+constexpr std::string_view kPlain = "\033[0m";
+constexpr std::string_view kEraseLine = "\r\033[K";
+
+std::string_view colorOf(std::string_view type) {
+  if (type == "error") return kRed;
+  if (type == "success") return kGreen;
+  if (type == "warning") return kYellow;
+  return kFaint;
+}
+
+std::string_view entry(const UserInfo& userInfo, const char* key) {
+  const auto found = userInfo.find(key);
+  return found == userInfo.end() ? std::string_view() : found->second;
+}
+
+}  // namespace
+
+Console::Console(std::ostream& stream, ConsoleSettings settings)
+    : stream_(stream), settings_(settings) {}
+
+Console::~Console() {
+  clearStatus();
+}
+
+void Console::append(std::string_view message, std::string_view type) {
+  if (settings_.warningsOnly && type != "warning" && type != "error") return;
+  const std::string text = printable(message);
+  const std::lock_guard lock(mutex_);
+  const std::string line =
+      fmt::format("[{:%H:%M:%S}] {}", fmt::localtime(std::time(nullptr)), text);
+  write(settings_.color ? fmt::format("{}{}{}\n", colorOf(type), line, kPlain) : line + '\n');
+}
+
+void Console::showStatus(std::string_view text) {
+  if (!settings_.statusLine) return;
+  const std::lock_guard lock(mutex_);
+  // The last cell stays free: some terminals break the line as soon as it is filled.
+  status_ = text.substr(0, settings_.columns - 1);
+  write("");
+}
+
+void Console::clearStatus() {
+  const std::lock_guard lock(mutex_);
+  if (status_.empty()) return;
+  status_.clear();
+  write("");
+}
+
+// One call of the stream for all that changes, so that lines of other writers do not come between.
+void Console::write(const std::string& lines) {
+  if (settings_.statusLine) {
+    stream_ << std::string(kEraseLine) + lines + status_;
+  } else {
+    stream_ << lines;
+  }
+  stream_.flush();
+}
+
+NotificationCenter::Token showLogBus(std::shared_ptr<Console> console) {
+  return NotificationCenter::defaultCenter().addObserver(
+      CrawlerLoggerDidLogMessageNotification,
+      [console = std::move(console)](const UserInfo& userInfo) {
+        console->append(entry(userInfo, "message"), entry(userInfo, "type"));
+      });
+}
+
+}  // namespace tolvane
