@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+namespace tolvane {
+
+// What the command's exit status says to the caller. One that is ended by a signal exits with 128
+// and the signal's number: 130 after Ctrl-C.
+enum ExitStatus : int {
+  kExitDone = 0,
+  kExitFailed = 1,  // packages failed, or the output could not be written
+  kExitUsage = 2,
+  kExitNotLoaded = 3,  // the repository could not be loaded
+};
+
+}  // namespace tolvane
