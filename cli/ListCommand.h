@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <ostream>
+
+#include "cli/Options.h"
+#include "model/PackageEntry.h"
+
+namespace tolvane {
+
+// Prints the packages that options.search finds, in their order: as a table, or with options.json
+// as one array of objects.
+void printPackages(const std::vector<PackageEntry>& packages, const Options& options,
+                   std::ostream& output);
+
+}  // namespace tolvane
