@@ -1,0 +1,150 @@
+// SPDX-License-Identifier: MIT
+#include "cli/DownloadCommand.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "cli/ExitStatus.h"
+#include "cli/Json.h"
+#include "cli/ProgressBar.h"
+#include "download/DownloadQueueManager.h"
+#include "platform/RunLoop.h"
+
+namespace tolvane {
+
+namespace {
+
+using PackageList = std::vector<PackageEntry>;
+
+struct Counters {
+  std::uint64_t downloaded = 0;
+  std::uint64_t verified = 0;
+  std::uint64_t failed = 0;
+  std::uint64_t validationFailed = 0;
+  std::uint64_t skipped = 0;
+  std::uint64_t alreadyPresent = 0;
+};
+
+// The factory for sessions with another limit of connections to one host.
+URLSessionFactory limitedTo(int connections, URLSessionFactory factory) {
+  return [connections, factory = std::move(factory)](URLSessionConfiguration configuration) {
+    configuration.maximumConnectionsPerHost = connections;
+    return factory(configuration);
+  };
+}
+
+// In the order of the repository's list. An identifier that it does not have earns a warning.
+PackageList packagesNamed(const std::vector<std::string>& identifiers, const PackageList& packages,
+                          Console& console) {
+  PackageList named;
+  for (const PackageEntry& package : packages) {
+    if (std::find(identifiers.begin(), identifiers.end(), package.packageName()) !=
+        identifiers.end()) {
+      named.push_back(package);
+    }
+  }
+  for (const std::string& identifier : identifiers) {
+    const bool found = std::any_of(named.begin(), named.end(), [&](const PackageEntry& package) {
+      return package.packageName() == identifier;
+    });
+    if (!found) console.append(fmt::format("No such package: {}", identifier), "warning");
+  }
+  return named;
+}
+
+// Everything but the head of a run's last text.
+std::string summary(const Counters& counters) {
+  return fmt::format("Downloaded: {}  Verified: {}  Failed: {}  Validation failed: {}  Skipped: {}",
+                     counters.downloaded, counters.verified, counters.failed,
+                     counters.validationFailed, counters.skipped);
+}
+
+nlohmann::ordered_json jsonObject(const Counters& counters) {
+  return {
+      {"downloaded", counters.downloaded}, {"verified", counters.verified},
+      {"failed", counters.failed},         {"validationFailed", counters.validationFailed},
+      {"skipped", counters.skipped},       {"alreadyPresent", counters.alreadyPresent},
+  };
+}
+
+// One download from its selection to its last text.
+class Download {
+ public:
+  Download(const URL& repositoryURL, const Options& options,
+           const URLSessionFactory& sessionFactory, Console& console, std::ostream& output)
+      : repositoryURL_(repositoryURL),
+        options_(options),
+        console_(console),
+        output_(output),
+        queue_(mainQueue_, limitedTo(options.connections, sessionFactory)) {}
+
+  int downloadMissing(const PackageList& packages) {
+    const PackageList missing = queue_.missingPackagesFromPackages(packages, options_.folder);
+    counters_.alreadyPresent = packages.size() - missing.size();
+    const std::string scan =
+        fmt::format("Missing: {}   Already present: {}", missing.size(), counters_.alreadyPresent);
+    if (missing.empty()) return finish(scan);
+    console_.append(scan, "info");
+    run(missing, "Downloading missing");
+    return finish(fmt::format("Finished missing. {}  Already present: {}", summary(counters_),
+                              counters_.alreadyPresent));
+  }
+
+  int downloadNamed(const PackageList& packages) {
+    run(packagesNamed(options_.packages, packages, console_), "Downloading");
+    return finish("Finished. " + summary(counters_));
+  }
+
+ private:
+  void run(const PackageList& packages, std::string_view action) {
+    const auto showProgress = [this, action](std::uint64_t completed, std::uint64_t total,
+                                             std::uint64_t failed, std::uint64_t skipped,
+                                             std::uint64_t verified,
+                                             std::uint64_t validationFailed) {
+      console_.showStatus(fmt::format(
+          "{}  {} {} / {}   Verified: {}   Failed: {}   Validation failed: {}   Skipped: {}",
+          progressBar(completed, total), action, completed, total, verified, failed,
+          validationFailed, skipped));
+    };
+    const auto end = [this](std::uint64_t downloaded, std::uint64_t failed, std::uint64_t skipped,
+                            std::uint64_t verified, std::uint64_t validationFailed) {
+      counters_.downloaded = downloaded;
+      counters_.verified = verified;
+      counters_.failed = failed;
+      counters_.validationFailed = validationFailed;
+      counters_.skipped = skipped;
+      mainQueue_.quit();
+    };
+    queue_.downloadPackages(packages, repositoryURL_, options_.folder, showProgress, end);
+    mainQueue_.run();
+    console_.clearStatus();
+  }
+
+  int finish(const std::string& text) {
+    output_ << (options_.json ? jsonText(jsonObject(counters_)) : text) << '\n';
+    return counters_.failed > 0 || counters_.validationFailed > 0 ? kExitFailed : kExitDone;
+  }
+
+  const URL& repositoryURL_;
+  const Options& options_;
+  Console& console_;
+  std::ostream& output_;
+  RunLoop mainQueue_;
+  DownloadQueueManager queue_;
+  Counters counters_;
+};
+
+}  // namespace
+
+int downloadPackages(const PackageList& packages, const URL& repositoryURL, const Options& options,
+                     const URLSessionFactory& sessionFactory, Console& console,
+                     std::ostream& output) {
+  Download download(repositoryURL, options, sessionFactory, console, output);
+  return options.packages.empty() ? download.downloadMissing(packages)
+                                  : download.downloadNamed(packages);
+}
+
+}  // namespace tolvane
