@@ -148,7 +148,7 @@ void DownloadManager::downloadPackage(const PackageEntry& package,
   }
 
   const std::optional<URL> url = URLForPackage(package, repositoryURL);
-  SystemLog::write("[Download] {}", url ? url->absoluteString() : "(null)");
+  SystemLog::write("[Download] {}", describe(url));
   CrawlerLogger::logInfo(fmt::format("Downloading: {}", absoluteText(url)));
   downloadPackage(package, url, localPath, 1, std::move(completion));
 }

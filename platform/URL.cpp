@@ -73,6 +73,10 @@ std::string absoluteText(const std::optional<URL>& url) {
   return url ? url->absoluteString() : std::string();
 }
 
+std::string describe(const std::optional<URL>& url) {
+  return url ? url->absoluteString() : "(null)";
+}
+
 std::string baseText(const std::optional<URL>& url) {
   std::string text = absoluteText(url);
   if (!text.ends_with('/')) text += '/';

@@ -50,6 +50,9 @@ class URL {
 // The URL's text, "" where there is no URL.
 std::string absoluteText(const std::optional<URL>& url);
 
+// As a URL stands in a system-log line: its text, or "(null)" where there is none.
+std::string describe(const std::optional<URL>& url);
+
 // The URL's text with one "/" appended unless it ends in one; "/" where there is no URL.
 std::string baseText(const std::optional<URL>& url);
 
