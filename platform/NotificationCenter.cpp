@@ -3,25 +3,21 @@
 
 #include <mutex>
 #include <utility>
-#include <vector>
+
+#include "platform/ObserverList.h"
 
 namespace tolvane {
 
-// The tokens own the observers, so that one is gone the moment its token is, and never destroyed
-// with the lock held.
 struct NotificationCenter::State {
-  using Observers = std::vector<std::weak_ptr<const Observer>>;
+  using Observers = ObserverList<const UserInfo&>;
 
   std::mutex mutex;
-  std::map<std::string, Observers, std::less<>> observers;
+  std::map<std::string, Observers, std::less<>> observers;  // a list that is there once stays
 
-  // The observers of the name that are still there; the others are forgotten on the way.
-  Observers observersOf(std::string_view name) {
+  Observers& observersOf(std::string_view name) {
     const std::lock_guard lock(mutex);
     const auto found = observers.find(name);
-    if (found == observers.end()) return {};
-    std::erase_if(found->second, [](const auto& observer) { return observer.expired(); });
-    return found->second;
+    return found != observers.end() ? found->second : observers[std::string(name)];
   }
 };
 
@@ -37,18 +33,11 @@ NotificationCenter& NotificationCenter::defaultCenter() {
 
 NotificationCenter::Token NotificationCenter::addObserver(std::string_view name,
                                                           Observer observer) {
-  auto token = std::make_shared<const Observer>(std::move(observer));
-  const std::lock_guard lock(state_->mutex);
-  auto& observers = state_->observers[std::string(name)];
-  std::erase_if(observers, [](const auto& other) { return other.expired(); });
-  observers.push_back(token);
-  return std::const_pointer_cast<Observer>(token);
+  return state_->observersOf(name).add(std::move(observer));
 }
 
 void NotificationCenter::post(std::string_view name, const UserInfo& userInfo) {
-  for (const auto& weakObserver : state_->observersOf(name)) {
-    if (const auto observer = weakObserver.lock()) (*observer)(userInfo);
-  }
+  state_->observersOf(name).call(userInfo);
 }
 
 }  // namespace tolvane

@@ -3,28 +3,21 @@
 
 #include <algorithm>
 #include <atomic>
-#include <mutex>
 #include <spdlog/logger.h>
 #include <spdlog/sinks/stdout_sinks.h>
-#include <vector>
+
+#include "platform/ObserverList.h"
 
 namespace tolvane::SystemLog {
 
 namespace {
 
-struct Observer {
-  std::function<void(std::string_view)> callback;
-};
-
 struct State {
   State() { logger.set_pattern("%Y-%m-%d %H:%M:%S.%e [%t] %v"); }
 
   std::atomic<bool> writesToStandardError = false;
-  std::atomic<int> observerCount = 0;
   spdlog::logger logger{"tolvane", std::make_shared<spdlog::sinks::stderr_sink_mt>()};
-
-  std::mutex mutex;
-  std::vector<std::weak_ptr<const Observer>> observers;
+  ObserverList<std::string_view> observers;
 };
 
 State& state() {
@@ -33,17 +26,12 @@ State& state() {
   return *state;
 }
 
-// A message stays one line, and texts from outside cannot steer the terminal.
+// Keeps a message on its line, and its escape sequences off the terminal.
 std::string onOneLine(std::string_view text) {
   std::string line(text);
-  std::ranges::replace_if(
-      line, [](unsigned char c) { return c < 0x20 || c == 0x7F; }, ' ');
+  const auto isControlCharacter = [](unsigned char c) { return c < 0x20 || c == 0x7F; };
+  std::ranges::replace_if(line, isControlCharacter, ' ');
   return line;
-}
-
-std::vector<std::weak_ptr<const Observer>> currentObservers() {
-  const std::lock_guard lock(state().mutex);
-  return state().observers;
 }
 
 }  // namespace
@@ -52,28 +40,17 @@ void writeToStandardError(bool on) {
   state().writesToStandardError = on;
 }
 
-std::shared_ptr<void> observe(std::function<void(std::string_view)> callback) {
-  const std::shared_ptr<Observer> observer(new Observer{std::move(callback)}, [](Observer* gone) {
-    delete gone;
-    --state().observerCount;
-  });
-  ++state().observerCount;
-  const std::lock_guard lock(state().mutex);
-  std::erase_if(state().observers, [](const auto& other) { return other.expired(); });
-  state().observers.push_back(observer);
-  return observer;
+std::shared_ptr<void> observe(std::function<void(std::string_view)> observer) {
+  return state().observers.add(std::move(observer));
 }
 
 bool isEnabled() {
-  return state().writesToStandardError || state().observerCount > 0;
+  return state().writesToStandardError || !state().observers.isEmpty();
 }
 
 void writeLine(std::string_view text) {
   if (state().writesToStandardError) state().logger.info(onOneLine(text));
-  if (state().observerCount == 0) return;
-  for (const auto& weakObserver : currentObservers()) {
-    if (const auto observer = weakObserver.lock()) observer->callback(text);
-  }
+  state().observers.call(text);
 }
 
 }  // namespace tolvane::SystemLog
