@@ -42,6 +42,9 @@ class TemporaryFile {
   // process that ends at once; safe to call from any thread.
   static void removeAll();
 
+  // For tests: whether open() may make unnamed files where the file system has them.
+  static void allowUnnamedFiles(bool allowed);
+
  private:
   void close() noexcept;
 

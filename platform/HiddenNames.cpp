@@ -1,0 +1,142 @@
+// SPDX-License-Identifier: MIT
+#include "platform/HiddenNames.h"
+
+#include <cerrno>
+#include <cstdint>
+#include <filesystem>
+#include <fmt/format.h>
+#include <mutex>
+#include <random>
+#include <set>
+#include <string_view>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+#include "platform/FileDescriptor.h"
+#include "platform/Text.h"
+
+namespace tolvane {
+
+namespace {
+
+constexpr std::string_view kPrefix = ".tolvane-";
+constexpr std::size_t kDigitCount = 16;
+
+struct Record {
+  std::mutex mutex;
+  std::set<std::string> ownPaths;
+  std::set<std::string> sweptFolders;
+  std::random_device random;
+};
+
+Record& record() {
+  // Never destroyed: background threads may still hold files while the process exits.
+  static auto* const record = new Record;
+  return *record;
+}
+
+bool isHiddenName(std::string_view name) {
+  return name.size() == kPrefix.size() + kDigitCount && name.starts_with(kPrefix) &&
+         name.find_first_not_of("0123456789abcdef", kPrefix.size()) == std::string_view::npos;
+}
+
+bool isRegularAndLinked(int descriptor) {
+  struct stat status {};
+  return ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) && status.st_nlink > 0;
+}
+
+bool tryLock(int descriptor) {
+  return ::flock(descriptor, LOCK_EX | LOCK_NB) == 0;
+}
+
+// Locks a file of ours. False when another process has taken it for a stale one and is about to
+// remove it. Where the file system has no locks, nobody else can take one either.
+bool lockOwn(int descriptor) {
+  return tryLock(descriptor) || errno != EWOULDBLOCK;
+}
+
+// Opened for writing, which some network file systems want of an exclusive lock.
+void removeIfNobodyHolds(const std::string& path) {
+  const FileDescriptor file(path.c_str(), O_WRONLY | O_NOFOLLOW | O_NONBLOCK);
+  if (file.isOpen() && isRegularAndLinked(file.get()) && tryLock(file.get())) {
+    ::unlink(path.c_str());
+  }
+}
+
+std::string reserve(const std::string& folder) {
+  const std::lock_guard lock(record().mutex);
+  std::uniform_int_distribution<std::uint64_t> anyNumber;
+  const std::string name = fmt::format("{}{:016x}", kPrefix, anyNumber(record().random));
+  return *record().ownPaths.insert(joinPath(folder, name)).first;
+}
+
+}  // namespace
+
+int HiddenNames::create(const std::string& folder, std::string& path) {
+  for (;;) {
+    const std::string candidate = reserve(folder);
+    const int descriptor = ::open(candidate.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    if (descriptor < 0) {
+      const int failure = errno;
+      release(candidate);
+      errno = failure;
+      return -1;
+    }
+    // Between the two calls another process may have found the file without a lock.
+    if (lockOwn(descriptor) && isRegularAndLinked(descriptor)) {
+      path = candidate;
+      return descriptor;
+    }
+    ::close(descriptor);
+    remove(candidate);
+  }
+}
+
+bool HiddenNames::link(int descriptor, const std::string& folder, std::string& path) {
+  lockOwn(descriptor);  // nobody else has seen the file yet
+  const std::string candidate = reserve(folder);
+  if (linkDescriptor(descriptor, candidate)) {
+    path = candidate;
+    return true;
+  }
+  const int failure = errno;
+  release(candidate);
+  errno = failure;
+  return false;
+}
+
+void HiddenNames::remove(const std::string& path) {
+  ::unlink(path.c_str());
+  release(path);
+}
+
+void HiddenNames::release(const std::string& path) {
+  const std::lock_guard lock(record().mutex);
+  record().ownPaths.erase(path);
+}
+
+void HiddenNames::removeAll() {
+  const std::lock_guard lock(record().mutex);
+  for (const std::string& path : std::exchange(record().ownPaths, {})) ::unlink(path.c_str());
+}
+
+void HiddenNames::removeStale(const std::string& folder) {
+  {
+    const std::lock_guard lock(record().mutex);
+    if (!record().sweptFolders.insert(folder).second) return;
+  }
+  std::error_code failure;
+  std::filesystem::directory_iterator entry(folder, failure);
+  for (; !failure && entry != std::filesystem::directory_iterator(); entry.increment(failure)) {
+    if (isHiddenName(entry->path().filename().native())) removeIfNobodyHolds(entry->path());
+  }
+}
+
+bool linkDescriptor(int descriptor, const std::string& path) {
+  const std::string source = fmt::format("/proc/self/fd/{}", descriptor);
+  return ::linkat(AT_FDCWD, source.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0;
+}
+
+}  // namespace tolvane
