@@ -1,0 +1,107 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "download/DownloadQueueManager.h"
+#include "platform/RunLoop.h"
+
+namespace tolvane {
+
+// A main queue that the test drains when it wants, and that says how much has been posted.
+class CountingRunLoop : public RunLoop {
+ public:
+  void post(Task task) override {
+    RunLoop::post(std::move(task));
+    const std::lock_guard lock(mutex_);
+    ++posts_;
+    posted_.notify_all();
+  }
+
+  // Waits until that many tasks have been posted; false when they do not come within 10 seconds.
+  bool waitForPosts(std::size_t count) {
+    std::unique_lock lock(mutex_);
+    return posted_.wait_for(lock, std::chrono::seconds(10), [&] { return posts_ >= count; });
+  }
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable posted_;
+  std::size_t posts_ = 0;
+};
+
+// A download manager whose outcomes the test makes up.
+class ScriptedDownloadManager : public DownloadManager {
+ public:
+  using Script = std::function<void(const PackageEntry&, const Completion&)>;
+
+  explicit ScriptedDownloadManager(Script script) : script_(std::move(script)) {}
+
+  void downloadPackage(const PackageEntry& package, const std::optional<URL>&, const std::string&,
+                       Completion completion) override {
+    script_(package, completion);
+  }
+
+ private:
+  Script script_;
+};
+
+// The arguments of one progress call, and of the completion, in their orders.
+using ProgressReport = std::vector<std::uint64_t>;
+using Summary = std::vector<std::uint64_t>;
+
+// What the callbacks of one run are called with. They may only be called on the thread that made
+// this object, and the completion only once.
+class QueueRun {
+ public:
+  DownloadQueueManager::Progress progress() const {
+    return [state = state_](std::uint64_t completed, std::uint64_t total, std::uint64_t failed,
+                            std::uint64_t skipped, std::uint64_t verified,
+                            std::uint64_t validationFailed) {
+      state->checkThread();
+      state->reports.push_back({completed, total, failed, skipped, verified, validationFailed});
+    };
+  }
+
+  DownloadQueueManager::Completion completion(std::function<void()> then = {}) const {
+    return [state = state_, then = std::move(then)](std::uint64_t downloaded, std::uint64_t failed,
+                                                    std::uint64_t skipped, std::uint64_t verified,
+                                                    std::uint64_t validationFailed) {
+      state->checkThread();
+      if (state->summary) throw std::logic_error("A run completed twice.");
+      state->summary = Summary{downloaded, failed, skipped, verified, validationFailed};
+      if (then) then();
+    };
+  }
+
+  const std::vector<ProgressReport>& reports() const { return state_->reports; }
+  const std::optional<Summary>& summary() const { return state_->summary; }
+
+  // Whether any callback that was handed out still exists.
+  bool isHeld() const { return state_.use_count() > 1; }
+
+ private:
+  struct State {
+    void checkThread() const {
+      if (std::this_thread::get_id() != thread) throw std::logic_error("Not the main thread.");
+    }
+
+    const std::thread::id thread = std::this_thread::get_id();
+    std::vector<ProgressReport> reports;
+    std::optional<Summary> summary;
+  };
+
+  std::shared_ptr<State> state_ = std::make_shared<State>();
+};
+
+}  // namespace tolvane
