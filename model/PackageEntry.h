@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace tolvane {
@@ -126,6 +127,9 @@ class PackageEntry {
     std::string& text();
 
     void add(const Values& values);
+    std::size_t size() const;
+
+    // The entries in the order in which they were added. Ends the builder's use.
     std::vector<PackageEntry> finish();
 
    private:
@@ -139,10 +143,13 @@ class PackageEntry {
     bool installer4Package = false;
     bool installer3Package = false;
   };
-  struct OwnedRecord;
+
+  explicit PackageEntry(std::shared_ptr<const Record> record) : record_(std::move(record)) {}
 
   static Record makeRecord(const Values& values);
-  static std::shared_ptr<OwnedRecord> copyRecord(const Record& record);
+
+  // Makes the record this entry's own, with copies of its texts.
+  void own(const Record& record);
 
   // Never null. Points into what keeps the texts alive: an index that many entries share, or a
   // copy of one record's texts.
