@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -14,9 +15,13 @@ class RepoParser {
  public:
   RepoParser() = delete;
 
+  // An index is read up to this many records, some fifteen times what a large distribution has. A
+  // few megabytes of tiny stanzas could otherwise ask for any amount of memory.
+  static constexpr std::size_t kMaximumRecords = std::size_t{1} << 20;
+
   // The records in the order of the text: one for each stanza that has both a "Package" and a
-  // "Filename" field, empty or not. Never fails; bad input yields fewer records or none. The
-  // records share the text that is handed in, so move it.
+  // "Filename" field, empty or not. Never fails; bad input yields fewer records or none, and so
+  // does want of memory. The records share the text that is handed in, so move it.
   static std::vector<PackageEntry> parsePackagesText(std::string text);
 };
 
