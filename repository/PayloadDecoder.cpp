@@ -1,0 +1,160 @@
+// SPDX-License-Identifier: MIT
+#include "repository/PayloadDecoder.h"
+
+#include <algorithm>
+#include <bzlib.h>
+#include <cstdint>
+#include <limits>
+#include <lzma.h>
+#include <new>
+#include <zlib.h>
+
+namespace tolvane {
+
+namespace {
+
+// zlib and libbz2 count in 32 bits, so long input and output goes to them piece by piece.
+constexpr std::size_t kPiece = std::size_t{1} << 20;
+
+// What differs between the libraries. The first buffer has kInitialFactor times the input's size
+// and grows by 1/kGrowthDivisor of it. Their streams have the same members by the same names.
+
+struct Gzip {
+  using Stream = z_stream;
+  static constexpr std::size_t kInitialFactor = 2;
+  static constexpr std::size_t kGrowthDivisor = 2;
+  static constexpr std::size_t kLargestPiece = kPiece;
+  static constexpr int kOK = Z_OK;
+  static constexpr int kEnd = Z_STREAM_END;
+
+  static constexpr int kGzipWrapperOnly = 15 + 16;  // the largest window, and no other wrapper
+
+  static int open(Stream& stream) { return inflateInit2(&stream, kGzipWrapperOnly); }
+  static int decode(Stream& stream) { return inflate(&stream, Z_SYNC_FLUSH); }
+  static void close(Stream& stream) { inflateEnd(&stream); }
+};
+
+struct Bzip2 {
+  using Stream = bz_stream;
+  static constexpr std::size_t kInitialFactor = 4;
+  static constexpr std::size_t kGrowthDivisor = 1;
+  static constexpr std::size_t kLargestPiece = kPiece;
+  static constexpr int kOK = BZ_OK;
+  static constexpr int kEnd = BZ_STREAM_END;
+
+  static constexpr int kQuiet = 0;
+  static constexpr int kFast = 0;  // at the price of memory
+
+  static int open(Stream& stream) { return BZ2_bzDecompressInit(&stream, kQuiet, kFast); }
+  static int decode(Stream& stream) { return BZ2_bzDecompress(&stream); }
+  static void close(Stream& stream) { BZ2_bzDecompressEnd(&stream); }
+};
+
+struct XZ {
+  using Stream = lzma_stream;
+  static constexpr std::size_t kInitialFactor = 4;
+  static constexpr std::size_t kGrowthDivisor = 1;
+  // LZMA_FINISH asks for the whole input in the first step.
+  static constexpr std::size_t kLargestPiece = std::numeric_limits<std::size_t>::max();
+  static constexpr int kOK = LZMA_OK;
+  static constexpr int kEnd = LZMA_STREAM_END;
+
+  static constexpr std::uint64_t kNoMemoryLimit = UINT64_MAX;
+  static constexpr std::uint32_t kOneStream = 0;
+
+  static int open(Stream& stream) {
+    return lzma_stream_decoder(&stream, kNoMemoryLimit, kOneStream);
+  }
+  static int decode(Stream& stream) { return lzma_code(&stream, LZMA_FINISH); }
+  static void close(Stream& stream) { lzma_end(&stream); }
+};
+
+struct Step {
+  int result;
+  std::size_t consumed;
+  std::size_t produced;
+};
+
+// Owns one library's stream.
+template <typename Library>
+class Decoder {
+ public:
+  Decoder() : isOpen_(Library::open(stream_) == Library::kOK) {}
+  ~Decoder() { Library::close(stream_); }
+
+  Decoder(const Decoder&) = delete;
+  Decoder& operator=(const Decoder&) = delete;
+
+  bool isOpen() const { return isOpen_; }
+
+  Step step(std::string_view input, char* output, std::size_t space) {
+    const std::size_t inputSize = std::min(input.size(), Library::kLargestPiece);
+    const std::size_t outputSize = std::min(space, Library::kLargestPiece);
+    // The libraries only read the input; not all of them say so in their types.
+    stream_.next_in = reinterpret_cast<decltype(stream_.next_in)>(const_cast<char*>(input.data()));
+    stream_.avail_in = static_cast<decltype(stream_.avail_in)>(inputSize);
+    stream_.next_out = reinterpret_cast<decltype(stream_.next_out)>(output);
+    stream_.avail_out = static_cast<decltype(stream_.avail_out)>(outputSize);
+    const int result = Library::decode(stream_);
+    return {result, inputSize - stream_.avail_in, outputSize - stream_.avail_out};
+  }
+
+ private:
+  typename Library::Stream stream_{};
+  bool isOpen_;
+};
+
+template <typename Library>
+std::optional<std::string> unpackInMemory(std::string_view bytes, std::size_t maximumSize) {
+  if (bytes.empty()) return std::nullopt;
+  Decoder<Library> decoder;
+  if (!decoder.isOpen()) return std::nullopt;
+  const std::size_t largestBuffer = maximumSize + 1;  // a full one shows that there is too much
+  std::string buffer(std::min(bytes.size() * Library::kInitialFactor, largestBuffer), '\0');
+  std::string_view input = bytes;
+  std::size_t produced = 0;
+  while (true) {
+    if (produced == buffer.size()) {
+      // By the input's size alone, a small input that unpacks to much would be copied for ever.
+      const std::size_t growth = std::max(bytes.size() / Library::kGrowthDivisor, produced / 2);
+      buffer.resize(std::min(produced + growth, largestBuffer));
+    }
+    const Step step = decoder.step(input, buffer.data() + produced, buffer.size() - produced);
+    input.remove_prefix(step.consumed);
+    produced += step.produced;
+    if (produced > maximumSize) return std::nullopt;
+    if (step.result == Library::kEnd) break;
+    // libbz2 goes on answering OK at the end of a cut input.
+    const bool stuck = step.consumed == 0 && step.produced == 0;
+    if (step.result != Library::kOK || stuck) return std::nullopt;
+  }
+  buffer.resize(produced);
+  // The text lives as long as its records, so much spare room is not kept.
+  if (buffer.capacity() > produced + produced / 4) buffer.shrink_to_fit();
+  return buffer;
+}
+
+template <typename Library>
+std::optional<std::string> unpack(std::string_view bytes, std::size_t maximumSize) {
+  try {
+    return unpackInMemory<Library>(bytes, maximumSize);
+  } catch (const std::bad_alloc&) {
+    return std::nullopt;
+  }
+}
+
+}  // namespace
+
+std::optional<std::string> unpackGzip(std::string_view bytes, std::size_t maximumSize) {
+  return unpack<Gzip>(bytes, maximumSize);
+}
+
+std::optional<std::string> unpackBzip2(std::string_view bytes, std::size_t maximumSize) {
+  return unpack<Bzip2>(bytes, maximumSize);
+}
+
+std::optional<std::string> unpackXZ(std::string_view bytes, std::size_t maximumSize) {
+  return unpack<XZ>(bytes, maximumSize);
+}
+
+}  // namespace tolvane
