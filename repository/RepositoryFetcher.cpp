@@ -1,0 +1,184 @@
+// SPDX-License-Identifier: MIT
+#include "repository/RepositoryFetcher.h"
+
+#include <chrono>
+#include <fmt/format.h>
+#include <new>
+#include <utility>
+
+#include "model/CrawlerLogger.h"
+#include "platform/SystemLog.h"
+#include "platform/Text.h"
+#include "repository/PayloadDecoder.h"
+#include "repository/RepoParser.h"
+
+namespace tolvane {
+
+namespace {
+
+constexpr std::string_view kErrorDomain = "RepositoryFetcher";
+constexpr std::string_view kNoPackagesFile = "No Cydia/APT Packages file found.";
+constexpr std::string_view kUTF8Mark = "\xEF\xBB\xBF";
+
+std::vector<std::string> makeCandidatePaths() {
+  std::vector<std::string> paths;
+  for (const char* folder :
+       {"", "./", "dists/stable/main/binary-iphoneos-arm/", "dists/ios/main/binary-iphoneos-arm/",
+        "dists/tangelo/main/binary-iphoneos-arm/"}) {
+    for (const char* file : {"Packages", "Packages.gz", "Packages.bz2", "Packages.xz"}) {
+      paths.push_back(std::string(folder) + file);
+    }
+  }
+  return paths;
+}
+
+bool exceedsMaximumLength(const std::optional<Error>& error) {
+  return error && error->domain == kURLErrorDomain &&
+         error->code == kURLErrorDataLengthExceedsMaximum;
+}
+
+std::optional<std::string> textOfUnpacked(std::optional<std::string> bytes) {
+  if (!bytes) return std::nullopt;
+  return RepositoryFetcher::stringFromTextData(std::move(*bytes));
+}
+
+// One candidate's answer.
+struct Answer {
+  std::string body;
+  int status;
+  std::optional<Error> error;
+};
+
+// Reports the answer; true when there is something to decode, if only in vain.
+bool isCandidate(const Answer& answer, const std::optional<URL>& url) {
+  SystemLog::write("[Crawler] Response for {} -> status={} error={} bytes={}", describe(url),
+                   answer.status, describe(answer.error), answer.body.size());
+  if (answer.status < 200 || answer.status > 299) return false;
+  SystemLog::write("[Crawler] Candidate exists: {}", describe(url));
+  CrawlerLogger::logSuccess(fmt::format("Package index found: {}", absoluteText(url)));
+  if (exceedsMaximumLength(answer.error)) return true;
+  return !answer.error && !answer.body.empty();
+}
+
+// Decodes and parses, and reports both; no value when that gives no package.
+std::optional<RepositoryFetcher::PackageList> readCandidate(Answer answer, std::string_view path,
+                                                            const std::string& url) {
+  std::optional<std::string> text;
+  if (!answer.error) text = RepositoryFetcher::stringFromData(std::move(answer.body), path);
+  if (!text) {
+    SystemLog::write("[Crawler] Could not decode candidate, trying next path: {}", url);
+    CrawlerLogger::logWarning(
+        fmt::format("Could not decode package index, trying next path: {}", url));
+    return std::nullopt;
+  }
+  const std::size_t length = utf16Length(*text);
+  SystemLog::write("[Crawler] Decoded Packages file ({} chars)", length);
+  CrawlerLogger::logSuccess(fmt::format("Decoded Packages file ({} chars)", length));
+  RepositoryFetcher::PackageList packages = RepoParser::parsePackagesText(std::move(*text));
+  SystemLog::write("[Crawler] Parsed {} packages", packages.size());
+  CrawlerLogger::logSuccess(fmt::format("Parsed {} package(s)", packages.size()));
+  if (packages.empty()) {
+    SystemLog::write("[Crawler] Candidate decoded but contained no packages, trying next path: {}",
+                     url);
+    CrawlerLogger::logWarning(
+        fmt::format("Package index contained no packages, trying next candidate: {}", url));
+    return std::nullopt;
+  }
+  SystemLog::write("[Crawler] Using package index: {}", url);
+  CrawlerLogger::logSuccess(fmt::format("Using package index: {}", url));
+  return packages;
+}
+
+}  // namespace
+
+RepositoryFetcher::RepositoryFetcher(URLSessionFactory sessionFactory)
+    : sessionFactory_(std::move(sessionFactory)) {}
+
+void RepositoryFetcher::fetchPackagesFromRepositoryURL(const std::optional<URL>& repositoryURL,
+                                                       Completion completion) const {
+  SystemLog::write("[Crawler] fetchPackagesFromRepositoryURL called with: {}",
+                   describe(repositoryURL));
+  CrawlerLogger::logInfo(fmt::format("Fetching repository: {}", absoluteText(repositoryURL)));
+  tryCandidatePaths(candidatePaths(), 0, repositoryURL, false, std::move(completion));
+}
+
+void RepositoryFetcher::tryCandidatePaths(std::shared_ptr<const std::vector<std::string>> paths,
+                                          std::size_t index,
+                                          const std::optional<URL>& repositoryURL,
+                                          bool fallbackToInstaller4, Completion completion) const {
+  if (index >= paths->size()) {
+    CrawlerLogger::logError(kNoPackagesFile);
+    completion(std::nullopt, Error{std::string(kErrorDomain), 404, std::string(kNoPackagesFile)});
+    return;
+  }
+  const std::optional<URL> url = URLForCandidatePath((*paths)[index], repositoryURL);
+  SystemLog::write("[Crawler] Trying: {}", describe(url));
+  CrawlerLogger::logInfo(fmt::format("Trying package index: {}", absoluteText(url)));
+  freshSession()->dataTask(
+      uncachedRequest(url),
+      [fetcher = *this, paths, index, repositoryURL, fallbackToInstaller4, completion, url](
+          std::string body, std::optional<URLResponse> response, std::optional<Error> error) {
+        Answer answer{std::move(body), response ? response->statusCode : 0, std::move(error)};
+        std::optional<PackageList> packages;
+        if (isCandidate(answer, url)) {
+          packages = readCandidate(std::move(answer), (*paths)[index], absoluteText(url));
+        }
+        if (packages) {
+          completion(std::move(packages), std::nullopt);
+        } else {
+          fetcher.tryCandidatePaths(paths, index + 1, repositoryURL, fallbackToInstaller4,
+                                    completion);
+        }
+      });
+}
+
+std::shared_ptr<const std::vector<std::string>> RepositoryFetcher::candidatePaths() {
+  static const auto paths = std::make_shared<const std::vector<std::string>>(makeCandidatePaths());
+  return paths;
+}
+
+std::optional<URL> RepositoryFetcher::URLForCandidatePath(std::string_view path,
+                                                          const std::optional<URL>& repositoryURL) {
+  return urlForCandidatePath(path, repositoryURL);
+}
+
+std::shared_ptr<URLSession> RepositoryFetcher::freshSession() const {
+  URLSessionConfiguration configuration;
+  configuration.timeoutIntervalForRequest = std::chrono::seconds(30);
+  configuration.timeoutIntervalForResource = std::chrono::seconds(60);
+  return sessionFactory_(configuration);
+}
+
+std::optional<std::string> RepositoryFetcher::stringFromTextData(std::string bytes) {
+  if (!isValidUTF8(bytes)) {
+    try {
+      return textFromLatin1(bytes);
+    } catch (const std::bad_alloc&) {
+      return std::nullopt;
+    }
+  }
+  if (bytes.starts_with(kUTF8Mark)) bytes.erase(0, kUTF8Mark.size());
+  return bytes;
+}
+
+std::optional<std::string> RepositoryFetcher::stringFromGzipData(std::string_view bytes) {
+  return textOfUnpacked(unpackGzip(bytes));
+}
+
+std::optional<std::string> RepositoryFetcher::stringFromBzip2Data(std::string_view bytes) {
+  return textOfUnpacked(unpackBzip2(bytes));
+}
+
+std::optional<std::string> RepositoryFetcher::stringFromXZData(std::string_view bytes) {
+  return textOfUnpacked(unpackXZ(bytes));
+}
+
+std::optional<std::string> RepositoryFetcher::stringFromData(std::string bytes,
+                                                             std::string_view path) {
+  if (path.ends_with(".gz")) return stringFromGzipData(bytes);
+  if (path.ends_with(".bz2")) return stringFromBzip2Data(bytes);
+  if (path.ends_with(".xz")) return stringFromXZData(bytes);
+  return stringFromTextData(std::move(bytes));
+}
+
+}  // namespace tolvane
