@@ -136,7 +136,7 @@ std::optional<Error> Transfer::receive(std::string_view bytes) {
 }
 
 std::optional<Error> Transfer::receiveInMemory(std::string_view bytes) {
-  if (bytes.size() > kMaximumBodySize - body_.size())
+  if (bytes.size() > task_->session->configuration.maximumBodySize - body_.size())
     return urlError(kURLErrorDataLengthExceedsMaximum);
   try {
     if (body_.empty()) {

@@ -16,6 +16,9 @@
 
 namespace tolvane {
 
+// Bodies that are held in memory end here, counted after an HTTP content encoding was undone.
+inline constexpr std::size_t kMaximumBodySize = std::size_t{1} << 30;
+
 struct URLSessionConfiguration {
   // The longest wait for further bytes; before the first one it covers name, connection and TLS.
   std::chrono::milliseconds timeoutIntervalForRequest = std::chrono::seconds(60);
@@ -23,6 +26,8 @@ struct URLSessionConfiguration {
   std::chrono::milliseconds timeoutIntervalForResource = std::chrono::hours(24 * 7);
   // Connections, not transfers: over HTTP/2 each carries up to 100 of them.
   int maximumConnectionsPerHost = 6;
+  // The longest body of a data task.
+  std::size_t maximumBodySize = kMaximumBodySize;
 };
 
 // A GET. No session keeps a cache.
@@ -37,9 +42,6 @@ struct URLResponse {
 
 // The request for an index: `url` with Cache-Control and Pragma set to no-cache.
 URLRequest uncachedRequest(std::optional<URL> url);
-
-// Bodies that are held in memory end here, counted after an HTTP content encoding was undone.
-inline constexpr std::size_t kMaximumBodySize = std::size_t{1} << 30;
 
 // Sends HTTP and HTTPS requests. It is cheap to make; connections and TLS sessions are pooled for
 // the whole process, so a fresh session for each request costs no handshakes. A session may go
@@ -59,7 +61,7 @@ class URLSession {
   virtual ~URLSession() = default;
 
   // Reads the answer into memory. HTTP content encodings are asked for and undone, except where
-  // the URL's path ends in ".gz", ".bz2" or ".xz". A body of more than kMaximumBodySize, or one
+  // the URL's path ends in ".gz", ".bz2" or ".xz". A body of more than maximumBodySize, or one
   // for which there is no memory, ends with kURLErrorDataLengthExceedsMaximum.
   virtual void dataTask(URLRequest request, DataCompletion completion) = 0;
 
