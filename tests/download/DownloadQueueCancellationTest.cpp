@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: MIT
 // Cancelling a run, and what may be called when.
 #include <atomic>
-#include <chrono>
 #include <future>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <memory>
-#include <thread>
 
 #include "download/DownloadQueueManager.h"
 #include "model/CrawlerLogger.h"
@@ -68,16 +66,6 @@ class DownloadQueueCancellationTest : public testing::Test {
                            run.progress(), run.completion([this] { loop_.quit(); }));
   }
 
-  // Runs what is posted until nothing can call the run's callbacks any more.
-  void drainUntilLetGo(const QueueRun& run) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (run.isHeld()) {
-      ASSERT_LT(std::chrono::steady_clock::now(), deadline) << "the run holds its callbacks";
-      std::this_thread::sleep_for(std::chrono::milliseconds(1));
-      loop_.drain();
-    }
-  }
-
   const TemporaryFolder folder_;
   CountingRunLoop loop_;
   ScriptedURLSession session_;
@@ -101,7 +89,7 @@ TEST_F(DownloadQueueCancellationTest, RightAfterTheStartDiscardsWhatWaitsAndComp
   queue.cancelAllDownloads();
   manager->release();
 
-  drainUntilLetGo(run);
+  EXPECT_TRUE(run.drainUntilLetGo(loop_));
   EXPECT_THAT(run.reports(), ElementsAre(ProgressReport{1, 100, 0, 0, 1, 0}))
       << "the step that had started is counted";
   EXPECT_EQ(run.summary(), std::nullopt);
@@ -166,7 +154,7 @@ TEST_F(DownloadQueueCancellationTest, AQueueThatGoesDiscardsWhatWaits) {
     manager->waitUntilBlocked();
   }
   manager->release();
-  drainUntilLetGo(run);
+  EXPECT_TRUE(run.drainUntilLetGo(loop_));
   EXPECT_THAT(run.reports(), SizeIs(1));
   EXPECT_EQ(run.summary(), std::nullopt);
 }
@@ -176,7 +164,7 @@ TEST_F(DownloadQueueCancellationTest, AFinishedRunLetsGoOfItsCallbacks) {
   const QueueRun run;
   start(queue, 3, run);
   loop_.run();
-  drainUntilLetGo(run);
+  EXPECT_TRUE(run.drainUntilLetGo(loop_));
 }
 
 // A main queue that runs its tasks at once would hang on a lock that is held while it is posted to.

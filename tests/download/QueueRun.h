@@ -9,6 +9,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -87,8 +88,17 @@ class QueueRun {
   const std::vector<ProgressReport>& reports() const { return state_->reports; }
   const std::optional<Summary>& summary() const { return state_->summary; }
 
-  // Whether any callback that was handed out still exists.
-  bool isHeld() const { return state_.use_count() > 1; }
+  // Runs what is posted until the callbacks that were handed out are gone, so that nothing can
+  // call them any more; false when they are held for longer than 10 seconds.
+  bool drainUntilLetGo(RunLoop& loop) const {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (state_.use_count() > 1) {
+      if (std::chrono::steady_clock::now() > deadline) return false;
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+      loop.drain();
+    }
+    return true;
+  }
 
  private:
   struct State {
