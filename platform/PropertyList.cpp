@@ -6,6 +6,8 @@
 #include <fmt/format.h>
 #include <new>
 #include <type_traits>
+#include <unicode/utf16.h>
+#include <unicode/utf8.h>
 
 #include "platform/PropertyListReaders.h"
 
@@ -23,6 +25,7 @@ std::string textFormOf(const PropertyList::Real& real) {
 }
 
 constexpr std::string_view kWhiteSpace = " \t\n\v\f\r";
+constexpr char16_t kReplacement = u'\uFFFD';
 constexpr std::string_view kUTF8Mark = "\xEF\xBB\xBF";
 
 // Hexadecimal digits between "<" and ">" are the data of an old-style list; XML is all the rest
@@ -65,25 +68,6 @@ Error propertyListError(std::string description) {
           std::move(description)};
 }
 
-void appendCodePoint(std::string& text, char32_t point) {
-  if (point < 0x80) {
-    text += static_cast<char>(point);
-    return;
-  }
-  if (point < 0x800) {
-    text += static_cast<char>(0xC0 | point >> 6);
-  } else {
-    if (point < 0x10000) {
-      text += static_cast<char>(0xE0 | point >> 12);
-    } else {
-      text += static_cast<char>(0xF0 | point >> 18);
-      text += static_cast<char>(0x80 | (point >> 12 & 0x3F));
-    }
-    text += static_cast<char>(0x80 | (point >> 6 & 0x3F));
-  }
-  text += static_cast<char>(0x80 | (point & 0x3F));
-}
-
 }  // namespace
 
 const PropertyList* PropertyList::Dictionary::find(std::string_view key) const {
@@ -121,15 +105,14 @@ Error propertyListErrorAtOffset(std::string_view what, std::size_t offset) {
 }
 
 void appendUTF16(std::string& text, std::u16string_view units) {
-  const auto isHigh = [](char16_t unit) { return (unit & 0xFC00) == 0xD800; };
-  const auto isLow = [](char16_t unit) { return (unit & 0xFC00) == 0xDC00; };
-  for (std::size_t i = 0; i < units.size(); ++i) {
-    const char16_t unit = units[i];
-    if (isHigh(unit) && i + 1 < units.size() && isLow(units[i + 1])) {
-      appendCodePoint(text, 0x10000 + ((unit & 0x3FFu) << 10) + (units[++i] & 0x3FFu));
-    } else {
-      appendCodePoint(text, isHigh(unit) || isLow(unit) ? U'\uFFFD' : char32_t{unit});
-    }
+  for (std::size_t i = 0; i < units.size();) {
+    UChar32 character = 0;
+    U16_NEXT(units.data(), i, units.size(), character);
+    if (U_IS_SURROGATE(character)) character = kReplacement;
+    char bytes[U8_MAX_LENGTH];
+    std::size_t length = 0;
+    U8_APPEND_UNSAFE(bytes, length, character);
+    text.append(bytes, length);
   }
 }
 
@@ -141,10 +124,10 @@ std::string textFromUTF16(std::string_view bytes, bool bigEndian) {
     const auto second = static_cast<unsigned char>(bytes[i + 1]);
     units += static_cast<char16_t>(bigEndian ? first << 8 | second : second << 8 | first);
   }
+  if (bytes.size() % 2 != 0) units += kReplacement;
   std::string text;
   text.reserve(units.size());
   appendUTF16(text, units);
-  if (bytes.size() % 2 != 0) appendCodePoint(text, U'\uFFFD');
   return text;
 }
 

@@ -30,7 +30,8 @@ bool takeSign(std::string_view& text) {
 
 // The number of the two or four digits at the place, -1 where others stand there.
 int digitsAt(std::string_view text, std::size_t at, std::size_t count) {
-  return wholeNumber<unsigned short>(text.substr(at, count), 10).value_or(-1);
+  const auto number = wholeNumber<unsigned>(text.substr(at, count), 10);
+  return number ? static_cast<int>(*number) : -1;
 }
 
 int base64Value(char c) {
