@@ -31,12 +31,6 @@ Error managerError(DownloadManagerError code, std::string description) {
   return {std::string(kDownloadManagerErrorDomain), code, std::move(description)};
 }
 
-// The name comes from a stranger's index: joined with the folder it must stay inside it.
-bool isOneFileName(std::string_view name) {
-  return !name.empty() && name != "." && name != ".." &&
-         name.find_first_of(std::string_view("/\0", 2)) == std::string_view::npos;
-}
-
 std::string folderOf(const std::string& path) {
   const std::string folder = std::filesystem::path(path).parent_path().string();
   return folder.empty() ? "." : folder;
@@ -142,7 +136,7 @@ void DownloadManager::downloadPackage(const PackageEntry& package,
     CrawlerLogger::logSuccess(fmt::format("Already downloaded: {}", name));
     return completion(true, localPath, std::nullopt);
   }
-  if (!isOneFileName(name)) return failTransfer(completion, posixError(EINVAL));
+  if (!isFileName(name)) return failTransfer(completion, posixError(EINVAL));
   if (std::optional<Error> error = createFolder(destinationPath)) {
     return fail(completion, std::move(*error), "", "Could not create destination directory.");
   }

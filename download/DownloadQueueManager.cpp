@@ -84,13 +84,14 @@ void finishRun(const Tally& tally, const DownloadQueueManager::Completion& compl
 struct DownloadQueueManager::Run : std::enable_shared_from_this<Run> {
   Run(PackageList runPackages, const std::optional<URL>& runRepositoryURL,
       std::string runDestinationPath, Progress runProgress, MainQueue& runMainQueue,
-      std::shared_ptr<Shared> runShared)
+      std::shared_ptr<Shared> runShared, Installer4Retrieval runRetrieval)
       : packages(std::move(runPackages)),
         repositoryURL(runRepositoryURL),
         destinationPath(std::move(runDestinationPath)),
         progress(std::move(runProgress)),
         mainQueue(runMainQueue),
-        shared(std::move(runShared)) {}
+        shared(std::move(runShared)),
+        retrieval(std::move(runRetrieval)) {}
 
   // The package step: ends as soon as the package is skipped or its transfer has started.
   void performStep(std::size_t index);
@@ -101,12 +102,17 @@ struct DownloadQueueManager::Run : std::enable_shared_from_this<Run> {
   const Progress progress;
   MainQueue& mainQueue;
   const std::shared_ptr<Shared> shared;
+  const Installer4Retrieval retrieval;
   const std::shared_ptr<Tally> tally = std::make_shared<Tally>();
   const DispatchGroup group;
 
  private:
+  void startDownload(std::size_t index);
+  void startInstaller4Download(std::size_t index);
   void endDownload(const PackageEntry& package, bool success,
                    const std::optional<std::string>& localPath, const std::optional<Error>& error);
+  void endInstaller4Download(const PackageEntry& package, bool success, bool verified,
+                             bool validationFailed, const std::optional<Error>& error);
 
   // The end of every package: counts its outcome, reports it and leaves the group.
   template <typename Change>
@@ -124,11 +130,29 @@ void DownloadQueueManager::Run::performStep(std::size_t index) {
     CrawlerLogger::logSuccess(fmt::format("Skipped existing file: {}", name));
     return settle([](Counters& counters) { ++counters.skipped; });
   }
+  if (package.installer4Package()) {
+    startInstaller4Download(index);
+  } else {
+    startDownload(index);
+  }
+}
+
+void DownloadQueueManager::Run::startDownload(std::size_t index) {
   shared->downloadManager->downloadPackage(
-      package, repositoryURL, destinationPath,
+      packages[index], repositoryURL, destinationPath,
       [run = shared_from_this(), index](bool success, const std::optional<std::string>& localPath,
                                         const std::optional<Error>& error) {
         run->endDownload(run->packages[index], success, localPath, error);
+      });
+}
+
+void DownloadQueueManager::Run::startInstaller4Download(std::size_t index) {
+  retrieval.downloadInstaller4Package(
+      packages[index], repositoryURL, destinationPath,
+      [run = shared_from_this(), index](bool success, bool verified, bool validationFailed,
+                                        const std::optional<Error>& error) {
+        run->endInstaller4Download(run->packages[index], success, verified, validationFailed,
+                                   error);
       });
 }
 
@@ -153,6 +177,26 @@ void DownloadQueueManager::Run::endDownload(const PackageEntry& package, bool su
   });
 }
 
+void DownloadQueueManager::Run::endInstaller4Download(const PackageEntry& package, bool success,
+                                                      bool verified, bool validationFailed,
+                                                      const std::optional<Error>& error) {
+  settle([&](Counters& counters) {
+    if (success) {
+      ++counters.downloaded;
+      if (verified) ++counters.verified;
+      CrawlerLogger::logSuccess(
+          fmt::format("Downloaded Installer 4 package: {}",
+                      firstNonEmpty({localFilenameForPackage(package), "Unknown file"})));
+    } else {
+      ++counters.failed;
+      if (validationFailed) ++counters.validationFailed;
+      CrawlerLogger::logError(fmt::format(
+          "Failed Installer 4 package: {}",
+          firstNonEmpty({error ? error->description : std::string_view(), "Unknown error"})));
+    }
+  });
+}
+
 template <typename Change>
 void DownloadQueueManager::Run::settle(Change change) {
   tally->update(change);
@@ -171,11 +215,16 @@ void DownloadQueueManager::Run::postProgress() {
 
 DownloadQueueManager::DownloadQueueManager(MainQueue& mainQueue,
                                            const URLSessionFactory& sessionFactory)
-    : DownloadQueueManager(mainQueue, std::make_shared<DownloadManager>(sessionFactory)) {}
+    : DownloadQueueManager(mainQueue, std::make_shared<DownloadManager>(sessionFactory),
+                           sessionFactory) {}
 
 DownloadQueueManager::DownloadQueueManager(MainQueue& mainQueue,
-                                           std::shared_ptr<DownloadManager> downloadManager)
-    : mainQueue_(mainQueue), shared_(std::make_shared<Shared>()), queue_(kDefaultWidth) {
+                                           std::shared_ptr<DownloadManager> downloadManager,
+                                           const URLSessionFactory& sessionFactory)
+    : Installer4Retrieval(sessionFactory),
+      mainQueue_(mainQueue),
+      shared_(std::make_shared<Shared>()),
+      queue_(kDefaultWidth) {
   shared_->downloadManager = std::move(downloadManager);
 }
 
@@ -188,7 +237,8 @@ void DownloadQueueManager::setMaxConcurrentDownloads(std::int64_t maximum) {
 }
 
 std::string DownloadQueueManager::localFilenameForPackage(const PackageEntry& package) {
-  return DownloadManager::localFilenameForPackage(package);
+  return package.installer4Package() ? installer4BestKnownLocalFilenameForPackage(package)
+                                     : DownloadManager::localFilenameForPackage(package);
 }
 
 DownloadQueueManager::PackageList DownloadQueueManager::missingPackagesFromPackages(
@@ -215,8 +265,9 @@ void DownloadQueueManager::downloadPackages(const PackageList& packages,
     return;
   }
 
-  const auto run = std::make_shared<Run>(packages, repositoryURL, destinationPath,
-                                         std::move(progress), mainQueue_, shared_);
+  const auto run =
+      std::make_shared<Run>(packages, repositoryURL, destinationPath, std::move(progress),
+                            mainQueue_, shared_, Installer4Retrieval(*this));
   for (std::size_t index = 0; index < run->packages.size(); ++index) {
     if (run->packages[index].installer4Package()) shared_->hasInstaller4Packages = true;
     run->group.enter();

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "download/DownloadManager.h"
+#include "download/Installer4Retrieval.h"
 #include "model/PackageEntry.h"
 #include "platform/MainQueue.h"
 #include "platform/OperationQueue.h"
@@ -20,7 +21,7 @@ namespace tolvane {
 //
 // The width bounds package steps (a look at the disk and the start of a transfer), not transfers:
 // those are bounded by the download session alone.
-class DownloadQueueManager {
+class DownloadQueueManager : public Installer4Retrieval {
  public:
   using PackageList = std::vector<PackageEntry>;
   using Progress = std::function<void(std::uint64_t completed, std::uint64_t total,
@@ -32,7 +33,8 @@ class DownloadQueueManager {
 
   explicit DownloadQueueManager(MainQueue& mainQueue,
                                 const URLSessionFactory& sessionFactory = makeURLSession);
-  DownloadQueueManager(MainQueue& mainQueue, std::shared_ptr<DownloadManager> downloadManager);
+  DownloadQueueManager(MainQueue& mainQueue, std::shared_ptr<DownloadManager> downloadManager,
+                       const URLSessionFactory& sessionFactory = makeURLSession);
 
   std::int64_t maxConcurrentDownloads() const;           // 5 at first
   void setMaxConcurrentDownloads(std::int64_t maximum);  // below 1 counts as 1
@@ -40,7 +42,8 @@ class DownloadQueueManager {
   bool hasInstaller4Packages() const { return shared_->hasInstaller4Packages; }
   bool cancelled() const { return shared_->cancelled; }
 
-  // The name under which a package step looks for a package before it downloads it.
+  // The name under which a package step looks for a package before it downloads it: the best known
+  // one for a package of an Installer 4 repository, the rule of DownloadManager for any other.
   static std::string localFilenameForPackage(const PackageEntry& package);
 
   // The packages whose name, by the rule of DownloadManager for every kind of package, does not

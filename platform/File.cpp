@@ -26,6 +26,11 @@ bool isFolder(const std::string& path) {
 
 }  // namespace
 
+bool isFileName(std::string_view name) {
+  return !name.empty() && name != "." && name != ".." &&
+         name.find_first_of(std::string_view("/\0", 2)) == std::string_view::npos;
+}
+
 bool fileExists(const std::string& path) {
   return statusOf(path).has_value();
 }

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "platform/Error.h"
 
@@ -11,6 +12,10 @@ namespace tolvane {
 
 // Paths are the file system's own bytes. An empty path, or one that holds NUL, names nothing: it
 // does not exist and every operation on it fails with EINVAL.
+
+// Whether the name is one component that can stand in a folder: not empty, ".", "..", and without
+// "/" and NUL. Names that strangers choose are joined with a folder only after this.
+bool isFileName(std::string_view name);
 
 // Whether a file or folder exists at the path. Links are followed.
 bool fileExists(const std::string& path);

@@ -9,6 +9,8 @@
 #include "model/CrawlerLogger.h"
 #include "platform/SystemLog.h"
 #include "platform/Text.h"
+#include "repository/Installer3RepositoryFetcher.h"
+#include "repository/Installer4RepositoryFetcher.h"
 #include "repository/PayloadDecoder.h"
 #include "repository/RepoParser.h"
 
@@ -18,6 +20,7 @@ namespace {
 
 constexpr std::string_view kErrorDomain = "RepositoryFetcher";
 constexpr std::string_view kNoPackagesFile = "No Cydia/APT Packages file found.";
+constexpr std::string_view kNoSupportedFormat = "No supported repository format found.";
 constexpr std::string_view kUTF8Mark = "\xEF\xBB\xBF";
 
 std::vector<std::string> makeCandidatePaths() {
@@ -102,10 +105,62 @@ void RepositoryFetcher::fetchPackagesFromRepositoryURL(const std::optional<URL>&
   tryCandidatePaths(candidatePaths(), 0, repositoryURL, false, std::move(completion));
 }
 
+void RepositoryFetcher::fetchPackagesWithAutoDetectionFromRepositoryURL(
+    const std::optional<URL>& repositoryURL, Completion completion) const {
+  SystemLog::write("[Crawler] Auto-detect fetch called with: {}", describe(repositoryURL));
+  CrawlerLogger::logInfo(
+      fmt::format("Auto-detecting repository type: {}", absoluteText(repositoryURL)));
+  tryCandidatePaths(candidatePaths(), 0, repositoryURL, true, std::move(completion));
+}
+
+void RepositoryFetcher::fetchInstaller4PackagesFromRepositoryURL(
+    const std::optional<URL>& repositoryURL, Completion completion) const {
+  SystemLog::write("[Crawler] Installer 4-only fetch called with: {}", describe(repositoryURL));
+  tryInstaller4RepositoryURL(repositoryURL, std::move(completion));
+}
+
+void RepositoryFetcher::fetchInstaller3PackagesFromRepositoryURL(
+    const std::optional<URL>& repositoryURL, Completion completion) const {
+  SystemLog::write("[Crawler] Installer 3-only fetch called with: {}", describe(repositoryURL));
+  CrawlerLogger::logInfo(
+      fmt::format("Fetching Installer 3 repository: {}", absoluteText(repositoryURL)));
+  Installer3RepositoryFetcher(sessionFactory_)
+      .fetchPackagesFromRepositoryURL(repositoryURL, std::move(completion));
+}
+
+void RepositoryFetcher::tryInstaller4RepositoryURL(const std::optional<URL>& repositoryURL,
+                                                   Completion completion) const {
+  SystemLog::write("[Crawler] Falling back to Installer 4 detection...");
+  CrawlerLogger::logWarning("Falling back to Installer 4 detection...");
+  Installer4RepositoryFetcher(sessionFactory_)
+      .fetchPackagesFromRepositoryURL(
+          repositoryURL, [completion = std::move(completion)](std::optional<PackageList> packages,
+                                                              std::optional<Error> error) {
+            if (packages && !packages->empty()) {
+              SystemLog::write("[Crawler] Installer 4 repository detected ({} packages)",
+                               packages->size());
+              CrawlerLogger::logSuccess(
+                  fmt::format("Installer 4 repository detected ({} packages)", packages->size()));
+              completion(std::move(packages), std::nullopt);
+              return;
+            }
+            if (!error) {
+              error = Error{std::string(kErrorDomain), 404, std::string(kNoSupportedFormat)};
+            }
+            CrawlerLogger::logError(error->description);
+            completion(std::nullopt, std::move(error));
+          });
+}
+
 void RepositoryFetcher::tryCandidatePaths(std::shared_ptr<const std::vector<std::string>> paths,
                                           std::size_t index,
                                           const std::optional<URL>& repositoryURL,
                                           bool fallbackToInstaller4, Completion completion) const {
+  if (index >= paths->size() && fallbackToInstaller4) {
+    CrawlerLogger::logWarning("No Cydia/APT package index found. Trying Installer 4 detection...");
+    tryInstaller4RepositoryURL(repositoryURL, std::move(completion));
+    return;
+  }
   if (index >= paths->size()) {
     CrawlerLogger::logError(kNoPackagesFile);
     completion(std::nullopt, Error{std::string(kErrorDomain), 404, std::string(kNoPackagesFile)});

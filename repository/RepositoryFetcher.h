@@ -27,9 +27,27 @@ class RepositoryFetcher {
 
   explicit RepositoryFetcher(URLSessionFactory sessionFactory = makeURLSession);
 
-  // APT only.
+  // APT only; error "RepositoryFetcher" 404 when no index is found.
   void fetchPackagesFromRepositoryURL(const std::optional<URL>& repositoryURL,
                                       Completion completion) const;
+
+  // APT, then Installer 4. Installer 3 is never detected.
+  void fetchPackagesWithAutoDetectionFromRepositoryURL(const std::optional<URL>& repositoryURL,
+                                                       Completion completion) const;
+
+  // Installer 4 only.
+  void fetchInstaller4PackagesFromRepositoryURL(const std::optional<URL>& repositoryURL,
+                                                Completion completion) const;
+
+  // Installer 3 only. The list may be empty, and list and error may both be absent, as
+  // Installer3RepositoryFetcher says.
+  void fetchInstaller3PackagesFromRepositoryURL(const std::optional<URL>& repositoryURL,
+                                                Completion completion) const;
+
+  // Looks for an Installer 4 index; where there is none, completes with the error of
+  // Installer4RepositoryFetcher.
+  void tryInstaller4RepositoryURL(const std::optional<URL>& repositoryURL,
+                                  Completion completion) const;
 
   // Walks the candidates from `index` on, one request at a time, to the first one that downloads,
   // decodes and holds a package. Error "RepositoryFetcher" 404 when there is none.

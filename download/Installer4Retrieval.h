@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "model/PackageEntry.h"
+#include "platform/Error.h"
+#include "platform/PropertyList.h"
+#include "platform/URL.h"
+#include "platform/URLSession.h"
+
+namespace tolvane {
+
+inline constexpr std::string_view kInstaller4ErrorDomain = "Installer4";
+
+enum Installer4Error : int {
+  kNoInfoURLError = 1001,
+  kNoLocationError = 1002,
+  kInvalidInfoURLError = 1003,
+  kInvalidZipURLError = 1004,
+};
+
+// What the download queue does for a package of an Installer 4 repository: it reads the package's
+// information property list, which names the ZIP file, and downloads that. Each of the two has one
+// mirrored address inside the repository, tried once when the first one fails.
+//
+// A value, and it keeps nothing of a retrieval: the retrieval carries what it needs, so that the
+// queue may go meanwhile. Completions are called once, on a background thread, or at once on the
+// calling one where nothing is sent.
+class Installer4Retrieval {
+ public:
+  // (true, true, false, none) for a saved ZIP file, which nothing is there to check against;
+  // (false, false, false, error) otherwise. The error may be absent: an information list that was
+  // read but is no dictionary.
+  using RetrievalCompletion =
+      std::function<void(bool success, bool verified, bool validationFailed, std::optional<Error>)>;
+  // The list, or an error, or neither (see above).
+  using InfoCompletion =
+      std::function<void(std::optional<PropertyList::Dictionary>, std::optional<Error>)>;
+
+  explicit Installer4Retrieval(const URLSessionFactory& sessionFactory);
+
+  void downloadInstaller4Package(const PackageEntry& package,
+                                 const std::optional<URL>& repositoryURL,
+                                 const std::string& destinationPath,
+                                 RetrievalCompletion completion) const;
+
+  void fetchInstaller4PackageInfoFromURL(const std::optional<URL>& url,
+                                         const std::optional<URL>& fallbackURL,
+                                         InfoCompletion completion) const;
+  void fetchInstaller4PackageInfoFromURL(const std::optional<URL>& url,
+                                         InfoCompletion completion) const;
+
+  // Saves under the last path component of the URL that was fetched.
+  void downloadInstaller4PackageZipFromURL(const std::optional<URL>& url,
+                                           const std::optional<URL>& fallbackURL,
+                                           const std::string& destinationPath,
+                                           RetrievalCompletion completion) const;
+  void downloadInstaller4PackageZipFromURL(const std::optional<URL>& url,
+                                           const std::string& destinationPath,
+                                           RetrievalCompletion completion) const;
+
+  // Puts the "/" back before a folder "packages/" that was glued to what stands before it.
+  static std::optional<URL> cleanedInstaller4URLFromString(std::string_view text);
+
+  // The location from its folder "packages/" on, below the repository.
+  static std::optional<URL> installer4FallbackDownloadURLForLocationString(
+      std::string_view location, const std::optional<URL>& repositoryURL);
+
+  // The information list of that name in the folder "info/" of the repository.
+  static std::optional<URL> installer4FallbackInfoURLForPackage(
+      const PackageEntry& package, const std::optional<URL>& repositoryURL);
+
+  // The name that the package's ZIP file is expected to have. The file's own name comes from the
+  // information list, so it may be another.
+  static std::string installer4BestKnownLocalFilenameForPackage(const PackageEntry& package);
+
+ private:
+  std::shared_ptr<URLSession> session_;  // with the default timeouts
+};
+
+}  // namespace tolvane

@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: MIT
+#include "download/RepositoryMetadataArchiver.h"
+
+#include <filesystem>
+#include <mutex>
+#include <utility>
+
+#include "platform/DispatchGroup.h"
+#include "platform/File.h"
+#include "platform/SystemLog.h"
+#include "platform/TemporaryFile.h"
+#include "platform/Text.h"
+
+namespace tolvane {
+
+namespace {
+
+// What one archiving has come to.
+struct Outcome {
+  std::mutex mutex;
+  RepositoryMetadataArchiver::Paths archived;
+  RepositoryMetadataArchiver::Paths missing;
+};
+
+bool save(TemporaryFile file, const std::optional<URLResponse>& response,
+          const std::optional<Error>& error, const std::string& localPath) {
+  if (error || !response || response->statusCode < 200 || response->statusCode > 299) return false;
+  return !file.moveTo(localPath);
+}
+
+}  // namespace
+
+RepositoryMetadataArchiver::RepositoryMetadataArchiver(MainQueue& mainQueue,
+                                                       const URLSessionFactory& sessionFactory)
+    : mainQueue_(mainQueue), session_(sessionFactory(URLSessionConfiguration())) {}
+
+void RepositoryMetadataArchiver::archiveMetadataForRepositoryURL(
+    const std::optional<URL>& repositoryURL, const std::string& destinationPath,
+    Completion completion) const {
+  if (const std::optional<Error> error = createFolder(destinationPath)) {
+    if (completion) {
+      completion({}, {error->description.empty() ? "Could not create metadata directory."
+                                                 : error->description});
+    }
+    return;
+  }
+
+  const auto outcome = std::make_shared<Outcome>();
+  const DispatchGroup group;
+  for (const std::string& path : candidatePaths()) {
+    const std::string localPath = joinPath(destinationPath, path);
+    const std::string folder = std::filesystem::path(localPath).parent_path().string();
+    createFolder(folder);  // the move says what is wrong with it
+    group.enter();
+    session_->downloadTask({URLForCandidatePath(path, repositoryURL), {}}, folder,
+                           [outcome, group, path, localPath](
+                               TemporaryFile file, const std::optional<URLResponse>& response,
+                               const std::optional<Error>& error) {
+                             const bool saved = save(std::move(file), response, error, localPath);
+                             {
+                               const std::lock_guard lock(outcome->mutex);
+                               (saved ? outcome->archived : outcome->missing).push_back(path);
+                             }
+                             group.leave();
+                           });
+  }
+  group.notify(mainQueue_, [outcome, completion = std::move(completion)] {
+    SystemLog::write("[Metadata] Archived {} metadata files, {} missing/failed.",
+                     outcome->archived.size(), outcome->missing.size());
+    if (completion) completion(outcome->archived, outcome->missing);
+  });
+}
+
+const RepositoryMetadataArchiver::Paths& RepositoryMetadataArchiver::candidatePaths() {
+  static const Paths paths = [] {
+    Paths list{"Packages",
+               "Packages.gz",
+               "Packages.bz2",
+               "Packages.xz",
+               "Release",
+               "InRelease",
+               "Release.gpg",
+               "CydiaIcon.png",
+               "dists/stable/Release",
+               "dists/stable/InRelease",
+               "dists/stable/Release.gpg"};
+    for (const char* suite : {"stable", "ios", "tangelo"}) {
+      for (const char* ending : {"", ".gz", ".bz2", ".xz"}) {
+        list.push_back(fmt::format("dists/{}/main/binary-iphoneos-arm/Packages{}", suite, ending));
+      }
+    }
+    return list;
+  }();
+  return paths;
+}
+
+std::optional<URL> RepositoryMetadataArchiver::URLForCandidatePath(
+    std::string_view path, const std::optional<URL>& repositoryURL) {
+  return urlForCandidatePath(path, repositoryURL);
+}
+
+}  // namespace tolvane

@@ -1,0 +1,141 @@
+// SPDX-License-Identifier: MIT
+#include "repository/Installer3RepositoryFetcher.h"
+
+#include <chrono>
+#include <fmt/format.h>
+#include <utility>
+
+#include "model/CrawlerLogger.h"
+#include "platform/Dispatch.h"
+#include "platform/SystemLog.h"
+
+namespace tolvane {
+
+namespace {
+
+constexpr long kRetries = 2;
+constexpr auto kRetryDelay = std::chrono::milliseconds(1500);
+constexpr int kNoPackagesError = 1001;
+
+using Completion = Installer3RepositoryFetcher::Completion;
+using PackageList = Installer3RepositoryFetcher::PackageList;
+
+URLSessionConfiguration sessionConfiguration() {
+  URLSessionConfiguration configuration;
+  configuration.timeoutIntervalForRequest = std::chrono::seconds(60);
+  configuration.timeoutIntervalForResource = std::chrono::seconds(120);
+  return configuration;
+}
+
+Error installerError(int code, std::string description) {
+  return {"Installer3", code, std::move(description)};
+}
+
+void fail(const Completion& completion, std::optional<Error> error, std::string_view otherwise) {
+  CrawlerLogger::logError(error && !error->description.empty() ? error->description : otherwise);
+  if (completion) completion(std::nullopt, std::move(error));
+}
+
+bool isWorthARetry(const Error& error) {
+  return error.code == kURLErrorNetworkConnectionLost || error.code == kURLErrorTimedOut;
+}
+
+// No value for an item that names no package.
+std::optional<PackageEntry> packageEntry(const PropertyList& item) {
+  const PropertyList::Dictionary* dictionary = item.dictionary();
+  if (!dictionary) return std::nullopt;
+  const auto text = [dictionary](std::string_view key) {
+    return Installer3RepositoryFetcher::stringValue(dictionary->find(key));
+  };
+  const std::string identifier = text("bundleIdentifier");
+  const std::string name = text("name");
+  if (identifier.empty() && name.empty()) return std::nullopt;
+  const std::string location = text("location");
+
+  PackageEntry entry({
+      {"Package", identifier.empty() ? name : identifier},
+      {"Name", name.empty() ? identifier : name},
+      {"Version", text("version")},
+      {"Architecture", "installer3"},
+      {"Description", text("description")},
+      {"Section", text("category")},
+      {"Filename", location},
+      {"Size", text("size")},
+      {"Author", text("maintainer")},
+  });
+  entry.setInstaller3Package(true);
+  entry.setDownloadURL(location);
+  return entry;
+}
+
+void readRepository(std::string_view body, const Completion& completion) {
+  PropertyListResult result = readPropertyList(body);
+  const PropertyList::Dictionary* root = result.value ? result.value->dictionary() : nullptr;
+  if (!root) {
+    return fail(completion, std::move(result.error),
+                "Installer 3 repository could not be parsed as a plist.");
+  }
+  const PropertyList* packages = root->find("packages");
+  const PropertyList::List* items = packages ? packages->list() : nullptr;
+  if (!items) {
+    return fail(
+        completion,
+        installerError(kNoPackagesError, "Installer 3 repository contains no packages array."), "");
+  }
+  PackageList list;
+  list.reserve(items->size());
+  for (const PropertyList& item : *items) {
+    if (std::optional<PackageEntry> entry = packageEntry(item)) list.push_back(std::move(*entry));
+  }
+  SystemLog::write("[Installer3] Parsed {} packages", list.size());
+  CrawlerLogger::logSuccess(
+      fmt::format("Installer 3 repository parsed: {} package(s)", list.size()));
+  if (completion) completion(std::move(list), std::nullopt);
+}
+
+}  // namespace
+
+Installer3RepositoryFetcher::Installer3RepositoryFetcher(const URLSessionFactory& sessionFactory)
+    : session_(sessionFactory(sessionConfiguration())) {}
+
+void Installer3RepositoryFetcher::fetchPackagesFromRepositoryURL(
+    const std::optional<URL>& repositoryURL, Completion completion) const {
+  fetchPackagesFromRepositoryURL(repositoryURL, kRetries, std::move(completion));
+}
+
+void Installer3RepositoryFetcher::fetchPackagesFromRepositoryURL(
+    const std::optional<URL>& repositoryURL, long retryCount, Completion completion) const {
+  SystemLog::write("[Installer3] Fetching repository: {}", describe(repositoryURL));
+  CrawlerLogger::logInfo(
+      fmt::format("Fetching Installer 3 repository XML: {}", absoluteText(repositoryURL)));
+  session_->dataTask(uncachedRequest(repositoryURL), [self = *this, repositoryURL, retryCount,
+                                                      completion = std::move(completion)](
+                                                         const std::string& body,
+                                                         const std::optional<URLResponse>& response,
+                                                         std::optional<Error> error) {
+    constexpr const char* kLoadFailure = "Could not load Installer 3 repository.";
+    if (error && isWorthARetry(*error) && retryCount > 0) {
+      const std::string reason = error->description.empty() ? "Unknown error" : error->description;
+      SystemLog::write("[Installer3] Fetch failed ({}), retrying... attempts left={}", reason,
+                       retryCount);
+      CrawlerLogger::logWarning(fmt::format(
+          "Installer 3 fetch failed ({}). Retrying... attempts left: {}", reason, retryCount));
+      dispatchAfter(kRetryDelay, [self, repositoryURL, retryCount, completion] {
+        self.fetchPackagesFromRepositoryURL(repositoryURL, retryCount - 1, completion);
+      });
+      return;
+    }
+    if (error) return fail(completion, std::move(error), kLoadFailure);
+    const int status = response ? response->statusCode : 0;
+    if (status < 200 || status > 299 || body.empty()) {
+      return fail(completion, installerError(status, kLoadFailure), "");
+    }
+    readRepository(body, completion);
+  });
+}
+
+std::string Installer3RepositoryFetcher::stringValue(const PropertyList* value) {
+  return value ? value->textForm().value_or("") : "";
+}
+
+}  // namespace tolvane

@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "model/PackageEntry.h"
+#include "platform/Error.h"
+#include "platform/PropertyList.h"
+#include "platform/URL.h"
+#include "platform/URLSession.h"
+
+namespace tolvane {
+
+// Reads an Installer 3 repository: one property list, at the repository URL itself, that names
+// every package and where to download it.
+//
+// A fetch carries all that it needs with it; the fetcher may go before it ends.
+class Installer3RepositoryFetcher {
+ public:
+  using PackageList = std::vector<PackageEntry>;
+
+  // A list (an empty one is a success), an error, or neither: a property list that was read but
+  // whose root is no dictionary. Called once, on a background thread; may be empty.
+  using Completion = std::function<void(std::optional<PackageList>, std::optional<Error>)>;
+
+  explicit Installer3RepositoryFetcher(const URLSessionFactory& sessionFactory = makeURLSession);
+
+  // With two retries.
+  void fetchPackagesFromRepositoryURL(const std::optional<URL>& repositoryURL,
+                                      Completion completion) const;
+
+  // A lost connection (-1005) and a timeout (-1001) are tried again after 1.5 seconds, at most
+  // `retryCount` times.
+  void fetchPackagesFromRepositoryURL(const std::optional<URL>& repositoryURL, long retryCount,
+                                      Completion completion) const;
+
+  // The text form of a value, "" for a value that is absent or has none.
+  static std::string stringValue(const PropertyList* value);
+
+ private:
+  std::shared_ptr<URLSession> session_;  // 60 seconds a wait, 120 seconds a transfer
+};
+
+}  // namespace tolvane

@@ -1,0 +1,173 @@
+// SPDX-License-Identifier: MIT
+#include "repository/Installer4RepositoryFetcher.h"
+
+#include <chrono>
+#include <fmt/format.h>
+#include <utility>
+
+#include "model/CrawlerLogger.h"
+#include "platform/SystemLog.h"
+
+namespace tolvane {
+
+namespace {
+
+using PackageList = Installer4RepositoryFetcher::PackageList;
+
+URLSessionConfiguration sessionConfiguration() {
+  URLSessionConfiguration configuration;
+  configuration.timeoutIntervalForRequest = std::chrono::seconds(30);
+  configuration.timeoutIntervalForResource = std::chrono::seconds(60);
+  return configuration;
+}
+
+void addCandidatePathsIn(std::string_view folder, std::vector<std::string>& paths) {
+  paths.push_back(fmt::format("{}index.plist", folder));
+  paths.push_back(fmt::format("{}Info.plist", folder));
+  for (int major = 2; major <= 15; ++major) {
+    for (int minor = 0; minor <= 9; ++minor) {
+      paths.push_back(fmt::format("{}index-{}.{}.plist", folder, major, minor));
+    }
+  }
+}
+
+// The packages of an index's body. Where there are none, says why and returns no value.
+std::optional<PackageList> packagesInIndex(std::string_view body,
+                                           const std::optional<URL>& repositoryURL,
+                                           std::string_view url) {
+  const PropertyListResult result = readPropertyList(body);
+  const PropertyList::Dictionary* root = result.value ? result.value->dictionary() : nullptr;
+  if (!root) {
+    CrawlerLogger::logWarning(fmt::format("Installer 4 index could not be parsed: {}", url));
+    return std::nullopt;
+  }
+  const PropertyList* packages = root->find("packages");
+  const PropertyList::List* items = packages ? packages->list() : nullptr;
+  if (!items) {
+    CrawlerLogger::logWarning(fmt::format("Installer 4 index contains no packages array: {}", url));
+    return std::nullopt;
+  }
+  PackageList list =
+      Installer4RepositoryFetcher::packageEntriesFromInstaller4PackagesArray(*items, repositoryURL);
+  if (list.empty()) {
+    CrawlerLogger::logWarning(
+        fmt::format("Installer 4 index contained zero usable packages: {}", url));
+    return std::nullopt;
+  }
+  return list;
+}
+
+// What an answer says of its candidate: packages, or no value to go on with the next one.
+std::optional<PackageList> packagesInAnswer(std::string_view body, int status,
+                                            const std::optional<Error>& error,
+                                            const std::optional<URL>& repositoryURL,
+                                            std::string_view url) {
+  if (error) {
+    CrawlerLogger::logWarning(
+        fmt::format("Installer 4 index failed: {}",
+                    error->description.empty() ? "Unknown error" : error->description));
+    return std::nullopt;
+  }
+  if (status < 200 || status > 299 || body.empty()) return std::nullopt;
+  return packagesInIndex(body, repositoryURL, url);
+}
+
+void reportSuccess(const PackageList& list, std::string_view url) {
+  SystemLog::write("[Installer4] Using index: {}", url);
+  CrawlerLogger::logSuccess(fmt::format("Using Installer 4 index: {}", url));
+  SystemLog::write("[Installer4] Parsed {} packages", list.size());
+  CrawlerLogger::logSuccess(
+      fmt::format("Installer 4 repository parsed: {} package(s)", list.size()));
+}
+
+}  // namespace
+
+Installer4RepositoryFetcher::Installer4RepositoryFetcher(const URLSessionFactory& sessionFactory)
+    : session_(sessionFactory(sessionConfiguration())) {}
+
+void Installer4RepositoryFetcher::fetchPackagesFromRepositoryURL(
+    const std::optional<URL>& repositoryURL, Completion completion) const {
+  CrawlerLogger::logInfo(
+      fmt::format("Fetching Installer 4 repository: {}", absoluteText(repositoryURL)));
+  tryIndexCandidatePaths(installer4IndexCandidatePaths(), 0, repositoryURL, std::move(completion));
+}
+
+Installer4RepositoryFetcher::Paths Installer4RepositoryFetcher::installer4IndexCandidatePaths() {
+  static const Paths paths = [] {
+    std::vector<std::string> list;
+    addCandidatePathsIn("info/", list);
+    addCandidatePathsIn("", list);
+    return std::make_shared<const std::vector<std::string>>(std::move(list));
+  }();
+  return paths;
+}
+
+void Installer4RepositoryFetcher::tryIndexCandidatePaths(Paths paths, std::size_t index,
+                                                         const std::optional<URL>& repositoryURL,
+                                                         Completion completion) const {
+  if (index >= paths->size()) {
+    Error error{"Installer4RepositoryFetcher", 404, "No Installer 4 index plist found."};
+    CrawlerLogger::logError(error.description);
+    if (completion) completion(std::nullopt, std::move(error));
+    return;
+  }
+  std::optional<URL> url = URLForCandidatePath((*paths)[index], repositoryURL);
+  SystemLog::write("[Installer4] Trying index: {}", describe(url));
+  CrawlerLogger::logInfo(fmt::format("Trying Installer 4 index: {}", absoluteText(url)));
+  session_->dataTask(
+      uncachedRequest(url), [self = *this, paths = std::move(paths), index, repositoryURL, url,
+                             completion = std::move(completion)](
+                                const std::string& body, const std::optional<URLResponse>& response,
+                                const std::optional<Error>& error) {
+        const int status = response ? response->statusCode : 0;
+        SystemLog::write("[Installer4] Response for {} -> status={} error={} bytes={}",
+                         describe(url), status, describe(error), body.size());
+        std::optional<PackageList> list =
+            packagesInAnswer(body, status, error, repositoryURL, absoluteText(url));
+        if (!list) return self.tryIndexCandidatePaths(paths, index + 1, repositoryURL, completion);
+        reportSuccess(*list, absoluteText(url));
+        if (completion) completion(std::move(list), std::nullopt);
+      });
+}
+
+PackageList Installer4RepositoryFetcher::packageEntriesFromInstaller4PackagesArray(
+    const PropertyList::List& items, const std::optional<URL>&) {
+  PackageList list;
+  list.reserve(items.size());
+  for (const PropertyList& item : items) {
+    const PropertyList::Dictionary* dictionary = item.dictionary();
+    if (!dictionary) continue;
+    const auto text = [dictionary](std::string_view key) {
+      return stringValueFromObject(dictionary->find(key));
+    };
+    const std::string identifier = text("identifier");
+    const std::string name = text("name");
+    if (identifier.empty() && name.empty()) continue;
+    const std::string url = text("url");
+
+    PackageEntry& entry = list.emplace_back(PackageEntry::Dictionary{
+        {"Package", identifier.empty() ? name : identifier},
+        {"Name", name.empty() ? identifier : name},
+        {"Version", text("version")},
+        {"Architecture", "installer4"},
+        {"Description", text("description")},
+        {"Section", text("category")},
+        {"Filename", url},
+        {"Depiction", text("icon")},
+    });
+    entry.setInstaller4Package(true);
+    entry.setPackageInfoURL(url);
+  }
+  return list;
+}
+
+std::string Installer4RepositoryFetcher::stringValueFromObject(const PropertyList* value) {
+  return value ? value->textForm().value_or("") : "";
+}
+
+std::optional<URL> Installer4RepositoryFetcher::URLForCandidatePath(
+    std::string_view path, const std::optional<URL>& repositoryURL) {
+  return urlForCandidatePath(path, repositoryURL);
+}
+
+}  // namespace tolvane

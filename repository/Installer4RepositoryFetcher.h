@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "model/PackageEntry.h"
+#include "platform/Error.h"
+#include "platform/PropertyList.h"
+#include "platform/URL.h"
+#include "platform/URLSession.h"
+
+namespace tolvane {
+
+// Reads an Installer 4 repository: an index property list whose name and folder vary, so the names
+// in use are tried one after another.
+//
+// A fetch carries all that it needs with it; the fetcher may go before it ends.
+class Installer4RepositoryFetcher {
+ public:
+  using PackageList = std::vector<PackageEntry>;
+  using Paths = std::shared_ptr<const std::vector<std::string>>;
+
+  // Either a list that is not empty, or an error. Called once, on a background thread; may be
+  // empty.
+  using Completion = std::function<void(std::optional<PackageList>, std::optional<Error>)>;
+
+  explicit Installer4RepositoryFetcher(const URLSessionFactory& sessionFactory = makeURLSession);
+
+  void fetchPackagesFromRepositoryURL(const std::optional<URL>& repositoryURL,
+                                      Completion completion) const;
+
+  // The 284 paths below a repository URL at which an index is looked for, in order.
+  static Paths installer4IndexCandidatePaths();
+
+  // Walks the candidates from `index` on, one request at a time, to the first one that holds a
+  // package. Error "Installer4RepositoryFetcher" 404 when there is none.
+  void tryIndexCandidatePaths(Paths paths, std::size_t index,
+                              const std::optional<URL>& repositoryURL, Completion completion) const;
+
+  // The packages among the items of an index, in order.
+  static PackageList packageEntriesFromInstaller4PackagesArray(
+      const PropertyList::List& items, const std::optional<URL>& repositoryURL);
+
+  // The text form of a value, "" for a value that is absent or has none.
+  static std::string stringValueFromObject(const PropertyList* value);
+
+  static std::optional<URL> URLForCandidatePath(std::string_view path,
+                                                const std::optional<URL>& repositoryURL);
+
+ private:
+  std::shared_ptr<URLSession> session_;  // 30 seconds a wait, 60 seconds a transfer
+};
+
+}  // namespace tolvane
