@@ -41,7 +41,6 @@ struct ScriptedURLSession::Script {
     const std::lock_guard lock(mutex);
     const std::string url = absoluteText(request.url);
     requests.push_back({kind, url, request.headers, folder});
-    requested.notify_all();
     if (!request.url || !request.url->isHTTP()) {
       return failingAnswer(kURLErrorUnsupportedURL, "unsupported URL");
     }
@@ -66,6 +65,8 @@ struct ScriptedURLSession::Script {
     } else {
       queue.post(std::move(completion));
     }
+    ++delivered;
+    requested.notify_all();
   }
 
   void release(std::size_t count) {
@@ -83,6 +84,7 @@ struct ScriptedURLSession::Script {
   std::vector<ScriptedRequest> requests;
   std::vector<URLSessionConfiguration> configurations;
   std::deque<Task> waiting;
+  std::size_t delivered = 0;  // requests whose completion waits or is on its way
   bool holding = false;
 };
 
@@ -131,7 +133,7 @@ void ScriptedURLSession::releaseAll() {
 bool ScriptedURLSession::waitForRequests(std::size_t count) const {
   std::unique_lock lock(script_->mutex);
   return script_->requested.wait_for(lock, std::chrono::seconds(5),
-                                     [&] { return script_->requests.size() >= count; });
+                                     [&] { return script_->delivered >= count; });
 }
 
 std::vector<ScriptedRequest> ScriptedURLSession::requests() const {

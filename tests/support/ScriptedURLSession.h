@@ -61,7 +61,8 @@ class ScriptedURLSession : public URLSession {
   // Lets all waiting completions go and holds no more.
   void releaseAll();
 
-  // Waits until that many requests have been made; false when they do not come within 5 seconds.
+  // Waits until that many requests have been made and their completions can be released; false
+  // when they do not come within 5 seconds.
   bool waitForRequests(std::size_t count) const;
 
   std::vector<ScriptedRequest> requests() const;
