@@ -1,0 +1,170 @@
+// SPDX-License-Identifier: MIT
+#include <random>
+
+#include "repository/PayloadDecoder.h"
+#include "tests/repository/LittleMemory.h"
+#include "tests/repository/Payloads.h"
+
+namespace tolvane {
+namespace {
+
+using testing::Eq;
+using testing::Optional;
+
+struct Format {
+  std::string name;
+  std::string (*pack)(std::string_view);
+  std::optional<std::string> (*unpack)(std::string_view, std::size_t);
+
+  std::optional<std::string> unpacked(std::string_view bytes) const {
+    return unpack(bytes, kMaximumUnpackedSize);
+  }
+};
+
+void PrintTo(const Format& format, std::ostream* stream) {
+  *stream << format.name;
+}
+
+std::string randomBytes(std::size_t count) {
+  std::mt19937 random(7);
+  std::string bytes;
+  while (bytes.size() < count) {
+    const std::uint32_t word = random();
+    bytes.append(reinterpret_cast<const char*>(&word), sizeof word);
+  }
+  return bytes;
+}
+
+class EachFormat : public testing::TestWithParam<Format> {};
+
+using EachFormatDeathTest = EachFormat;
+
+const auto kFormats =
+    testing::Values(Format{"Gzip", packGzip, unpackGzip}, Format{"Bzip2", packBzip2, unpackBzip2},
+                    Format{"XZ", packXZ, unpackXZ});
+const auto kFormatName = [](const auto& test) { return test.param.name; };
+
+INSTANTIATE_TEST_SUITE_P(PayloadDecoder, EachFormat, kFormats, kFormatName);
+INSTANTIATE_TEST_SUITE_P(PayloadDecoder, EachFormatDeathTest, kFormats, kFormatName);
+
+TEST_P(EachFormat, GivesWhatWasPacked) {
+  EXPECT_THAT(GetParam().unpacked(GetParam().pack("Package: a\n")), Optional(Eq("Package: a\n")));
+}
+
+TEST_P(EachFormat, AnEmptyBodyYieldsNothing) {
+  EXPECT_EQ(GetParam().unpacked(""), std::nullopt);
+}
+
+TEST_P(EachFormat, APackedEmptyTextYieldsTheEmptyText) {
+  EXPECT_THAT(GetParam().unpacked(GetParam().pack("")), Optional(Eq("")));
+}
+
+TEST_P(EachFormat, AOneBytePayloadYieldsNothing) {
+  for (int byte = 0; byte < 256; ++byte) {
+    EXPECT_EQ(GetParam().unpacked(std::string(1, static_cast<char>(byte))), std::nullopt);
+  }
+}
+
+TEST_P(EachFormat, ATextThatPacksToVeryLittleIsWhole) {
+  const std::string text(5'000'000, 'x');
+  EXPECT_TRUE(GetParam().unpacked(GetParam().pack(text)) == text);
+}
+
+TEST_P(EachFormat, BytesThatDoNotPackAtAllAreWhole) {
+  const std::string bytes = randomBytes(2'500'000);
+  EXPECT_TRUE(GetParam().unpacked(GetParam().pack(bytes)) == bytes);
+}
+
+TEST_P(EachFormat, LittleSpareRoomIsKeptBehindTheText) {
+  const std::optional<std::string> text =
+      GetParam().unpacked(GetParam().pack(std::string(10'000'000, 'x')));
+  ASSERT_TRUE(text);
+  EXPECT_LE(text->capacity(), text->size() + text->size() / 4);
+}
+
+TEST_P(EachFormat, PlainTextYieldsNothing) {
+  EXPECT_EQ(GetParam().unpacked("Package: a\nFilename: b\n"), std::nullopt);
+}
+
+TEST_P(EachFormat, APayloadCutAnywhereYieldsNothing) {
+  const std::string payload = GetParam().pack(randomBytes(300));
+  for (std::size_t length = 0; length < payload.size(); ++length) {
+    EXPECT_EQ(GetParam().unpacked(payload.substr(0, length)), std::nullopt) << length;
+  }
+}
+
+TEST_P(EachFormat, APayloadDamagedAnywhereNeverYieldsAnotherText) {
+  const std::string text = randomBytes(300);
+  const std::string payload = GetParam().pack(text);
+  for (std::size_t i = 0; i < payload.size(); ++i) {
+    std::string damaged = payload;
+    damaged[i] = static_cast<char>(damaged[i] ^ 0x11);
+    const std::optional<std::string> unpacked = GetParam().unpacked(damaged);
+    EXPECT_TRUE(!unpacked || *unpacked == text) << i;  // a header's time stamp may be anything
+  }
+}
+
+TEST_P(EachFormat, ADamagedChecksumYieldsNothing) {
+  std::string payload = GetParam().pack(std::string(1000, 'x'));
+  if (GetParam().name == "Gzip") payload[payload.size() - 8] ^= 1;
+  if (GetParam().name == "Bzip2") payload[10] ^= 1;
+  if (GetParam().name == "XZ") payload[payload.size() - 40] ^= 1;
+  EXPECT_EQ(GetParam().unpacked(payload), std::nullopt);
+}
+
+TEST_P(EachFormat, OnlyTheFirstOfTwoConcatenatedMembersIsUnpacked) {
+  EXPECT_THAT(GetParam().unpacked(GetParam().pack("first") + GetParam().pack("second")),
+              Optional(Eq("first")));
+}
+
+TEST_P(EachFormat, BytesAfterTheEndAreIgnored) {
+  EXPECT_THAT(GetParam().unpacked(GetParam().pack("text") + "other bytes"), Optional(Eq("text")));
+}
+
+TEST_P(EachFormat, BytesOfAnyKindEndTheUnpacking) {
+  std::mt19937 random(11);
+  const std::string magic = GetParam().pack("").substr(0, 4);
+  for (int i = 0; i < 2000; ++i) {
+    std::string bytes = i % 2 == 0 ? magic : "";
+    for (std::size_t count = random() % 300; count > 0; --count) {
+      bytes += static_cast<char>(random());
+    }
+    EXPECT_EQ(GetParam().unpacked(bytes), std::nullopt);
+  }
+}
+
+TEST_P(EachFormat, TheMaximumSizeIsAllowedAndOneByteMoreIsNot) {
+  for (const std::size_t size : {1U, 100U, 5000U, 3'000'000U}) {
+    const std::string payload = GetParam().pack(std::string(size, 'x'));
+    EXPECT_TRUE(GetParam().unpack(payload, size)) << size;
+    EXPECT_EQ(GetParam().unpack(payload, size - 1), std::nullopt) << size;
+  }
+}
+
+TEST_P(EachFormatDeathTest, WithoutMemoryForTheOutputThereIsNothing) {
+  if (!littleMemoryCanBeHad()) GTEST_SKIP() << "sanitizers need all the address space";
+  const std::string payload = GetParam().pack(std::string(40'000'000, '\0'));
+  EXPECT_EXIT(
+      {
+        haveLittleMemory();
+        std::_Exit(GetParam().unpacked(payload) ? 1 : 0);
+      },
+      testing::ExitedWithCode(0), "");
+}
+
+TEST(PayloadDecoder, AZlibWrappedPayloadYieldsNothing) {
+  EXPECT_EQ(unpackGzip(packZlib("text")), std::nullopt);
+}
+
+TEST(PayloadDecoder, BareDeflateDataYieldsNothing) {
+  EXPECT_EQ(unpackGzip(packDeflate("text")), std::nullopt);
+}
+
+TEST(PayloadDecoder, MoreThanAGibibyteIsNotUnpacked) {
+  const std::optional<std::string> few = unpackGzip(gzipOfZeros(3));
+  EXPECT_TRUE(few == std::string(std::size_t{3} << 20, '\0'));
+  EXPECT_EQ(unpackGzip(gzipOfZeros(1025)), std::nullopt);
+}
+
+}  // namespace
+}  // namespace tolvane

@@ -1,0 +1,105 @@
+// SPDX-License-Identifier: MIT
+#include "tests/repository/Payloads.h"
+
+#include <bzlib.h>
+#include <lzma.h>
+#include <stdexcept>
+#include <zlib.h>
+
+namespace tolvane {
+
+namespace {
+
+constexpr int kZlibWindow = 15;
+constexpr int kGzipWindow = 15 + 16;
+constexpr int kDeflateWindow = -15;
+
+void require(bool packed) {
+  if (!packed) throw std::runtime_error("cannot pack a payload");
+}
+
+void expectBytes(z_stream& stream, std::string_view input) {
+  stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(input.data()));
+  stream.avail_in = static_cast<uInt>(input.size());
+}
+
+// What one call of deflate() gives; the output always fits.
+std::string deflated(z_stream& stream, std::string_view input, int flush) {
+  std::string output(deflateBound(&stream, input.size()) + 64, '\0');
+  expectBytes(stream, input);
+  stream.next_out = reinterpret_cast<Bytef*>(output.data());
+  stream.avail_out = static_cast<uInt>(output.size());
+  const int result = deflate(&stream, flush);
+  require(result == (flush == Z_FINISH ? Z_STREAM_END : Z_OK));
+  output.resize(output.size() - stream.avail_out);
+  return output;
+}
+
+std::string packWithWindow(std::string_view bytes, int window) {
+  z_stream stream{};
+  require(deflateInit2(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, window, 8, Z_DEFAULT_STRATEGY) ==
+          Z_OK);
+  std::string output = deflated(stream, bytes, Z_FINISH);
+  deflateEnd(&stream);
+  return output;
+}
+
+std::string littleEndian(unsigned long value) {
+  std::string bytes;
+  for (int shift = 0; shift < 32; shift += 8) bytes += static_cast<char>(value >> shift & 0xFF);
+  return bytes;
+}
+
+}  // namespace
+
+std::string packGzip(std::string_view bytes) {
+  return packWithWindow(bytes, kGzipWindow);
+}
+std::string packZlib(std::string_view bytes) {
+  return packWithWindow(bytes, kZlibWindow);
+}
+std::string packDeflate(std::string_view bytes) {
+  return packWithWindow(bytes, kDeflateWindow);
+}
+
+std::string packBzip2(std::string_view bytes) {
+  std::string output(bytes.size() + bytes.size() / 50 + 1000, '\0');
+  auto size = static_cast<unsigned>(output.size());
+  require(BZ2_bzBuffToBuffCompress(output.data(), &size, const_cast<char*>(bytes.data()),
+                                   static_cast<unsigned>(bytes.size()), 9, 0, 0) == BZ_OK);
+  output.resize(size);
+  return output;
+}
+
+std::string packXZ(std::string_view bytes) {
+  std::string output(lzma_stream_buffer_bound(bytes.size()), '\0');
+  std::size_t size = 0;
+  require(lzma_easy_buffer_encode(1, LZMA_CHECK_CRC64, nullptr,
+                                  reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size(),
+                                  reinterpret_cast<uint8_t*>(output.data()), &size,
+                                  output.size()) == LZMA_OK);
+  output.resize(size);
+  return output;
+}
+
+std::string gzipOfZeros(std::size_t mebibytes) {
+  const std::string zeros(std::size_t{1} << 20, '\0');
+  z_stream stream{};
+  require(deflateInit2(&stream, Z_BEST_SPEED, Z_DEFLATED, kGzipWindow, 8, Z_DEFAULT_STRATEGY) ==
+          Z_OK);
+  std::string member = deflated(stream, "", Z_FULL_FLUSH);  // the header
+  // After a full flush nothing refers to what was before, so one block can be repeated.
+  const std::string block = deflated(stream, zeros, Z_FULL_FLUSH);
+  deflateEnd(&stream);
+  const uLong blockChecksum =
+      crc32(0, reinterpret_cast<const Bytef*>(zeros.data()), static_cast<uInt>(zeros.size()));
+  uLong checksum = 0;
+  for (std::size_t i = 0; i < mebibytes; ++i) {
+    member += block;
+    checksum = crc32_combine(checksum, blockChecksum, static_cast<z_off_t>(zeros.size()));
+  }
+  const std::string lastBlock("\x03\x00", 2);  // an empty one
+  return member + lastBlock + littleEndian(checksum) + littleEndian(mebibytes * zeros.size());
+}
+
+}  // namespace tolvane
