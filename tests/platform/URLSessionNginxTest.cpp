@@ -72,6 +72,24 @@ TEST_F(URLSessionNginx, ConnectionsOverTLSAreUsedAgainByFreshSessions) {
   EXPECT_EQ(connections.size(), 1u);
 }
 
+TEST_F(URLSessionNginx, RequestsThatAnEndingConnectionLeftUnprocessedAreSentOnAnother) {
+  nginx_ = std::make_unique<NginxServer>("keepalive_requests 7;");
+  setenv("SSL_CERT_FILE", nginx_->certificatePath().c_str(), 1);
+  nginx_->write("file", "bytes");
+  const auto session = this->session();
+  std::vector<std::future<DataReply>> replies;
+  for (int i = 0; i < 1000; ++i) {
+    replies.push_back(startData(*session, request(nginx_->secureURL("/file"))));
+  }
+  for (auto& future : replies) {
+    const DataReply reply = await(std::move(future));
+    EXPECT_EQ(reply.error, std::nullopt) << describe(reply.error);
+    EXPECT_EQ(reply.body, "bytes");
+  }
+  nginx_->stop();
+  EXPECT_EQ(nginx_->accesses().size(), replies.size());
+}
+
 // nginx ends each connection after 1,000 requests, and with it those that were on their way.
 TEST_F(URLSessionNginx, FiveThousandFilesAreFetchedOnceEachAndNoneIsLost) {
   constexpr int kFiles = 5000;

@@ -84,6 +84,14 @@ TEST_F(URLSessionRedirects, TheirBodyNeverStandsInTheFile) {
   EXPECT_EQ(get(server_.url("/here")).body, "arrived");
 }
 
+TEST_F(URLSessionRedirects, TheirBodyDoesNotCountIntoTheLimitForMemory) {
+  server_.on("/here", redirect("/there", 302, std::string(1000, 'x')));
+  server_.on("/there", respond(200, "arrived"));
+  URLSessionConfiguration configuration;
+  configuration.maximumBodySize = 100;
+  EXPECT_EQ(get(server_.url("/here"), configuration).body, "arrived");
+}
+
 TEST_F(URLSessionRedirects, TwentyAreFollowed) {
   server_.onAnyOther(countDown);
   const DataReply reply = get(server_.url("/20"));
