@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "tests/platform/PropertyListDump.h"
 
-#include <fmt/format.h>
-
 #include <cstdio>
+#include <fmt/format.h>
 
 namespace tolvane {
 
@@ -55,7 +54,9 @@ struct Dumper {
 
 }  // namespace
 
-std::string dump(const PropertyList& list) { return std::visit(Dumper{}, list.value); }
+std::string dump(const PropertyList& list) {
+  return std::visit(Dumper{}, list.value);
+}
 
 std::string dumpOf(std::string_view bytes) {
   const PropertyListResult result = readPropertyList(bytes);

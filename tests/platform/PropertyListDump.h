@@ -9,8 +9,8 @@
 namespace tolvane {
 
 // A property list on one line, each value so that its kind shows:
-// {"key"="text","list"=[1,2.5r,true,<0fbd>,date 0,null]}. Outside ASCII and in control characters, a
-// text shows its bytes as \x and two digits.
+// {"key"="text","list"=[1,2.5r,true,<0fbd>,date 0,null]}. Outside ASCII and in control characters,
+// a text shows its bytes as \x and two digits.
 std::string dump(const PropertyList& list);
 
 // What the reader makes of the bytes: the dump, or "error: " with the description.

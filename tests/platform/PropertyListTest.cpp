@@ -1,11 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include "platform/PropertyList.h"
-
-#include <gtest/gtest.h>
-
 #include <cmath>
+#include <gtest/gtest.h>
 #include <limits>
 
+#include "platform/PropertyList.h"
 #include "tests/platform/BinaryListBuilder.h"
 #include "tests/platform/PropertyListDump.h"
 
@@ -156,17 +154,18 @@ TEST(PropertyList, NumbersHaveTheSameTextFormsInEveryFormat) {
                   "<key>version</key><real>1.05</real></dict>"),
             "1234 1.05");
   const std::string real = "\x23" + bigEndian(0x3FF0CCCCCCCCCCCD, 8);
-  EXPECT_EQ(forms(binaryList(
-                {"\xD2\x01\x02\x03\x04", "\x54size", "\x57version", "\x11\x04\xD2", real})),
-            "1234 1.05");
+  EXPECT_EQ(
+      forms(binaryList({"\xD2\x01\x02\x03\x04", "\x54size", "\x57version", "\x11\x04\xD2", real})),
+      "1234 1.05");
   EXPECT_EQ(forms("{ size = 1234; version = 1.05; }"), "1234 1.05");
 }
 
 TEST(PropertyList, TheSameListReadsTheSameInFiveEncodings) {
   const std::string list = "<plist><array><string>Z\xC3\xBCrich</string></array></plist>";
   const std::string ascii = "<plist><array><string>Z&#252;rich</string></array></plist>";
-  const std::string latin1 = "<?xml version='1.0' encoding='ISO-8859-1'?>"
-                             "<plist><array><string>Z\xFCrich</string></array></plist>";
+  const std::string latin1 =
+      "<?xml version='1.0' encoding='ISO-8859-1'?>"
+      "<plist><array><string>Z\xFCrich</string></array></plist>";
   const std::string declared = "<?xml version='1.0' encoding='UTF-16'?>" + ascii;
   const std::string expected = R"(["Z\xc3\xbcrich"])";
   EXPECT_EQ(dumpOf(list), expected);
@@ -178,7 +177,8 @@ TEST(PropertyList, TheSameListReadsTheSameInFiveEncodings) {
 
 TEST(PropertyList, UTF16NeedsNoMarkForMarkup) {
   for (const bool isBigEndian : {true, false}) {
-    EXPECT_EQ(dumpOf(inUTF16("<?xml version='1.0' encoding='utf-16'?><array/>", isBigEndian)), "[]");
+    EXPECT_EQ(dumpOf(inUTF16("<?xml version='1.0' encoding='utf-16'?><array/>", isBigEndian)),
+              "[]");
     EXPECT_EQ(dumpOf(inUTF16("<array/>", isBigEndian)), "[]");
   }
 }

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
-
 #include <string>
 
 #include "tests/platform/BinaryListBuilder.h"
@@ -12,7 +11,9 @@ namespace {
 using namespace std::string_literals;
 
 // The list of this one object.
-std::string dumpOfObject(const std::string& object) { return dumpOf(binaryList({object})); }
+std::string dumpOfObject(const std::string& object) {
+  return dumpOf(binaryList({object}));
+}
 
 TEST(BinaryPropertyList, SmallIntegersAreUnsignedAndEightBytesAreSigned) {
   EXPECT_EQ(dumpOfObject("\x10\xFF"), "255");
@@ -134,7 +135,8 @@ TEST(BinaryPropertyList, UnknownKindsAndWidthsAreAnError) {
 }
 
 TEST(BinaryPropertyList, AKeyIsAText) {
-  EXPECT_EQ(dumpOf(binaryList({"\xD1\x01\x01", "\x09"})), unreadable("a key is not a text at offset 11"));
+  EXPECT_EQ(dumpOf(binaryList({"\xD1\x01\x01", "\x09"})),
+            unreadable("a key is not a text at offset 11"));
 }
 
 TEST(BinaryPropertyList, AnASCIITextHoldsOnlyASCII) {

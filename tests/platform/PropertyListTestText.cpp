@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
-
 #include <string>
 
 #include "tests/platform/PropertyListDump.h"
@@ -64,9 +63,9 @@ TEST(TextPropertyList, OctalEscapesHaveUpToThreeDigits) {
 
 TEST(TextPropertyList, OctalEscapesAboveASCIIAreNextStepCharacters) {
   EXPECT_EQ(dumpOf(R"("\200")"), R"("\xc2\xa0")");
-  EXPECT_EQ(dumpOf(R"("\335")"), R"("\xc3\xa9")");       // é
-  EXPECT_EQ(dumpOf(R"("\256")"), R"("\xef\xac\x81")");   // the ligature fi
-  EXPECT_EQ(dumpOf(R"("\377")"), R"("\xef\xbf\xbd")");   // no character
+  EXPECT_EQ(dumpOf(R"("\335")"), R"("\xc3\xa9")");      // é
+  EXPECT_EQ(dumpOf(R"("\256")"), R"("\xef\xac\x81")");  // the ligature fi
+  EXPECT_EQ(dumpOf(R"("\377")"), R"("\xef\xbf\xbd")");  // no character
 }
 
 TEST(TextPropertyList, UEscapesAreUTF16) {
@@ -129,7 +128,8 @@ TEST(TextPropertyList, AListWithoutItsEndIsAnError) {
 
 TEST(TextPropertyList, TextIsUTF8) {
   EXPECT_EQ(dumpOf("{ \"Zürich\" = \"Zürich\"; }"), R"({"Z\xc3\xbcrich"="Z\xc3\xbcrich"})");
-  EXPECT_EQ(dumpOf("{\n \"Z\xFCrich\" = a;\n }"), unreadable("there is a byte that is not UTF-8 at line 2"));
+  EXPECT_EQ(dumpOf("{\n \"Z\xFCrich\" = a;\n }"),
+            unreadable("there is a byte that is not UTF-8 at line 2"));
   EXPECT_EQ(dumpOf("{ Ürdingen = a; }"), unreadable("there is an unexpected character at line 1"));
 }
 

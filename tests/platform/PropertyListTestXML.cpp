@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
-
 #include <string>
 
 #include "tests/platform/PropertyListDump.h"
@@ -44,7 +43,8 @@ TEST(XMLPropertyList, WhiteSpaceBeforeThePrologueIsPassedOver) {
 }
 
 TEST(XMLPropertyList, WhiteSpaceBeforeThePrologueCountsInTheLine) {
-  EXPECT_EQ(dumpOf("\n\n<?xml version='1.0'?>\n<plist/>"), unreadable("<plist> is empty at line 4"));
+  EXPECT_EQ(dumpOf("\n\n<?xml version='1.0'?>\n<plist/>"),
+            unreadable("<plist> is empty at line 4"));
   EXPECT_EQ(dumpOf("\n\n<array>\n</dict>"),
             unreadable("Opening and ending tag mismatch: array line 3 and dict at line 4"));
 }
@@ -181,7 +181,8 @@ TEST(XMLPropertyList, KeysAndValuesComeInPairs) {
             unreadable("there is a <key> without a value at line 1"));
   EXPECT_EQ(dumpOf("<dict><key>a</key><key>b</key><true/></dict>"),
             unreadable("there is a <key> without a value at line 1"));
-  EXPECT_EQ(dumpOf("<dict><true/></dict>"), unreadable("there is a value without a <key> at line 1"));
+  EXPECT_EQ(dumpOf("<dict><true/></dict>"),
+            unreadable("there is a value without a <key> at line 1"));
   EXPECT_EQ(dumpOf("<dict><key>a</key><true/><dict/></dict>"),
             unreadable("there is a value without a <key> at line 1"));
   EXPECT_EQ(dumpOf("<array><key>a</key></array>"),
@@ -213,8 +214,9 @@ TEST(XMLPropertyList, WhatIsNoPropertyListIsAnError) {
 }
 
 TEST(XMLPropertyList, AListWithoutItsEndIsAnError) {
-  const std::string whole = "<?xml version='1.0'?><plist><dict><key>a</key><array><string>b</string>"
-                            "<data>AAAA</data><!-- c --></array></dict></plist>";
+  const std::string whole =
+      "<?xml version='1.0'?><plist><dict><key>a</key><array><string>b</string>"
+      "<data>AAAA</data><!-- c --></array></dict></plist>";
   ASSERT_EQ(dumpOf(whole), R"({"a"=["b",<000000>]})");
   for (std::size_t size = 0; size < whole.size(); ++size) {
     EXPECT_EQ(dumpOf(whole.substr(0, size)).substr(0, 7), "error: ") << whole.substr(0, size);
