@@ -136,15 +136,15 @@ bool isValidUTF8(std::string_view bytes) {
 std::string textFromLatin1(std::string_view bytes) {
   const auto isASCII = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
   const std::size_t ascii = std::ranges::count_if(bytes, isASCII);
-  std::string text;
-  text.reserve(ascii + 2 * (bytes.size() - ascii));
+  std::string text(ascii + 2 * (bytes.size() - ascii), '\0');
+  auto next = text.begin();
   for (const char c : bytes) {
     if (isASCII(c)) {
-      text += c;
+      *next++ = c;
     } else {
       const auto byte = static_cast<unsigned char>(c);
-      text += static_cast<char>(0xC0 | (byte >> 6));
-      text += static_cast<char>(0x80 | (byte & 0x3F));
+      *next++ = static_cast<char>(0xC0 | (byte >> 6));
+      *next++ = static_cast<char>(0x80 | (byte & 0x3F));
     }
   }
   return text;
