@@ -23,22 +23,29 @@ namespace tolvane {
 class CountingRunLoop : public RunLoop {
  public:
   void post(Task task) override {
+    // Kept here: once the task is posted, the loop may have run it and be gone.
+    const std::shared_ptr<Count> count = count_;
     RunLoop::post(std::move(task));
-    const std::lock_guard lock(mutex_);
-    ++posts_;
-    posted_.notify_all();
+    const std::lock_guard lock(count->mutex);
+    ++count->posts;
+    count->posted.notify_all();
   }
 
   // Waits until that many tasks have been posted; false when they do not come within 10 seconds.
-  bool waitForPosts(std::size_t count) {
-    std::unique_lock lock(mutex_);
-    return posted_.wait_for(lock, std::chrono::seconds(10), [&] { return posts_ >= count; });
+  bool waitForPosts(std::size_t count) const {
+    std::unique_lock lock(count_->mutex);
+    return count_->posted.wait_for(lock, std::chrono::seconds(10),
+                                   [&] { return count_->posts >= count; });
   }
 
  private:
-  std::mutex mutex_;
-  std::condition_variable posted_;
-  std::size_t posts_ = 0;
+  struct Count {
+    std::mutex mutex;
+    std::condition_variable posted;
+    std::size_t posts = 0;
+  };
+
+  const std::shared_ptr<Count> count_ = std::make_shared<Count>();
 };
 
 // A download manager whose outcomes the test makes up.
