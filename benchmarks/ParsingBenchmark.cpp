@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: MIT
+#include <benchmark/benchmark.h>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "benchmarks/GeneratedIndex.h"
+#include "repository/RepoParser.h"
+
+namespace tolvane {
+namespace {
+
+// A whole index into records. The parser takes its text over, so each round gets a copy, outside
+// the time, as is the records' end.
+void parseIndex(benchmark::State& state, const std::string& index) {
+  std::vector<PackageEntry> packages;
+  for (auto round : state) {
+    state.PauseTiming();
+    packages.clear();
+    std::string text = index;
+    state.ResumeTiming();
+    packages = RepoParser::parsePackagesText(std::move(text));
+  }
+  state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * index.size()));
+  state.counters["packages"] = static_cast<double>(packages.size());
+}
+
+void ParseIndex(benchmark::State& state) {
+  parseIndex(state, generatedIndex());
+}
+
+void ParseIndexWithCarriageReturns(benchmark::State& state) {
+  std::string index;
+  for (const char c : generatedIndex()) index += c == '\n' ? "\r\n" : std::string(1, c);
+  parseIndex(state, index);
+}
+
+BENCHMARK(ParseIndex)->Unit(benchmark::kMillisecond);
+BENCHMARK(ParseIndexWithCarriageReturns)->Unit(benchmark::kMillisecond);
+
+}  // namespace
+}  // namespace tolvane
