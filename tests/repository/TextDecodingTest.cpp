@@ -81,7 +81,7 @@ TEST(TextDecodingDeathTest, WithoutMemoryForTheTextThereIsNothing) {
   if (!littleMemoryCanBeHad()) GTEST_SKIP() << "sanitizers need all the address space";
   EXPECT_EXIT(
       {
-        std::string bytes(30'000'000, '\xE9');
+        std::string bytes(12'000'000, '\xE9');
         haveLittleMemory();
         std::_Exit(RepositoryFetcher::stringFromTextData(std::move(bytes)) ? 1 : 0);
       },
