@@ -27,9 +27,11 @@ void addSharedOptions(CLI::App& command, Options& options) {
       {"installer3", RepositoryType::installer3},
   };
   command.add_option("URL", options.url, "URL of the repository")->required();
-  command.add_option("--type", options.type, "Kind of the repository, auto by default")
+  command
+      .add_option_function<std::string>(
+          "--type", [&options](const std::string& name) { options.type = kTypes.at(name); },
+          "Kind of the repository, auto by default")
       ->type_name("TYPE")
-      ->transform(CLI::Transformer(kTypes))
       ->check(CLI::IsMember(kTypes));
   command.add_flag("--json", options.json, "Print JSON to standard output");
   addConsoleFlags(command, options);
