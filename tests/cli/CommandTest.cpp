@@ -1,0 +1,153 @@
+// SPDX-License-Identifier: MIT
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sstream>
+
+#include "cli/Command.h"
+#include "cli/ExitStatus.h"
+#include "tests/cli/SampleIndex.h"
+#include "tests/cli/ScriptedCommand.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace tolvane {
+namespace {
+
+using testing::AllOf;
+using testing::Each;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::SizeIs;
+
+void expectRefusal(const std::vector<std::string>& arguments, const std::string& text) {
+  const ScriptedURLSession session;
+  const CommandResult result = runScripted(session, arguments);
+  EXPECT_EQ(result.status, kExitUsage);
+  EXPECT_EQ(result.output, "");
+  EXPECT_EQ(result.errorOutput, text + "\n");
+  EXPECT_THAT(session.requests(), IsEmpty());
+}
+
+TEST(Command, RefusesAURLThatIsNone) {
+  for (const char* url : {"", " ", "repo example", "http://repo.example/a b", "http://[::1/",
+                          "http://repo.example/%zz"}) {
+    expectRefusal({"list", url}, "Invalid repository URL.");
+  }
+}
+
+TEST(Command, RefusesAURLWithoutASchemeOrAHost) {
+  for (const char* url : {"example", "repo.example/debs", "//repo.example/", "file:///srv/repo",
+                          "http://", "http:"}) {
+    expectRefusal({"list", url}, "Invalid repository URL.");
+    expectRefusal({"download", url, "folder"}, "Invalid repository URL.");
+  }
+}
+
+TEST(Command, TrimsTheURL) {
+  ScriptedURLSession session;
+  session.answer("http://repo.example/Packages", {200, stanza("a")});
+  const CommandResult result = runScripted(session, {"list", " \n\thttp://repo.example \r\n"});
+  EXPECT_EQ(result.status, kExitDone);
+  EXPECT_THAT(session.requestedURLs(), ElementsAre("http://repo.example/Packages"));
+}
+
+TEST(Command, LeavesAnUnknownSchemeToTheSession) {
+  const ScriptedURLSession session;
+  const CommandResult result = runScripted(session, {"list", "ftp://repo.example/"});
+  EXPECT_EQ(result.status, kExitNotLoaded);
+  EXPECT_THAT(session.requests(), SizeIs(20));
+}
+
+TEST(Command, SaysWhatIsNotThereYet) {
+  expectRefusal({"list", kRepository, "--type", "installer4"}, "Type installer4 is not there yet.");
+  expectRefusal({"list", kRepository, "--type", "installer3"}, "Type installer3 is not there yet.");
+  expectRefusal({"download", kRepository, "folder", "--metadata"}, "--metadata is not there yet.");
+}
+
+TEST(Command, AnAutomaticTypeTakesTheSameWalkAsAPT) {
+  const ScriptedURLSession automatic, apt;
+  runScripted(automatic, {"list", kRepository, "--type", "auto"});
+  runScripted(apt, {"list", kRepository, "--type", "apt"});
+  EXPECT_EQ(automatic.requestedURLs(), apt.requestedURLs());
+}
+
+TEST(Command, ARepositoryWithoutAnIndexCannotBeLoaded) {
+  for (const std::vector<std::string>& arguments :
+       {std::vector<std::string>{"list", kRepository, "--json"},
+        std::vector<std::string>{"download", kRepository, "folder"}}) {
+    const ScriptedURLSession session;
+    const CommandResult result = runScripted(session, arguments);
+    EXPECT_EQ(result.status, kExitNotLoaded);
+    EXPECT_EQ(result.output, "");
+    EXPECT_EQ(consoleMessages(result.errorOutput).back(), "No Cydia/APT Packages file found.");
+    EXPECT_THAT(session.requests(), SizeIs(20));
+  }
+}
+
+TEST(Command, PrintsHelpAndVersionToStandardOutput) {
+  for (const char* argument : {"--help", "--version"}) {
+    const CommandResult result = runScripted({}, {argument});
+    EXPECT_EQ(result.status, kExitDone);
+    EXPECT_THAT(result.output, HasSubstr("tolvane-cli"));
+    EXPECT_EQ(result.errorOutput, "");
+  }
+}
+
+TEST(Command, PrintsWrongUsageToStandardError) {
+  const CommandResult result = runScripted({}, {"list"});
+  EXPECT_EQ(result.status, kExitUsage);
+  EXPECT_EQ(result.output, "");
+  EXPECT_THAT(result.errorOutput, HasSubstr("URL"));
+}
+
+TEST(Command, FailsWhenItsOutputCannotBeWritten) {
+  ScriptedURLSession session;
+  session.answer("http://repo.example/Packages", {200, stanza("a")});
+  std::ostringstream output, errorOutput;
+  output.setstate(std::ios::badbit);
+  const int status =
+      runCommand({"list", kRepository}, {session.factory(), output, errorOutput, {}});
+  EXPECT_EQ(status, kExitFailed);
+  EXPECT_THAT(errorOutput.str(), EndsWith("\nCould not write to standard output.\n"));
+}
+
+TEST(Command, QuietLeavesWarningsAndErrors) {
+  ScriptedURLSession session;
+  session.answer("http://repo.example/Packages", {200, "no package in here\n"});
+  const CommandResult result = runScripted(session, {"list", kRepository, "--quiet"});
+  EXPECT_THAT(consoleMessages(result.errorOutput),
+              ElementsAre("Package index contained no packages, trying next candidate: "
+                          "http://repo.example/Packages",
+                          "Package index contained no packages, trying next candidate: "
+                          "http://repo.example/Packages",
+                          "No Cydia/APT Packages file found."));
+}
+
+// The limits to one host of the sessions that a download makes after that of its index.
+std::vector<int> connectionLimits(const std::vector<std::string>& options) {
+  ScriptedURLSession session;
+  session.answer("http://repo.example/Packages", {200, stanza("a")});
+  const TemporaryFolder folder;
+  std::vector<std::string> arguments{"download", kRepository, folder.path()};
+  arguments.insert(arguments.end(), options.begin(), options.end());
+  runScripted(session, arguments);
+  std::vector<int> limits;
+  for (const auto& configuration : session.configurations()) {
+    limits.push_back(configuration.maximumConnectionsPerHost);
+  }
+  limits.erase(limits.begin());
+  return limits;
+}
+
+TEST(Command, ConnectionsLimitTheDownloadSessions) {
+  EXPECT_THAT(connectionLimits({"--connections", "17"}), AllOf(Not(IsEmpty()), Each(17)));
+}
+
+TEST(Command, WithoutConnectionsTheLimitIsSix) {
+  EXPECT_THAT(connectionLimits({}), AllOf(Not(IsEmpty()), Each(6)));
+}
+
+}  // namespace
+}  // namespace tolvane

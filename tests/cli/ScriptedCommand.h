@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "cli/Console.h"
+#include "tests/cli/CommandResult.h"
+#include "tests/support/ScriptedURLSession.h"
+
+namespace tolvane {
+
+inline constexpr const char* kRepository = "http://repo.example/";
+
+// Runs the command in this process over the scripted session.
+CommandResult runScripted(const ScriptedURLSession& session,
+                          const std::vector<std::string>& arguments, ConsoleSettings console = {});
+
+}  // namespace tolvane
