@@ -1,0 +1,218 @@
+// SPDX-License-Identifier: MIT
+#include <algorithm>
+#include <atomic>
+#include <csignal>
+#include <filesystem>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "cli/ExitStatus.h"
+#include "tests/cli/Program.h"
+#include "tests/cli/SampleIndex.h"
+#include "tests/support/LoopbackHandlers.h"
+#include "tests/support/LoopbackServer.h"
+
+namespace tolvane {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::IsEmpty;
+using testing::IsSubsetOf;
+
+const std::string kZeroMD5(32, '0');
+const std::string kZeroSHA256(64, '0');
+
+// One package of each fate. "present" is there before the run.
+void serveEveryFate(LoopbackServer& server) {
+  server.on(
+      "/Packages",
+      respond(200, stanza("good", trueChecks()) + stanza("wrong-size", {{"Size", "1234"}}) +
+                       stanza("wrong-md5", {{"Size", kPackageSize}, {"MD5sum", kZeroMD5}}) +
+                       stanza("wrong-sha256", {{"MD5sum", kPackageMD5}, {"SHA256", kZeroSHA256}}) +
+                       stanza("gone") + stanza("present", trueChecks()) +
+                       stanza("cut-off", trueChecks())));
+  for (const char* name : {"good", "wrong-size", "wrong-md5", "wrong-sha256", "present"}) {
+    server.on("/debs/" + std::string(name) + ".deb", respond(200, kPackageBody));
+  }
+  server.on("/debs/gone.deb", respond(404, "not here"));
+  server.on("/debs/cut-off.deb", cutOff(kPackageBody, 10));
+}
+
+// A repository of `count` packages, p0 to pN, of which the handler serves every one.
+std::vector<std::string> servePackages(LoopbackServer& server, int count,
+                                       const LoopbackHandler& handler) {
+  std::string index;
+  std::vector<std::string> files;
+  for (int i = 0; i < count; ++i) {
+    const std::string name = "p" + std::to_string(i);
+    index += stanza(name, trueChecks());
+    files.push_back(name + ".deb");
+    server.on("/debs/" + files.back(), handler);
+  }
+  server.on("/Packages", respond(200, index));
+  std::sort(files.begin(), files.end());
+  return files;
+}
+
+// Every second request is answered at once, the others when the gate opens, after half a body.
+LoopbackHandler everySecondHeld(const Gate& gate) {
+  const std::string body = kPackageBody;
+  const std::string head = responseHead(200, {{"Content-Length", std::to_string(body.size())}});
+  const LoopbackHandler held = heldBy(gate, sendRaw(body.substr(10)), head + body.substr(0, 10));
+  const auto count = std::make_shared<std::atomic<int>>(0);
+  return [=, whole = respond(200, body)](const auto& request, auto& connection) {
+    (++*count % 2 == 0 ? held : whole)(request, connection);
+  };
+}
+
+bool isWhole(const TemporaryFolder& folder, const std::string& name) {
+  return folder.read(name) == kPackageBody;
+}
+
+TEST(ProgramDownload, CountsEveryFateInItsSummary) {
+  LoopbackServer server;
+  serveEveryFate(server);
+  const TemporaryFolder folder;
+  folder.write("present.deb", "older");
+  const CommandResult result = runProgram({"download", server.url("/"), folder.path()});
+
+  EXPECT_EQ(result.status, kExitFailed);
+  EXPECT_EQ(result.output,
+            "Finished missing. Downloaded: 2  Verified: 2  Failed: 4  Validation failed: 3  "
+            "Skipped: 0  Already present: 1\n");
+  const auto messages = consoleMessages(result.errorOutput);
+  for (const char* message :
+       {"Missing: 6   Already present: 1", "Starting download queue: 6 package(s)",
+        "Verified good.deb", "Downloaded and verified: good.deb",
+        "Size mismatch for wrong-size. Expected 1234 bytes, got 26 bytes.",
+        "MD5 mismatch for wrong-md5.", "SHA256 mismatch for wrong-sha256.",
+        "Downloaded and verified: gone.deb", "Download failed: The network connection was lost.",
+        "Download queue finished. Downloaded: 2  Verified: 2  Failed: 4  Validation failed: 3  "
+        "Skipped: 0"}) {
+    EXPECT_THAT(messages, Contains(message));
+  }
+}
+
+TEST(ProgramDownload, KeepsWhatArrivedWholeAndNothingElse) {
+  LoopbackServer server;
+  serveEveryFate(server);
+  const TemporaryFolder folder;
+  folder.write("present.deb", "older");
+  runProgram({"download", server.url("/"), folder.path()});
+  EXPECT_THAT(folder.names(), ElementsAre("gone.deb", "good.deb", "present.deb", "wrong-md5.deb",
+                                          "wrong-sha256.deb", "wrong-size.deb"));
+  EXPECT_TRUE(isWhole(folder, "good.deb"));
+  EXPECT_EQ(folder.read("gone.deb"), "not here");
+  EXPECT_EQ(folder.read("present.deb"), "older");
+}
+
+TEST(ProgramDownload, CountsEveryFateInJSON) {
+  LoopbackServer server;
+  serveEveryFate(server);
+  const TemporaryFolder folder;
+  folder.write("present.deb", "older");
+  const CommandResult result = runProgram({"download", server.url("/"), folder.path(), "--json"});
+  EXPECT_EQ(result.status, kExitFailed);
+  EXPECT_EQ(result.output,
+            R"({"downloaded":2,"verified":2,"failed":4,"validationFailed":3,"skipped":0,)"
+            R"("alreadyPresent":1})"
+            "\n");
+}
+
+TEST(ProgramDownload, ASecondRunAsksForNothingButTheIndex) {
+  LoopbackServer server;
+  servePackages(server, 5, respond(200, kPackageBody));
+  const TemporaryFolder folder;
+  EXPECT_EQ(runProgram({"download", server.url("/"), folder.path()}).status, kExitDone);
+  const std::size_t before = server.requests().size();
+  const CommandResult second = runProgram({"download", server.url("/"), folder.path()});
+  EXPECT_EQ(second.status, kExitDone);
+  EXPECT_EQ(second.output, "Missing: 0   Already present: 5\n");
+  EXPECT_EQ(server.requests().size(), before + 1);
+}
+
+TEST(ProgramDownload, TakesARelativeFolder) {
+  LoopbackServer server;
+  servePackages(server, 1, respond(200, kPackageBody));
+  const TemporaryFolder folder;
+  const std::string relative = std::filesystem::relative(folder.path("new"));
+  EXPECT_EQ(runProgram({"download", server.url("/"), relative}).status, kExitDone);
+  EXPECT_TRUE(isWhole(folder, "new/p0.deb"));
+}
+
+class ProgramConnections : public testing::TestWithParam<std::size_t> {};
+
+TEST_P(ProgramConnections, AreUsedToTheLimitAndNeverBeyond) {
+  LoopbackServer server;
+  servePackages(server, 60, delayed(std::chrono::milliseconds(30), respond(200, kPackageBody)));
+  const TemporaryFolder folder;
+  const CommandResult result = runProgram(
+      {"download", server.url("/"), folder.path(), "--connections", std::to_string(GetParam())});
+  EXPECT_EQ(result.status, kExitDone);
+  EXPECT_EQ(server.maximumRequestsInFlight(), GetParam());
+  EXPECT_LE(server.maximumOpenConnections(), GetParam());
+}
+
+INSTANTIATE_TEST_SUITE_P(Limits, ProgramConnections, testing::Values(1U, 2U, 20U));
+
+TEST(ProgramDownload, ARunAfterAKilledOneCompletesTheFolder) {
+  LoopbackServer server;
+  Gate gate;
+  const auto files = servePackages(server, 40, everySecondHeld(gate));
+  const TemporaryFolder folder;
+  Program program({"download", server.url("/"), folder.path()});
+  // All connections hang in the middle of a file by then, and some files are done.
+  waitUntil([&] { return server.requestsInFlight() == 6 && !folder.names().empty(); });
+  program.signal(SIGKILL);
+  EXPECT_EQ(program.wait().status, -SIGKILL);
+  const auto left = folder.names();
+  EXPECT_LT(left.size(), files.size());
+  for (const std::string& name : left) {
+    if (name.starts_with(".")) continue;  // of a file system without unnamed files
+    EXPECT_TRUE(isWhole(folder, name)) << name;
+  }
+
+  gate.open();
+  const CommandResult second = runProgram({"download", server.url("/"), folder.path()});
+  EXPECT_EQ(second.status, kExitDone);
+  EXPECT_THAT(folder.names(), ElementsAreArray(files));
+  for (const std::string& name : files) EXPECT_TRUE(isWhole(folder, name)) << name;
+}
+
+class ProgramInterrupt : public testing::TestWithParam<std::pair<int, int>> {};
+
+TEST_P(ProgramInterrupt, EndsAtOnceAndLeavesNoHalfFile) {
+  const auto [signal, status] = GetParam();
+  LoopbackServer server;
+  Gate gate;
+  const auto files = servePackages(server, 40, everySecondHeld(gate));
+  const TemporaryFolder folder;
+  Program program({"download", server.url("/"), folder.path()});
+  waitUntil([&] { return server.requestsInFlight() == 6 && !folder.names().empty(); });
+  program.signal(signal);
+  const CommandResult result = program.wait();
+  EXPECT_EQ(result.status, status);
+  EXPECT_EQ(result.output, "");
+  EXPECT_THAT(folder.names(), IsSubsetOf(files));
+  for (const std::string& name : folder.names()) EXPECT_TRUE(isWhole(folder, name)) << name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Signals, ProgramInterrupt,
+                         testing::Values(std::pair(SIGINT, 130), std::pair(SIGTERM, 143)));
+
+TEST(ProgramDownload, IsInterruptedWhileItWaitsForTheIndex) {
+  LoopbackServer server;
+  server.on("/Packages", stall());
+  const TemporaryFolder folder;
+  Program program({"download", server.url("/"), folder.path("new")});
+  waitUntil([&] { return server.requestsInFlight() == 1; });
+  program.signal(SIGINT);
+  EXPECT_EQ(program.wait().status, 130);
+  EXPECT_THAT(folder.names(), IsEmpty());
+}
+
+}  // namespace
+}  // namespace tolvane
