@@ -2,8 +2,10 @@
 #include "tests/support/LoopbackServer.h"
 
 #include <algorithm>
+#include <atomic>
 #include <gtest/gtest.h>
 #include <httplib.h>
+#include <list>
 #include <map>
 #include <mutex>
 #include <poll.h>
@@ -19,8 +21,6 @@ namespace tolvane {
 
 namespace {
 
-constexpr std::size_t kThreads = 128;
-
 // A count that remembers how high it has been.
 struct Level {
   std::size_t now = 0;
@@ -28,6 +28,28 @@ struct Level {
 
   void raise() { maximum = std::max(maximum, ++now); }
   void lower() { --now; }
+};
+
+// A thread for each connection, however many are held open. Used by the accepting thread alone.
+class ThreadPerConnection : public httplib::TaskQueue {
+ public:
+  void enqueue(std::function<void()> serve) override {
+    workers_.remove_if([](const Worker& worker) { return worker.done.load(); });
+    Worker& worker = workers_.emplace_back();
+    worker.thread = std::jthread([&worker, serve = std::move(serve)] {
+      serve();
+      worker.done = true;
+    });
+  }
+
+  void shutdown() override { workers_.clear(); }
+
+ private:
+  struct Worker {
+    std::atomic<bool> done = false;
+    std::jthread thread;  // joined when the worker goes
+  };
+  std::list<Worker> workers_;
 };
 
 // Lets the library read requests from a socket and say nothing: the handlers have answered.
@@ -150,12 +172,12 @@ struct LoopbackServer::State {
   bool stopping = false;
 };
 
-// The library accepts, keeps the threads and reads the requests' heads. Answers bypass it, since it
+// The library accepts connections and reads the requests' heads. Answers bypass it, since it
 // cannot be made to send what is wrong.
 class LoopbackServer::Listener : public httplib::Server {
  public:
   explicit Listener(std::shared_ptr<State> state) : state_(std::move(state)) {
-    new_task_queue = [] { return new httplib::ThreadPool(kThreads); };
+    new_task_queue = [] { return new ThreadPerConnection(); };
     // A client that keeps a connection for longer than the library's 5 seconds is none of its
     // business here.
     set_read_timeout(std::chrono::hours(1));
