@@ -109,10 +109,10 @@ class URLSessionFixture : public testing::Test {
   std::shared_ptr<Transport> transport_ = std::make_shared<Transport>();
 };
 
-// Waits for something that another thread brings about; false when it does not within 5 seconds.
+// Waits for something that another thread brings about; false when it does not within 20 seconds.
 template <typename Condition>
 bool eventually(const Condition& condition) {
-  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
   while (!condition()) {
     if (std::chrono::steady_clock::now() > end) return false;
     std::this_thread::sleep_for(std::chrono::milliseconds(1));

@@ -109,7 +109,7 @@ TEST_F(URLSessionNginx, FiveThousandFilesAreFetchedOnceEachAndNoneIsLost) {
                             if (++called == kFiles) done.set_value();
                           });
   }
-  ASSERT_EQ(done.get_future().wait_for(std::chrono::seconds(120)), std::future_status::ready);
+  ASSERT_EQ(done.get_future().wait_for(std::chrono::seconds(240)), std::future_status::ready);
   EXPECT_EQ(failed, 0);
   for (int i = 0; i < kFiles; ++i) {
     EXPECT_TRUE(folder_.read("f" + std::to_string(i)) == contentOf(i)) << i;
