@@ -18,8 +18,8 @@ constexpr std::size_t kTrailerSize = 32;
 
 // Where objects are shared, a list can be much larger than its file: keys and common texts are, in
 // every list, but not so often that the whole would be this many times the file.
-constexpr std::uint64_t kMaximumExpansion = 16;
-constexpr std::uint64_t kExpansionAlwaysAllowed = std::uint64_t{64} << 20;
+constexpr std::uint64_t kMaximumExpansion = 32;
+constexpr std::uint64_t kExpansionAlwaysAllowed = std::uint64_t{1} << 20;
 
 class BinaryReader {
  public:
