@@ -91,8 +91,10 @@ TEST(HostilePropertyList, ThreeHundredThousandLevelsEndInAnError) {
 
 TEST(HostilePropertyList, ABinaryListThatHoldsItselfEndsInAnError) {
   expectCheapError(binaryList({"\xA1\0"s}), "values are nested too deep at offset 9");
+  expectCheapError(binaryList({"\xAE" + std::string(14, '\0')}),
+                   "values are nested too deep at offset 9");
   expectCheapError(binaryList({"\xAF\x10\xFF" + std::string(255, '\0')}),
-                   "values are nested too deep at offset 11");
+                   "objects are shared too often at offset 11");
   expectCheapError(binaryList({"\xD1\x01\0"s, "\x51k"}), "values are nested too deep at offset 9");
   expectCheapError(binaryList({"\xA1\x01", "\xA1\0"s}), "values are nested too deep at offset 9");
 }
@@ -110,13 +112,25 @@ TEST(HostilePropertyList, SharingThatWouldExplodeEndsInAnError) {
       "objects are shared too often");
 }
 
-TEST(HostilePropertyList, CommonTextsMayBeSharedByAllPackages) {
-  const std::vector<std::uint64_t> everyTime(60'000, 1);
-  const std::string text = "\x5F\x10\x64" + std::string(100, 'x');
-  const auto result = readPropertyList(
-      binaryList({container('\xA0', everyTime.size(), everyTime), text}, {4, 2, 0}));
-  ASSERT_TRUE(result.value && result.value->list());
-  EXPECT_EQ(result.value->list()->size(), 60'000);
+TEST(HostilePropertyList, PackagesMayShareAllButOneOfTheirTexts) {
+  constexpr std::size_t kPackages = 10'000, kKeys = 8;
+  std::vector<std::string> objects(1);
+  std::vector<std::uint64_t> packages;
+  const std::string common = "\x5F\x10\x28" + std::string(40, 'x');
+  for (std::size_t i = 0; i < kKeys; ++i) objects.push_back("\x5A" + std::string(10, 'a' + i));
+  objects.push_back(common);
+  for (std::size_t i = 0; i < kPackages; ++i) {
+    objects.push_back("\x5A" + std::to_string(1'000'000'000 + i));
+    const std::uint64_t own = objects.size() - 1, shared = kKeys + 1;
+    packages.push_back(objects.size());
+    objects.push_back(container(
+        '\xD0', kKeys,
+        {1, 2, 3, 4, 5, 6, 7, 8, own, shared, shared, shared, shared, shared, shared, shared}));
+  }
+  objects[0] = container('\xA0', packages.size(), packages);
+  const auto result = readPropertyList(binaryList(objects, {4, 2, 0}));
+  ASSERT_TRUE(result.value && result.value->list()) << describe(result.error);
+  EXPECT_EQ(result.value->list()->size(), kPackages);
 }
 
 TEST(HostilePropertyList, CountsThatOverflowEndInAnError) {
