@@ -20,7 +20,7 @@ namespace {
 
 constexpr std::chrono::milliseconds kPause(5);
 constexpr std::chrono::seconds kProgramLimit(120);
-constexpr std::chrono::seconds kConditionLimit(20);
+constexpr std::chrono::seconds kConditionLimit(60);
 constexpr unsigned short kColumns = 200;
 
 std::vector<std::string> programEnvironment(const std::map<std::string, std::string>& additions) {

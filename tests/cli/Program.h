@@ -51,7 +51,7 @@ class Program {
 CommandResult runProgram(const std::vector<std::string>& arguments,
                          const ProgramSettings& settings = {});
 
-// Waits until the condition holds; fails the test when it does not within 20 seconds.
+// Waits until the condition holds; fails the test when it does not within a minute.
 void waitUntil(const std::function<bool()>& condition);
 
 }  // namespace tolvane

@@ -147,11 +147,14 @@ class ProgramConnections : public testing::TestWithParam<std::size_t> {};
 
 TEST_P(ProgramConnections, AreUsedToTheLimitAndNeverBeyond) {
   LoopbackServer server;
-  servePackages(server, 60, delayed(std::chrono::milliseconds(30), respond(200, kPackageBody)));
+  Gate gate;
+  servePackages(server, 60, heldBy(gate, respond(200, kPackageBody)));
   const TemporaryFolder folder;
-  const CommandResult result = runProgram(
+  Program program(
       {"download", server.url("/"), folder.path(), "--connections", std::to_string(GetParam())});
-  EXPECT_EQ(result.status, kExitDone);
+  waitUntil([&] { return server.requestsInFlight() == GetParam(); });
+  gate.open();
+  EXPECT_EQ(program.wait().status, kExitDone);
   EXPECT_EQ(server.maximumRequestsInFlight(), GetParam());
   EXPECT_LE(server.maximumOpenConnections(), GetParam());
 }
