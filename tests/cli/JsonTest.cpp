@@ -8,7 +8,6 @@
 namespace tolvane {
 namespace {
 
-
 TEST(Json, ARecordHasAllItsFieldsUnderTheirNamesInTheirOrder) {
   PackageEntry package;
   package.setInstaller4Package(true);
