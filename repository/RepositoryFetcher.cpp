@@ -97,6 +97,20 @@ std::optional<RepositoryFetcher::PackageList> readCandidate(Answer answer, std::
 RepositoryFetcher::RepositoryFetcher(URLSessionFactory sessionFactory)
     : sessionFactory_(std::move(sessionFactory)) {}
 
+void RepositoryFetcher::fetchPackagesOfChosenKind(std::string_view choice,
+                                                  const std::optional<URL>& repositoryURL,
+                                                  Completion completion) const {
+  if (choice == kAutoDetectChoice) {
+    fetchPackagesWithAutoDetectionFromRepositoryURL(repositoryURL, std::move(completion));
+  } else if (choice == kInstaller4Choice) {
+    fetchInstaller4PackagesFromRepositoryURL(repositoryURL, std::move(completion));
+  } else if (choice == kInstaller3Choice) {
+    fetchInstaller3PackagesFromRepositoryURL(repositoryURL, std::move(completion));
+  } else {
+    fetchPackagesFromRepositoryURL(repositoryURL, std::move(completion));
+  }
+}
+
 void RepositoryFetcher::fetchPackagesFromRepositoryURL(const std::optional<URL>& repositoryURL,
                                                        Completion completion) const {
   SystemLog::write("[Crawler] fetchPackagesFromRepositoryURL called with: {}",

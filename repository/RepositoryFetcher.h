@@ -15,6 +15,12 @@
 
 namespace tolvane {
 
+// What a person can choose as a repository's kind, in the words of the choice.
+inline constexpr std::string_view kAPTChoice = "Cydia / APT";
+inline constexpr std::string_view kAutoDetectChoice = "Auto-detect";
+inline constexpr std::string_view kInstaller4Choice = "Installer 4";
+inline constexpr std::string_view kInstaller3Choice = "Installer 3";
+
 // The one front through which a repository of any kind is loaded.
 //
 // Every fetch reports its steps on the log bus and ends with exactly one call of its completion, on
@@ -26,6 +32,10 @@ class RepositoryFetcher {
   using Completion = std::function<void(std::optional<PackageList>, std::optional<Error>)>;
 
   explicit RepositoryFetcher(URLSessionFactory sessionFactory = makeURLSession);
+
+  // The one of the four fetches below that fits the choice; any other text counts as APT.
+  void fetchPackagesOfChosenKind(std::string_view choice, const std::optional<URL>& repositoryURL,
+                                 Completion completion) const;
 
   // APT only; error "RepositoryFetcher" 404 when no index is found.
   void fetchPackagesFromRepositoryURL(const std::optional<URL>& repositoryURL,
