@@ -95,11 +95,9 @@ class StanzaReader {
       current_ = nullptr;
       return;
     }
-    const std::string_view rest = line.substr(colon + 1);
-    const std::string_view value = trimField(rest);
     current_ = &values_[static_cast<std::size_t>(*field)];
-    // An empty value needs a place too: it may be continued.
-    *current_ = value.empty() ? rest.substr(0, 0) : value;
+    // An empty value has a place in the line too, and may be continued there.
+    *current_ = trimField(line.substr(colon + 1));
   }
 
   void continueField(std::string_view line) {
