@@ -444,11 +444,15 @@ TEST(OperationQueue, WhatHasNotStartedIsDiscardedWithTheQueue) {
 
 TEST(OperationQueue, AnOperationIsGoneBeforeTheNextOneStarts) {
   OperationQueue queue(1);
-  const auto captured = std::make_shared<int>();
-  std::promise<long> owners;
-  queue.addOperation([captured] {});
-  queue.addOperation([&] { owners.set_value(captured.use_count()); });
-  EXPECT_EQ(owners.get_future().get(), 1);
+  std::atomic<bool> isGone = false;
+  std::shared_ptr<void> farewell(nullptr, [&](void*) {
+    std::this_thread::sleep_for(50ms);
+    isGone = true;
+  });
+  std::promise<bool> wasGone;
+  queue.addOperation([farewell = std::move(farewell)] {});
+  queue.addOperation([&] { wasGone.set_value(isGone); });
+  EXPECT_TRUE(wasGone.get_future().get());
 }
 
 TEST(OperationQueue, ManyOperationsRunEachOnce) {
