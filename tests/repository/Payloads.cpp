@@ -31,8 +31,7 @@ std::string deflated(z_stream& stream, std::string_view input, int flush) {
   stream.avail_out = static_cast<uInt>(output.size());
   const int result = deflate(&stream, flush);
   require(result == (flush == Z_FINISH ? Z_STREAM_END : Z_OK));
-  output.resize(output.size() - stream.avail_out);
-  return output;
+  return output.substr(0, output.size() - stream.avail_out);
 }
 
 std::string packWithWindow(std::string_view bytes, int window) {
