@@ -223,7 +223,7 @@ TEST_F(RepositoryFetcherDispatch, CompletionsComeOnABackgroundThread) {
   }
 }
 
-TEST(RepositoryFetcherOnLoopback, AutoDetectionFindsAnInstaller4RepositoryOnOneConnection) {
+TEST(RepositoryFetcherOnLoopback, AutoDetectionFindsAnInstaller4Repository) {
   LoopbackServer server;
   server.on("/info/Info.plist", respond(200, kInstallerIndex));
   const FetchOutcome outcome = outcomeOf([&](auto completion) {
@@ -232,8 +232,18 @@ TEST(RepositoryFetcherOnLoopback, AutoDetectionFindsAnInstaller4RepositoryOnOneC
   });
   EXPECT_THAT(outcome.packages, Optional(SizeIs(2)));
   EXPECT_THAT(server.targets(), SizeIs(22));
-  EXPECT_EQ(server.connectionsAccepted(), 1U);
   EXPECT_EQ(server.maximumRequestsInFlight(), 1U);
+}
+
+TEST(RepositoryFetcherOnLoopback, AllCandidatesAreAskedForOnOneConnection) {
+  LoopbackServer server;
+  const FetchOutcome outcome = outcomeOf([&](auto completion) {
+    RepositoryFetcher().fetchPackagesWithAutoDetectionFromRepositoryURL(URL::parse(server.url("/")),
+                                                                        std::move(completion));
+  });
+  EXPECT_EQ(outcome.error, kNoIndex);
+  EXPECT_THAT(server.targets(), SizeIs(304));
+  EXPECT_EQ(server.connectionsAccepted(), 1U);
 }
 
 }  // namespace
