@@ -2,6 +2,7 @@
 #include "download/RepositoryMetadataArchiver.h"
 
 #include <filesystem>
+#include <fmt/format.h>
 #include <mutex>
 #include <utility>
 
