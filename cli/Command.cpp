@@ -30,12 +30,18 @@ std::optional<URL> repositoryURL(const Options& options) {
   return url;
 }
 
-// What the command cannot do yet, "" when it can do all that is asked.
-std::string_view unsupported(const Options& options) {
-  if (options.type == RepositoryType::installer4) return "Type installer4 is not there yet.";
-  if (options.type == RepositoryType::installer3) return "Type installer3 is not there yet.";
-  if (options.metadata) return "--metadata is not there yet.";
-  return "";
+std::string_view choiceOf(RepositoryType type) {
+  switch (type) {
+    case RepositoryType::automatic:
+      return kAutoDetectChoice;
+    case RepositoryType::installer4:
+      return kInstaller4Choice;
+    case RepositoryType::installer3:
+      return kInstaller3Choice;
+    case RepositoryType::apt:
+      break;
+  }
+  return kAPTChoice;
 }
 
 ConsoleSettings consoleSettings(const Options& options, ConsoleSettings settings) {
@@ -45,12 +51,14 @@ ConsoleSettings consoleSettings(const Options& options, ConsoleSettings settings
   return settings;
 }
 
-// Waits for the list; no value when the repository could not be loaded.
-std::optional<PackageList> fetchPackages(const URL& url, const URLSessionFactory& sessionFactory) {
+// Waits for the list; no value when the repository could not be loaded, for whatever reason.
+std::optional<PackageList> fetchPackages(RepositoryType type, const URL& url,
+                                         const URLSessionFactory& sessionFactory) {
   const auto promise = std::make_shared<std::promise<std::optional<PackageList>>>();
   RepositoryFetcher(sessionFactory)
-      .fetchPackagesFromRepositoryURL(
-          url, [promise](std::optional<PackageList> packages, const std::optional<Error>&) {
+      .fetchPackagesOfChosenKind(
+          choiceOf(type), url,
+          [promise](std::optional<PackageList> packages, const std::optional<Error>&) {
             promise->set_value(std::move(packages));
           });
   return promise->get_future().get();
@@ -62,15 +70,12 @@ int runOptions(const Options& options, const CommandEnvironment& environment) {
     environment.errorOutput << "Invalid repository URL.\n";
     return kExitUsage;
   }
-  if (const std::string_view reason = unsupported(options); !reason.empty()) {
-    environment.errorOutput << reason << '\n';
-    return kExitUsage;
-  }
   if (options.verbose) SystemLog::writeToStandardError(true);
   const auto console = std::make_shared<Console>(environment.errorOutput,
                                                  consoleSettings(options, environment.console));
   const auto logBus = showLogBus(console);
-  const std::optional<PackageList> packages = fetchPackages(*url, environment.sessionFactory);
+  const std::optional<PackageList> packages =
+      fetchPackages(options.type, *url, environment.sessionFactory);
   if (!packages) return kExitNotLoaded;
   if (options.command == Options::Command::download) {
     return downloadPackages(*packages, *url, options, environment.sessionFactory, *console,

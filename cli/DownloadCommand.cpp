@@ -11,6 +11,8 @@
 #include "cli/Json.h"
 #include "cli/ProgressBar.h"
 #include "download/DownloadQueueManager.h"
+#include "download/RepositoryMetadataArchiver.h"
+#include "platform/DispatchGroup.h"
 #include "platform/RunLoop.h"
 
 namespace tolvane {
@@ -79,7 +81,8 @@ class Download {
         options_(options),
         console_(console),
         output_(output),
-        queue_(mainQueue_, limitedTo(options.connections, sessionFactory)) {}
+        sessionFactory_(limitedTo(options.connections, sessionFactory)),
+        queue_(mainQueue_, sessionFactory_) {}
 
   int downloadMissing(const PackageList& packages) {
     const PackageList missing = queue_.missingPackagesFromPackages(packages, options_.folder);
@@ -109,18 +112,31 @@ class Download {
           progressBar(completed, total), action, completed, total, verified, failed,
           validationFailed, skipped));
     };
-    const auto end = [this](std::uint64_t downloaded, std::uint64_t failed, std::uint64_t skipped,
-                            std::uint64_t verified, std::uint64_t validationFailed) {
+    const DispatchGroup group;
+    const auto end = [this, group](std::uint64_t downloaded, std::uint64_t failed,
+                                   std::uint64_t skipped, std::uint64_t verified,
+                                   std::uint64_t validationFailed) {
       counters_.downloaded = downloaded;
       counters_.verified = verified;
       counters_.failed = failed;
       counters_.validationFailed = validationFailed;
       counters_.skipped = skipped;
-      mainQueue_.quit();
+      group.leave();
     };
+    if (options_.metadata) saveMetadata(group);
+    group.enter();
     queue_.downloadPackages(packages, repositoryURL_, options_.folder, showProgress, end);
+    group.notify(mainQueue_, [this] { mainQueue_.quit(); });
     mainQueue_.run();
     console_.clearStatus();
+  }
+
+  // Runs beside the downloads, in the same folder.
+  void saveMetadata(const DispatchGroup& group) {
+    group.enter();
+    RepositoryMetadataArchiver(mainQueue_, sessionFactory_)
+        .archiveMetadataForRepositoryURL(repositoryURL_, options_.folder,
+                                         [group](const auto&, const auto&) { group.leave(); });
   }
 
   int finish(const std::string& text) {
@@ -133,6 +149,7 @@ class Download {
   Console& console_;
   std::ostream& output_;
   RunLoop mainQueue_;
+  URLSessionFactory sessionFactory_;
   DownloadQueueManager queue_;
   Counters counters_;
 };

@@ -55,28 +55,16 @@ TEST(Command, TrimsTheURL) {
 
 TEST(Command, LeavesAnUnknownSchemeToTheSession) {
   const ScriptedURLSession session;
-  const CommandResult result = runScripted(session, {"list", "ftp://repo.example/"});
+  const CommandResult result =
+      runScripted(session, {"list", "ftp://repo.example/", "--type", "apt"});
   EXPECT_EQ(result.status, kExitNotLoaded);
   EXPECT_THAT(session.requests(), SizeIs(20));
 }
 
-TEST(Command, SaysWhatIsNotThereYet) {
-  expectRefusal({"list", kRepository, "--type", "installer4"}, "Type installer4 is not there yet.");
-  expectRefusal({"list", kRepository, "--type", "installer3"}, "Type installer3 is not there yet.");
-  expectRefusal({"download", kRepository, "folder", "--metadata"}, "--metadata is not there yet.");
-}
-
-TEST(Command, AnAutomaticTypeTakesTheSameWalkAsAPT) {
-  const ScriptedURLSession automatic, apt;
-  runScripted(automatic, {"list", kRepository, "--type", "auto"});
-  runScripted(apt, {"list", kRepository, "--type", "apt"});
-  EXPECT_EQ(automatic.requestedURLs(), apt.requestedURLs());
-}
-
 TEST(Command, ARepositoryWithoutAnIndexCannotBeLoaded) {
   for (const std::vector<std::string>& arguments :
-       {std::vector<std::string>{"list", kRepository, "--json"},
-        std::vector<std::string>{"download", kRepository, "folder"}}) {
+       {std::vector<std::string>{"list", kRepository, "--type", "apt", "--json"},
+        std::vector<std::string>{"download", kRepository, "folder", "--type", "apt"}}) {
     const ScriptedURLSession session;
     const CommandResult result = runScripted(session, arguments);
     EXPECT_EQ(result.status, kExitNotLoaded);
@@ -116,7 +104,8 @@ TEST(Command, FailsWhenItsOutputCannotBeWritten) {
 TEST(Command, QuietLeavesWarningsAndErrors) {
   ScriptedURLSession session;
   session.answer("http://repo.example/Packages", {200, "no package in here\n"});
-  const CommandResult result = runScripted(session, {"list", kRepository, "--quiet"});
+  const CommandResult result =
+      runScripted(session, {"list", kRepository, "--type", "apt", "--quiet"});
   EXPECT_THAT(consoleMessages(result.errorOutput),
               ElementsAre("Package index contained no packages, trying next candidate: "
                           "http://repo.example/Packages",

@@ -47,7 +47,7 @@ TEST(ProgramList, ReportsAWalkThroughAnEmptyAnUndecodableAUselessAndAGoodIndex) 
   server.on("/Packages.gz", respond(200, "this is not gzip"));
   server.on("/Packages.bz2", respond(200, bzip2ed(useless)));
   server.on("/Packages.xz", respond(200, xzed(good)));
-  const CommandResult result = runProgram({"list", server.url("")});
+  const CommandResult result = runProgram({"list", server.url(""), "--type", "apt"});
 
   const auto url = [&](const char* name) { return server.url(std::string("/") + name); };
   const auto characters = [](const std::string& text) {
@@ -71,7 +71,7 @@ TEST(ProgramList, ReportsAWalkThroughAnEmptyAnUndecodableAUselessAndAGoodIndex) 
 
 TEST(ProgramList, GivesUpAfterTwentyCandidates) {
   LoopbackServer server;
-  const CommandResult result = runProgram({"list", server.url("/"), "--json"});
+  const CommandResult result = runProgram({"list", server.url("/"), "--type", "apt", "--json"});
   EXPECT_EQ(result.status, kExitNotLoaded);
   EXPECT_EQ(result.output, "");
   EXPECT_THAT(server.requests(), SizeIs(20));

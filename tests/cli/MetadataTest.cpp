@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: MIT
+// What --metadata adds to a download.
+#include <algorithm>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "cli/ExitStatus.h"
+#include "tests/cli/SampleIndex.h"
+#include "tests/cli/ScriptedCommand.h"
+#include "tests/support/LogRecorder.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace tolvane {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+
+constexpr const char* kSummary =
+    "Finished missing. Downloaded: 1  Verified: 1  Failed: 0  Validation failed: 0  Skipped: 0  "
+    "Already present: 0\n";
+
+// A flat repository of one package.
+class Metadata : public testing::Test {
+ protected:
+  Metadata() {
+    session_.answer("http://repo.example/Packages", {.body = stanza("a")});
+    session_.answer("http://repo.example/Release", {.body = "release"});
+    session_.answer("http://repo.example/debs/a.deb", {.body = kPackageBody});
+  }
+
+  CommandResult download(const std::vector<std::string>& options) const {
+    std::vector<std::string> arguments{"download", kRepository, folder_.path(), "--type", "apt"};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    return runScripted(session_, arguments);
+  }
+
+  long timesRequested(const std::string& path) const {
+    const std::vector<std::string> urls = session_.requestedURLs();
+    return std::count(urls.begin(), urls.end(), "http://repo.example/" + path);
+  }
+
+  const TemporaryFolder folder_;
+  ScriptedURLSession session_;
+  const LogRecorder log_;
+};
+
+TEST_F(Metadata, IsSavedBesideThePackages) {
+  const CommandResult result = download({"--metadata"});
+  EXPECT_EQ(result.status, kExitDone);
+  EXPECT_EQ(result.output, kSummary);
+  EXPECT_THAT(folder_.names(), ElementsAre("Packages", "Release", "a.deb", "dists"));
+  EXPECT_EQ(folder_.read("Release"), "release");
+}
+
+TEST_F(Metadata, IsToldOfInTheSystemLogAlone) {
+  const CommandResult result = download({"--metadata"});
+  EXPECT_THAT(log_.lines(), Contains("[Metadata] Archived 2 metadata files, 21 missing/failed."));
+  EXPECT_THAT(
+      consoleMessages(result.errorOutput),
+      ElementsAre("Fetching repository: http://repo.example/",
+                  "Trying package index: http://repo.example/Packages",
+                  "Package index found: http://repo.example/Packages",
+                  "Decoded Packages file (" + std::to_string(stanza("a").size()) + " chars)",
+                  "Parsed 1 package(s)", "Using package index: http://repo.example/Packages",
+                  "Missing: 1   Already present: 0", "Starting download queue: 1 package(s)",
+                  "Downloading: http://repo.example/debs/a.deb", "Verified a.deb",
+                  "Downloaded and verified: a.deb",
+                  "Download queue finished. Downloaded: 1  Verified: 1  Failed: 0  "
+                  "Validation failed: 0  Skipped: 0"));
+}
+
+TEST_F(Metadata, IsNotSavedUnlessAskedFor) {
+  EXPECT_EQ(download({}).output, kSummary);
+  EXPECT_THAT(folder_.names(), ElementsAre("a.deb"));
+  EXPECT_EQ(timesRequested("Release"), 0);
+}
+
+TEST_F(Metadata, IsNotSavedWhereNothingLacks) {
+  folder_.write("a.deb", "");
+  const CommandResult result = download({"--metadata"});
+  EXPECT_EQ(result.status, kExitDone);
+  EXPECT_EQ(result.output, "Missing: 0   Already present: 1\n");
+  EXPECT_EQ(timesRequested("Release"), 0);
+}
+
+TEST_F(Metadata, IsSavedBesideNamedPackagesToo) {
+  EXPECT_EQ(download({"--metadata", "--package", "a"}).output,
+            "Finished. Downloaded: 1  Verified: 1  Failed: 0  Validation failed: 0  Skipped: 0\n");
+  EXPECT_EQ(folder_.read("Release"), "release");
+}
+
+TEST_F(Metadata, ThatIsMissingIsNoFailure) {
+  ScriptedURLSession session;
+  session.answer("http://repo.example/Packages", {.body = stanza("a")});
+  session.answer("http://repo.example/Packages", {.status = 500});
+  session.answer("http://repo.example/debs/a.deb", {.body = kPackageBody});
+  const CommandResult result = runScripted(
+      session, {"download", kRepository, folder_.path(), "--type", "apt", "--metadata"});
+  EXPECT_EQ(result.status, kExitDone);
+  EXPECT_EQ(result.output, kSummary);
+  EXPECT_THAT(log_.lines(), Contains("[Metadata] Archived 0 metadata files, 23 missing/failed."));
+}
+
+}  // namespace
+}  // namespace tolvane
