@@ -2,6 +2,7 @@
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 
 #include "platform/Transport.h"
 #include "tests/platform/URLSessionFixture.h"
@@ -167,7 +168,7 @@ TEST_F(TransportTest, TheProcessMayEndWithRequestsInFlight) {
   // The process that ends runs this test from its start, and finds the server of the one that
   // started it.
   setenv("TOLVANE_TEST_SERVER", server_.url("").c_str(), 0);
-  const auto endWithRequestsInFlight = [] {
+  const auto endWithRequestsInFlight = [this] {
     const Watchdog watchdog(std::chrono::seconds(60));
     const std::string server = std::getenv("TOLVANE_TEST_SERVER");
     std::atomic<int> called = 0;
@@ -176,6 +177,7 @@ TEST_F(TransportTest, TheProcessMayEndWithRequestsInFlight) {
       session->dataTask(request(server + path), [&called](auto, auto, auto) { ++called; });
     }
     while (called == 0) std::this_thread::yield();
+    std::filesystem::remove(folder_.path());  // whose destructor does not run
     std::exit(0);
   };
   EXPECT_EXIT(endWithRequestsInFlight(), testing::ExitedWithCode(0), "");
