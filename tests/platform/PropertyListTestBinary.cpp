@@ -202,6 +202,8 @@ TEST(BinaryPropertyList, TheTrailerIsChecked) {
     EXPECT_EQ(withTrailer(binaryTrailer({1, 1, 0}, count, 9)),
               unreadable("the table of offsets reaches past its end at offset 18"));
   }
+  EXPECT_EQ(withTrailer(binaryTrailer({8, 1, 0}, std::uint64_t{1} << 61, 9)),
+            unreadable("the table of offsets reaches past its end at offset 18"));
   EXPECT_EQ(withTrailer(binaryTrailer({1, 1, ~std::uint64_t{0}}, 1, 9)),
             unreadable("object 18446744073709551615 of 1 is referred to at offset 9"));
 }

@@ -112,6 +112,15 @@ TEST(HostilePropertyList, SharingThatWouldExplodeEndsInAnError) {
       "objects are shared too often");
 }
 
+TEST(HostilePropertyList, SharingInDictionariesCountsToo) {
+  std::vector<std::string> doubling;
+  for (char i = 1; i <= 40; ++i) doubling.push_back(std::string{'\xD2', 42, 42, i, i});
+  doubling.push_back("\x09");
+  doubling.push_back("\x09");
+  doubling.push_back("\x50");
+  expectCheapError(binaryList(doubling), "objects are shared too often");
+}
+
 TEST(HostilePropertyList, PackagesMayShareAllButOneOfTheirTexts) {
   constexpr std::size_t kPackages = 10'000, kKeys = 8;
   std::vector<std::string> objects(1);
