@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <new>
+#include <unistd.h>
 
 #include "platform/Text.h"
 #include "platform/TransferErrors.h"
@@ -24,6 +25,16 @@ bool isPackedPath(std::string_view path) {
 const char* environment(const char* name) {
   const char* value = std::getenv(name);
   return value && *value ? value : nullptr;
+}
+
+// libcurl's own bundle of certificates is there. Its own folder of certificates then holds nothing
+// more, but makes libcurl read the bundle again for each connection instead of once.
+bool hasCertificateBundle() {
+  static const bool has = [] {
+    const char* bundle = curl_version_info(CURLVERSION_NOW)->cainfo;
+    return bundle && ::access(bundle, R_OK) == 0;
+  }();
+  return has;
 }
 
 bool isRedirectStatus(int status) {
@@ -74,17 +85,22 @@ void Transfer::setUp(CURLSH* share) {
   curl_easy_setopt(easy_, CURLOPT_HEADERDATA, this);
   curl_easy_setopt(easy_, CURLOPT_WRITEFUNCTION, onBody);
   curl_easy_setopt(easy_, CURLOPT_WRITEDATA, this);
-  // libcurl leaves these two to its callers.
-  if (const char* file = environment("SSL_CERT_FILE"))
-    curl_easy_setopt(easy_, CURLOPT_CAINFO, file);
-  if (const char* folder = environment("SSL_CERT_DIR"))
-    curl_easy_setopt(easy_, CURLOPT_CAPATH, folder);
+  trustCertificates();
   if (!task_->isDownload() && !isPackedPath(url.path()))
     curl_easy_setopt(easy_, CURLOPT_ACCEPT_ENCODING, "");
   if (task_->onFreshConnection) curl_easy_setopt(easy_, CURLOPT_FRESH_CONNECT, 1L);
   for (const auto& [name, value] : task_->request.headers)
     headers_ = curl_slist_append(headers_, (name + ": " + value).c_str());
   if (headers_) curl_easy_setopt(easy_, CURLOPT_HTTPHEADER, headers_);
+}
+
+// libcurl leaves the two variables to its callers.
+void Transfer::trustCertificates() {
+  const char* file = environment("SSL_CERT_FILE");
+  const char* folder = environment("SSL_CERT_DIR");
+  if (file) curl_easy_setopt(easy_, CURLOPT_CAINFO, file);
+  if (folder) curl_easy_setopt(easy_, CURLOPT_CAPATH, folder);
+  if (!file && !folder && hasCertificateBundle()) curl_easy_setopt(easy_, CURLOPT_CAPATH, nullptr);
 }
 
 TransferClock::time_point Transfer::deadline() const {

@@ -56,6 +56,7 @@ class Transfer {
   static std::size_t onBody(const char* bytes, std::size_t size, std::size_t count, void* self);
 
   void setUp(CURLSH* share);
+  void trustCertificates();
   void readHeader(std::string_view line);
   std::optional<Error> receive(std::string_view bytes);
   std::optional<Error> receiveInMemory(std::string_view bytes);
