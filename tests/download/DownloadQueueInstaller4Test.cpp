@@ -163,7 +163,8 @@ TEST(DownloadQueueInstaller4OnLoopback, EachPackageEndsAsWhatItIsAndNothingIsAsk
   RunLoop loop;
   const QueueRun run;
   const auto info = [&](const std::string& path) { return package(server.url(path)); };
-  DownloadQueueManager(loop).downloadPackages(
+  DownloadQueueManager queue(loop);
+  queue.downloadPackages(
       {info("/repo/info/direct.plist"), info("/gone/info/moved.plist"),
        info("/repo/info/mirrored.plist"), info("/repo/info/glued.plist"),
        info("/repo/info/lost.plist"), info("/repo/info/homeless.plist"),
