@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: MIT
+#include <benchmark/benchmark.h>
+#include <cerrno>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "benchmarks/GeneratedPackageList.h"
+#include "repository/Installer3RepositoryFetcher.h"
+
+namespace tolvane {
+namespace {
+
+// Answers every request at once, on the caller's thread, with the same body.
+class InstantSession : public URLSession {
+ public:
+  explicit InstantSession(const std::string& body) : body_(body) {}
+
+  void dataTask(URLRequest, DataCompletion completion) override {
+    completion(body_, URLResponse{200}, std::nullopt);
+  }
+  void downloadTask(URLRequest, const std::string&, DownloadCompletion completion) override {
+    completion(TemporaryFile(), std::nullopt, posixError(ENOTSUP));
+  }
+
+ private:
+  const std::string& body_;
+};
+
+// A whole repository from its bytes into records, whose end is outside the time.
+void fetchRepository(benchmark::State& state, const std::string& list) {
+  const Installer3RepositoryFetcher fetcher(
+      [&list](const URLSessionConfiguration&) { return std::make_shared<InstantSession>(list); });
+  std::vector<PackageEntry> packages;
+  for (auto round : state) {
+    state.PauseTiming();
+    packages.clear();
+    state.ResumeTiming();
+    fetcher.fetchPackagesFromRepositoryURL(
+        URL::parse("http://repo.example/"),
+        [&packages](std::optional<std::vector<PackageEntry>> read, const std::optional<Error>&) {
+          if (read) packages = std::move(*read);
+        });
+    if (packages.size() != kGeneratedPackages) {
+      state.SkipWithError("the repository was not read");
+      break;
+    }
+  }
+  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * list.size()));
+}
+
+void FetchXMLRepository(benchmark::State& state) {
+  fetchRepository(state, generatedXMLPackageList());
+}
+
+void FetchBinaryRepository(benchmark::State& state) {
+  fetchRepository(state, generatedBinaryPackageList());
+}
+
+BENCHMARK(FetchXMLRepository)->Unit(benchmark::kMillisecond);
+BENCHMARK(FetchBinaryRepository)->Unit(benchmark::kMillisecond);
+
+}  // namespace
+}  // namespace tolvane
