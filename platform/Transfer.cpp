@@ -17,11 +17,6 @@ constexpr int kMaximumRedirects = 20;
 constexpr long kReceiveBufferSize = 128 * 1024;
 constexpr std::size_t kLargestReservation = std::size_t{64} << 20;
 
-// A body under such a name is what a content encoding would have made of it, so none is asked for.
-bool isPackedPath(std::string_view path) {
-  return path.ends_with(".gz") || path.ends_with(".bz2") || path.ends_with(".xz");
-}
-
 const char* environment(const char* name) {
   const char* value = std::getenv(name);
   return value && *value ? value : nullptr;
@@ -86,8 +81,7 @@ void Transfer::setUp(CURLSH* share) {
   curl_easy_setopt(easy_, CURLOPT_WRITEFUNCTION, onBody);
   curl_easy_setopt(easy_, CURLOPT_WRITEDATA, this);
   trustCertificates();
-  if (!task_->isDownload() && !isPackedPath(url.path()))
-    curl_easy_setopt(easy_, CURLOPT_ACCEPT_ENCODING, "");
+  if (task_->acceptsEncodings) curl_easy_setopt(easy_, CURLOPT_ACCEPT_ENCODING, "");
   if (task_->onFreshConnection) curl_easy_setopt(easy_, CURLOPT_FRESH_CONNECT, 1L);
   for (const auto& [name, value] : task_->request.headers)
     headers_ = curl_slist_append(headers_, (name + ": " + value).c_str());
@@ -206,8 +200,8 @@ std::optional<Error> Transfer::followRedirect() {
   return std::nullopt;
 }
 
-Transfer::Outcome Transfer::finish(CURLcode result) {
-  Outcome outcome;
+TransferOutcome Transfer::finish(CURLcode result) {
+  TransferOutcome outcome;
   if (headComplete_) outcome.response = URLResponse{statusCode_};
   if (failure_) {
     outcome.error = std::move(failure_);

@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 
+#include "platform/TransferOutcome.h"
 #include "platform/TransferTask.h"
 
 namespace tolvane {
@@ -38,18 +39,8 @@ class Transfer {
   // The answer came over a protocol that carries several transfers on one connection.
   bool isMultiplexed() const { return multiplexed_; }
 
-  // What the request has come to.
-  struct Outcome {
-    std::unique_ptr<TransferTask> task;
-    bool sendAgain = false;  // the task wants another transfer, to the URL that it now has
-    std::optional<URLResponse> response;
-    std::optional<Error> error;
-    std::string body;
-    TemporaryFile file;
-  };
-
   // Ends the transfer, which the multi handle no longer knows.
-  Outcome finish(CURLcode result);
+  TransferOutcome finish(CURLcode result);
 
  private:
   static std::size_t onHeader(const char* bytes, std::size_t size, std::size_t count, void* self);

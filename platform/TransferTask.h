@@ -3,15 +3,12 @@
 
 #include <atomic>
 #include <chrono>
-#include <curl/curl.h>
 #include <deque>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <unordered_map>
 #include <variant>
-#include <vector>
 
 #include "platform/SerialQueue.h"
 #include "platform/URLSession.h"
@@ -20,13 +17,15 @@
 namespace tolvane {
 
 struct TransferSession;
+class TransferInbox;
 using TransferClock = std::chrono::steady_clock;
 
 // One request from its submission to its end, redirects and all. Plain data while it waits, so
 // that a hundred thousand of them cost megabytes.
 struct TransferTask {
   URLRequest request;
-  std::string folder;  // for downloads: where the file will end
+  std::string folder;             // for downloads: where the file will end
+  bool acceptsEncodings = false;  // whatever a redirect's path looks like
   std::variant<URLSession::DataCompletion, URLSession::DownloadCompletion> completion;
   std::shared_ptr<TransferSession> session;
   std::optional<TransferClock::time_point> started;  // when its first transfer started
@@ -37,25 +36,6 @@ struct TransferTask {
   bool isDownload() const {
     return std::holds_alternative<URLSession::DownloadCompletion>(completion);
   }
-};
-
-// Where any thread leaves tasks for the transport's thread.
-class TransferInbox {
- public:
-  explicit TransferInbox(CURLM* multi) : multi_(multi) {}
-
-  // The task is dropped once the transport has stopped.
-  void submit(std::unique_ptr<TransferTask> task);
-  void wake();
-  std::vector<std::unique_ptr<TransferTask>> takeAll();
-
-  void stop();
-  bool isStopped();
-
- private:
-  std::mutex mutex_;
-  CURLM* multi_;  // null once stopped
-  std::vector<std::unique_ptr<TransferTask>> tasks_;
 };
 
 // The tasks of one session for one server.

@@ -12,7 +12,8 @@
 
 #include "platform/Dispatch.h"
 #include "platform/Transfer.h"
-#include "platform/TransferErrors.h"
+#include "platform/TransferInbox.h"
+#include "platform/TransferOutcome.h"
 #include "platform/TransferTask.h"
 
 namespace tolvane {
@@ -34,33 +35,6 @@ std::string serverOf(const URL& url) {
                  [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
   const bool isTLS = server.starts_with("https:");
   return server.append(url.port().empty() ? (isTLS ? "443" : "80") : url.port());
-}
-
-// Hands an outcome to the task's completion, on the session's callback queue.
-void deliver(Transfer::Outcome outcome) {
-  auto shared = std::make_shared<Transfer::Outcome>(std::move(outcome));
-  const std::shared_ptr<TransferSession> session = shared->task->session;
-  session->callbackQueue.post([shared, session] {
-    TransferTask& task = *shared->task;
-    if (!task.isDownload()) {
-      std::get<URLSession::DataCompletion>(task.completion)(
-          std::move(shared->body), shared->response, std::move(shared->error));
-      return;
-    }
-    std::get<URLSession::DownloadCompletion>(task.completion)(
-        std::move(shared->file), shared->response, std::move(shared->error));
-    --session->filesAtHand;
-    if (session->startBlocked.exchange(false)) session->inbox->wake();
-  });
-}
-
-void flushAndDeliver(Transfer::Outcome outcome) {
-  auto shared = std::make_shared<Transfer::Outcome>(std::move(outcome));
-  dispatchFlush([shared] {
-    shared->error = shared->file.flush();
-    if (shared->error) shared->file = {};
-    deliver(std::move(*shared));
-  });
 }
 
 }  // namespace
@@ -252,7 +226,7 @@ void Transport::Driver::finish(Transfer* transfer, CURLcode result) {
   const std::string server = serverOf(*transfer->task().request.url);
   const std::shared_ptr<TransferSession> session = transfer->task().session;
 
-  Transfer::Outcome outcome = transfer->finish(result);
+  TransferOutcome outcome = transfer->finish(result);
   curl_multi_remove_handle(multi_, transfer->easy());
   idleHandles_.push_back(transfer->easy());
   active_.erase(transfer);
@@ -302,58 +276,16 @@ int Transport::Driver::sleepMilliseconds() const {
   return static_cast<int>(std::chrono::ceil<std::chrono::milliseconds>(sleep).count());
 }
 
-namespace {
-
-class TransportSession : public URLSession {
- public:
-  TransportSession(const URLSessionConfiguration& configuration,
-                   std::shared_ptr<Transport> transport, std::shared_ptr<TransferInbox> inbox)
-      : transport_(std::move(transport)), session_(std::make_shared<TransferSession>()) {
-    session_->configuration = configuration;
-    session_->inbox = std::move(inbox);
-  }
-
-  void dataTask(URLRequest request, DataCompletion completion) override {
-    submit(std::move(request), "", std::move(completion));
-  }
-
-  void downloadTask(URLRequest request, const std::string& folder,
-                    DownloadCompletion completion) override {
-    submit(std::move(request), folder, std::move(completion));
-  }
-
- private:
-  template <typename Completion>
-  void submit(URLRequest request, const std::string& folder, Completion completion) {
-    auto task = std::make_unique<TransferTask>();
-    task->request = std::move(request);
-    task->folder = folder;
-    task->completion = std::move(completion);
-    task->session = session_;
-    const std::optional<URL>& url = task->request.url;
-    if (url && url->isHTTP() && !url->host().empty()) {
-      session_->inbox->submit(std::move(task));
-      return;
-    }
-    Transfer::Outcome outcome;
-    outcome.error = urlError(url && url->isHTTP() ? kURLErrorBadURL : kURLErrorUnsupportedURL);
-    if (task->isDownload()) ++session_->filesAtHand;
-    outcome.task = std::move(task);
-    deliver(std::move(outcome));
-  }
-
-  std::shared_ptr<Transport> transport_;
-  std::shared_ptr<TransferSession> session_;
-};
-
-}  // namespace
-
 Transport::Transport() : driver_(std::make_unique<Driver>()) {}
 
 Transport::~Transport() = default;
 
 void Transport::stop() {
   driver_->stop();
+}
+
+const std::shared_ptr<TransferInbox>& Transport::inbox() const {
+  return driver_->inbox();
 }
 
 const std::shared_ptr<Transport>& Transport::shared() {
@@ -371,20 +303,6 @@ const std::shared_ptr<Transport>& Transport::shared() {
   };
   static const Shared instance;
   return instance.transport;
-}
-
-std::shared_ptr<URLSession> makeURLSession(const URLSessionConfiguration& configuration,
-                                           std::shared_ptr<Transport> transport) {
-  auto inbox = transport->driver_->inbox();
-  return std::make_shared<TransportSession>(configuration, std::move(transport), std::move(inbox));
-}
-
-std::shared_ptr<URLSession> makeURLSession(const URLSessionConfiguration& configuration) {
-  return makeURLSession(configuration, Transport::shared());
-}
-
-URLRequest uncachedRequest(std::optional<URL> url) {
-  return {std::move(url), {{"Cache-Control", "no-cache"}, {"Pragma", "no-cache"}}};
 }
 
 }  // namespace tolvane

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "platform/TransferTask.h"
+#include "platform/TransferInbox.h"
 
 #include <utility>
 

@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <curl/curl.h>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "platform/TransferTask.h"
+
+namespace tolvane {
+
+// Where any thread leaves tasks for the transport's thread.
+class TransferInbox {
+ public:
+  explicit TransferInbox(CURLM* multi) : multi_(multi) {}
+
+  // The task is dropped once the transport has stopped.
+  void submit(std::unique_ptr<TransferTask> task);
+  void wake();
+  std::vector<std::unique_ptr<TransferTask>> takeAll();
+
+  void stop();
+  bool isStopped();
+
+ private:
+  std::mutex mutex_;
+  CURLM* multi_;  // null once stopped
+  std::vector<std::unique_ptr<TransferTask>> tasks_;
+};
+
+}  // namespace tolvane

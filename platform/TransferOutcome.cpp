@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: MIT
+#include "platform/TransferOutcome.h"
+
+#include <utility>
+
+#include "platform/Dispatch.h"
+#include "platform/TransferInbox.h"
+
+namespace tolvane {
+
+void deliver(TransferOutcome outcome) {
+  auto shared = std::make_shared<TransferOutcome>(std::move(outcome));
+  const std::shared_ptr<TransferSession> session = shared->task->session;
+  session->callbackQueue.post([shared, session] {
+    TransferTask& task = *shared->task;
+    if (!task.isDownload()) {
+      std::get<URLSession::DataCompletion>(task.completion)(
+          std::move(shared->body), shared->response, std::move(shared->error));
+      return;
+    }
+    std::get<URLSession::DownloadCompletion>(task.completion)(
+        std::move(shared->file), shared->response, std::move(shared->error));
+    --session->filesAtHand;
+    if (session->startBlocked.exchange(false)) session->inbox->wake();
+  });
+}
+
+void flushAndDeliver(TransferOutcome outcome) {
+  auto shared = std::make_shared<TransferOutcome>(std::move(outcome));
+  dispatchFlush([shared] {
+    shared->error = shared->file.flush();
+    if (shared->error) shared->file = {};
+    deliver(std::move(*shared));
+  });
+}
+
+}  // namespace tolvane

@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: MIT
+#include "platform/URLSession.h"
+
+#include <string_view>
+#include <utility>
+
+#include "platform/TransferErrors.h"
+#include "platform/TransferInbox.h"
+#include "platform/TransferOutcome.h"
+#include "platform/TransferTask.h"
+#include "platform/Transport.h"
+
+namespace tolvane {
+
+namespace {
+
+// A body under such a name is what a content encoding would have made of it, so none is asked for.
+bool isPackedPath(std::string_view path) {
+  return path.ends_with(".gz") || path.ends_with(".bz2") || path.ends_with(".xz");
+}
+
+class TransportSession : public URLSession {
+ public:
+  TransportSession(const URLSessionConfiguration& configuration,
+                   std::shared_ptr<Transport> transport)
+      : transport_(std::move(transport)), session_(std::make_shared<TransferSession>()) {
+    session_->configuration = configuration;
+    session_->inbox = transport_->inbox();
+  }
+
+  void dataTask(URLRequest request, DataCompletion completion) override {
+    submit(std::move(request), "", std::move(completion));
+  }
+
+  void downloadTask(URLRequest request, const std::string& folder,
+                    DownloadCompletion completion) override {
+    submit(std::move(request), folder, std::move(completion));
+  }
+
+ private:
+  template <typename Completion>
+  void submit(URLRequest request, const std::string& folder, Completion completion) {
+    auto task = std::make_unique<TransferTask>();
+    task->request = std::move(request);
+    task->folder = folder;
+    task->completion = std::move(completion);
+    task->session = session_;
+    const std::optional<URL>& url = task->request.url;
+    if (url && url->isHTTP() && !url->host().empty()) {
+      task->acceptsEncodings = !task->isDownload() && !isPackedPath(url->path());
+      session_->inbox->submit(std::move(task));
+      return;
+    }
+    TransferOutcome outcome;
+    outcome.error = urlError(url && url->isHTTP() ? kURLErrorBadURL : kURLErrorUnsupportedURL);
+    if (task->isDownload()) ++session_->filesAtHand;
+    outcome.task = std::move(task);
+    deliver(std::move(outcome));
+  }
+
+  std::shared_ptr<Transport> transport_;
+  std::shared_ptr<TransferSession> session_;
+};
+
+}  // namespace
+
+std::shared_ptr<URLSession> makeURLSession(const URLSessionConfiguration& configuration,
+                                           std::shared_ptr<Transport> transport) {
+  return std::make_shared<TransportSession>(configuration, std::move(transport));
+}
+
+std::shared_ptr<URLSession> makeURLSession(const URLSessionConfiguration& configuration) {
+  return makeURLSession(configuration, Transport::shared());
+}
+
+URLRequest uncachedRequest(std::optional<URL> url) {
+  return {std::move(url), {{"Cache-Control", "no-cache"}, {"Pragma", "no-cache"}}};
+}
+
+}  // namespace tolvane
