@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <limits>
 #include <new>
 #include <unistd.h>
 
@@ -32,6 +33,11 @@ bool hasCertificateBundle() {
   return has;
 }
 
+long connectTimeout(const TransferSession& session) {
+  const auto timeout = session.configuration.timeoutIntervalForRequest.count();
+  return static_cast<long>(std::clamp<long long>(timeout, 1, std::numeric_limits<int>::max()));
+}
+
 bool isRedirectStatus(int status) {
   return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
 }
@@ -46,8 +52,7 @@ bool isField(std::string_view line, std::string_view name) {
 
 Transfer::Transfer(CURL* easy, CURLSH* share, std::unique_ptr<TransferTask> task,
                    const HeadObserver& onHead, TransferClock::time_point now)
-    : easy_(easy), task_(std::move(task)), onHead_(onHead), lastActivity_(now) {
-  if (!task_->started) task_->started = now;
+    : easy_(easy), task_(std::move(task)), onHead_(onHead), started_(now), lastActivity_(now) {
   setUp(share);
 }
 
@@ -74,8 +79,9 @@ void Transfer::setUp(CURLSH* share) {
   curl_easy_setopt(easy_, CURLOPT_QUICK_EXIT, 1L);  // a timeout does not wait for a name look-up
   curl_easy_setopt(easy_, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
   curl_easy_setopt(easy_, CURLOPT_BUFFERSIZE, kReceiveBufferSize);
-  // Our own deadlines are the only ones.
-  curl_easy_setopt(easy_, CURLOPT_CONNECTTIMEOUT, 60L * 60 * 24 * 365);
+  // Our own deadlines are the ones that count; libcurl shares this one out among a host's
+  // addresses.
+  curl_easy_setopt(easy_, CURLOPT_CONNECTTIMEOUT_MS, connectTimeout(*task_->session));
   curl_easy_setopt(easy_, CURLOPT_HEADERFUNCTION, onHeader);
   curl_easy_setopt(easy_, CURLOPT_HEADERDATA, this);
   curl_easy_setopt(easy_, CURLOPT_WRITEFUNCTION, onBody);
@@ -100,7 +106,7 @@ void Transfer::trustCertificates() {
 TransferClock::time_point Transfer::deadline() const {
   const URLSessionConfiguration& configuration = task_->session->configuration;
   return std::min(lastActivity_ + configuration.timeoutIntervalForRequest,
-                  *task_->started + configuration.timeoutIntervalForResource);
+                  started_ + configuration.timeoutIntervalForResource - task_->timeSpent);
 }
 
 std::size_t Transfer::onHeader(const char* bytes, std::size_t size, std::size_t count, void* self) {
@@ -189,6 +195,7 @@ bool Transfer::wasLeftUnprocessed(CURLcode result) const {
 std::optional<Error> Transfer::followRedirect() {
   if (task_->redirects == kMaximumRedirects) return urlError(kURLErrorTooManyRedirects);
   ++task_->redirects;
+  task_->resent = false;
   task_->onFreshConnection = false;
   const char* target = nullptr;  // resolved against this URL by libcurl
   curl_easy_getinfo(easy_, CURLINFO_REDIRECT_URL, &target);
@@ -223,6 +230,7 @@ TransferOutcome Transfer::finish(CURLcode result) {
     outcome.body = std::move(body_);
     outcome.file = std::move(file_);
   }
+  task_->timeSpent += age();
   outcome.task = std::move(task_);
   return outcome;
 }

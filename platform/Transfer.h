@@ -36,10 +36,12 @@ class Transfer {
   // When this transfer has been quiet, or under way, for too long.
   TransferClock::time_point deadline() const;
 
+  TransferClock::duration age() const { return TransferClock::now() - started_; }
+
   // The answer came over a protocol that carries several transfers on one connection.
   bool isMultiplexed() const { return multiplexed_; }
 
-  // Ends the transfer, which the multi handle no longer knows.
+  // Ends the transfer. Its handle is not to be driven any more.
   TransferOutcome finish(CURLcode result);
 
  private:
@@ -59,6 +61,7 @@ class Transfer {
   curl_slist* headers_ = nullptr;
   std::unique_ptr<TransferTask> task_;
   const HeadObserver& onHead_;
+  const TransferClock::time_point started_;
   TransferClock::time_point lastActivity_;
 
   int statusCode_ = 0;         // of the head under way, or of the answer

@@ -11,7 +11,8 @@ namespace tolvane {
 void deliver(TransferOutcome outcome) {
   auto shared = std::make_shared<TransferOutcome>(std::move(outcome));
   const std::shared_ptr<TransferSession> session = shared->task->session;
-  session->callbackQueue.post([shared, session] {
+  // Moved, so that what the completion holds is let go on the callback queue, not here.
+  session->callbackQueue.post([shared = std::move(shared), session] {
     TransferTask& task = *shared->task;
     if (!task.isDownload()) {
       std::get<URLSession::DataCompletion>(task.completion)(

@@ -28,7 +28,7 @@ struct TransferTask {
   bool acceptsEncodings = false;  // whatever a redirect's path looks like
   std::variant<URLSession::DataCompletion, URLSession::DownloadCompletion> completion;
   std::shared_ptr<TransferSession> session;
-  std::optional<TransferClock::time_point> started;  // when its first transfer started
+  TransferClock::duration timeSpent{};  // under way, on the transfers before this one
   int redirects = 0;
   bool resent = false;             // after a server had left it unprocessed
   bool onFreshConnection = false;  // and not on one that is kept
@@ -41,7 +41,9 @@ struct TransferTask {
 // The tasks of one session for one server.
 struct TransferHost {
   std::deque<std::unique_ptr<TransferTask>> waiting;
+  std::deque<std::unique_ptr<TransferTask>> again;  // redirected or resent; these go first
   int active = 0;
+  int streams = 0;  // at once, where a connection carries several; at least the connections' limit
 };
 
 // What the tasks of one session share. The members below the line belong to the transport's

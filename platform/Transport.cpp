@@ -25,6 +25,7 @@ constexpr long kKeptConnections = 128;
 // Of one session: files under way and files whose completion has not run. New transfers wait for
 // the completions, so a slow disk or a slow hash never piles up open files.
 constexpr int kMaximumOpenFiles = 256;
+constexpr auto kQuickTransfer = std::chrono::seconds(1);
 constexpr auto kLongestSleep = std::chrono::seconds(60);
 
 // What a connection limit counts by: scheme, host and port.
@@ -50,14 +51,15 @@ class Transport::Driver {
 
  private:
   void run();
-  void enqueue(std::unique_ptr<TransferTask> task, bool first);
+  void enqueue(std::unique_ptr<TransferTask> task, bool again);
   void startWaiting();
   enum class Start { started, nothingToStart, tooManyFiles };
   Start startOne(TransferSession& session, const std::string& server);
   void start(std::unique_ptr<TransferTask> task);
   void noteProtocol(const Transfer& transfer);
   void finishDone();
-  void finishOverdue();
+  void finishOverdue(TransferClock::time_point now);
+  void adjustStreams(TransferHost& host, const Transfer& transfer, CURLcode result);
   void finish(Transfer* transfer, CURLcode result);
   void limitConnections();
   int sleepMilliseconds() const;
@@ -119,24 +121,22 @@ void Transport::Driver::run() {
   while (!inbox_->isStopped()) {
     for (auto& task : inbox_->takeAll()) enqueue(std::move(task), false);
     startWaiting();
+    // A disk that stalls in here makes nobody overdue whose bytes have come meanwhile.
+    const auto now = TransferClock::now();
     int running = 0;
     curl_multi_perform(multi_, &running);
     finishDone();
-    if (TransferClock::now() >= nextDeadline_) finishOverdue();
+    if (now >= nextDeadline_) finishOverdue(now);
     startWaiting();
     curl_multi_poll(multi_, nullptr, 0, sleepMilliseconds(), nullptr);
   }
 }
 
-void Transport::Driver::enqueue(std::unique_ptr<TransferTask> task, bool first) {
+void Transport::Driver::enqueue(std::unique_ptr<TransferTask> task, bool again) {
   const std::shared_ptr<TransferSession> session = task->session;
   const std::string server = serverOf(*task->request.url);
-  auto& waiting = session->hosts[server].waiting;
-  if (first) {
-    waiting.push_front(std::move(task));
-  } else {
-    waiting.push_back(std::move(task));
-  }
+  TransferHost& host = session->hosts[server];
+  (again ? host.again : host.waiting).push_back(std::move(task));
   ++session->waiting;
   sessions_.emplace(session.get(), session);
   startable_.emplace(session.get(), server);
@@ -155,17 +155,20 @@ void Transport::Driver::startWaiting() {
 Transport::Driver::Start Transport::Driver::startOne(TransferSession& session,
                                                      const std::string& server) {
   TransferHost& host = session.hosts[server];
-  if (host.waiting.empty()) return Start::nothingToStart;
+  auto& tasks = host.again.empty() ? host.waiting : host.again;
+  if (tasks.empty()) return Start::nothingToStart;
   int limit = session.configuration.maximumConnectionsPerHost;
-  if (multiplexedServers_.contains(server)) limit *= kStreamsPerConnection;
+  if (multiplexedServers_.contains(server)) {
+    limit = std::clamp(host.streams, limit, limit * kStreamsPerConnection);
+  }
   if (host.active >= limit) return Start::nothingToStart;
-  // Said before it is checked, so that a completion in between is not missed.
+  // Said before it is checked, so that a completion in between is not missed, and never taken back:
+  // another server of the session may be waiting for it. To wake once too often does no harm.
   session.startBlocked = true;
   if (session.active + session.filesAtHand >= kMaximumOpenFiles) return Start::tooManyFiles;
-  session.startBlocked = false;
 
-  std::unique_ptr<TransferTask> task = std::move(host.waiting.front());
-  host.waiting.pop_front();
+  std::unique_ptr<TransferTask> task = std::move(tasks.front());
+  tasks.pop_front();
   --session.waiting;
   ++host.active;
   ++session.active;
@@ -184,8 +187,9 @@ void Transport::Driver::start(std::unique_ptr<TransferTask> task) {
   auto transfer =
       std::make_unique<Transfer>(easy, share_, std::move(task), onHead_, TransferClock::now());
   nextDeadline_ = std::min(nextDeadline_, transfer->deadline());
-  curl_multi_add_handle(multi_, easy);
-  active_.emplace(transfer.get(), std::move(transfer));
+  Transfer* const added = transfer.get();
+  active_.emplace(added, std::move(transfer));
+  if (curl_multi_add_handle(multi_, easy) != CURLM_OK) finish(added, CURLE_FAILED_INIT);
 }
 
 // Called by libcurl in the middle of its work, so nothing is started here.
@@ -207,8 +211,7 @@ void Transport::Driver::finishDone() {
   }
 }
 
-void Transport::Driver::finishOverdue() {
-  const auto now = TransferClock::now();
+void Transport::Driver::finishOverdue(TransferClock::time_point now) {
   std::vector<Transfer*> overdue;
   nextDeadline_ = TransferClock::time_point::max();
   for (auto& [key, transfer] : active_) {
@@ -222,16 +225,28 @@ void Transport::Driver::finishOverdue() {
   for (Transfer* transfer : overdue) finish(transfer, CURLE_OPERATION_TIMEDOUT);
 }
 
+// Many transfers at once pay where the round trip is most of what one takes. Where the wire is full
+// they only share it, and all of them come to their time limit together.
+void Transport::Driver::adjustStreams(TransferHost& host, const Transfer& transfer,
+                                      CURLcode result) {
+  const int connections = transfer.task().session->configuration.maximumConnectionsPerHost;
+  const bool isQuick = result == CURLE_OK && transfer.age() < kQuickTransfer;
+  host.streams = std::clamp(host.streams + (isQuick ? 1 : -1), connections,
+                            connections * kStreamsPerConnection);
+}
+
 void Transport::Driver::finish(Transfer* transfer, CURLcode result) {
   const std::string server = serverOf(*transfer->task().request.url);
   const std::shared_ptr<TransferSession> session = transfer->task().session;
+  TransferHost& host = session->hosts[server];
+  adjustStreams(host, *transfer, result);
 
   TransferOutcome outcome = transfer->finish(result);
   curl_multi_remove_handle(multi_, transfer->easy());
   idleHandles_.push_back(transfer->easy());
   active_.erase(transfer);
 
-  --session->hosts[server].active;
+  --host.active;
   --session->active;
   startable_.emplace(session.get(), server);
 
@@ -264,7 +279,8 @@ void Transport::Driver::limitConnections() {
       ++it;
     }
   }
-  if (limit == 0 || limit == connectionLimit_) return;
+  if (multiplexedServers_.empty()) limit = 0;  // none
+  if (limit == connectionLimit_) return;
   connectionLimit_ = limit;
   curl_multi_setopt(multi_, CURLMOPT_MAX_HOST_CONNECTIONS, limit);
 }
@@ -290,19 +306,19 @@ const std::shared_ptr<TransferInbox>& Transport::inbox() const {
 
 const std::shared_ptr<Transport>& Transport::shared() {
   // Completions may still hold the transport when the process ends; its thread must not outlive
-  // what it uses, so it is stopped rather than let go.
-  struct Shared {
-    std::shared_ptr<Transport> transport;
-    Shared() {
-      // Threads that are there first are there to the last.
-      dispatchAsync([] {});
-      dispatchFlush([] {});
-      transport = std::make_shared<Transport>();
-    }
-    ~Shared() { transport->stop(); }
+  // what it uses, so it is stopped rather than let go, and the object is never destroyed.
+  struct StopAtExit {
+    Transport& transport;
+    ~StopAtExit() { transport.stop(); }
   };
-  static const Shared instance;
-  return instance.transport;
+  static const auto* const transport = [] {
+    // Threads that are there first are there to the last.
+    dispatchAsync([] {});
+    dispatchFlush([] {});
+    return new std::shared_ptr<Transport>(std::make_shared<Transport>());
+  }();
+  static const StopAtExit stopAtExit{**transport};
+  return *transport;
 }
 
 }  // namespace tolvane

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "repository/Installer3RepositoryFetcher.h"
 
+#include <cerrno>
 #include <chrono>
 #include <fmt/format.h>
+#include <new>
 #include <utility>
 
 #include "model/CrawlerLogger.h"
@@ -68,6 +70,19 @@ std::optional<PackageEntry> packageEntry(const PropertyList& item) {
   return entry;
 }
 
+// No value where there is no memory for the records.
+std::optional<PackageList> packagesIn(const PropertyList::List& items) {
+  try {
+    PackageList list;
+    for (const PropertyList& item : items) {
+      if (std::optional<PackageEntry> entry = packageEntry(item)) list.push_back(std::move(*entry));
+    }
+    return list;
+  } catch (const std::bad_alloc&) {
+    return std::nullopt;
+  }
+}
+
 void readRepository(std::string_view body, const Completion& completion) {
   PropertyListResult result = readPropertyList(body);
   const PropertyList::Dictionary* root = result.value ? result.value->dictionary() : nullptr;
@@ -82,14 +97,11 @@ void readRepository(std::string_view body, const Completion& completion) {
         completion,
         installerError(kNoPackagesError, "Installer 3 repository contains no packages array."), "");
   }
-  PackageList list;
-  list.reserve(items->size());
-  for (const PropertyList& item : *items) {
-    if (std::optional<PackageEntry> entry = packageEntry(item)) list.push_back(std::move(*entry));
-  }
-  SystemLog::write("[Installer3] Parsed {} packages", list.size());
+  std::optional<PackageList> list = packagesIn(*items);
+  if (!list) return fail(completion, posixError(ENOMEM), "");
+  SystemLog::write("[Installer3] Parsed {} packages", list->size());
   CrawlerLogger::logSuccess(
-      fmt::format("Installer 3 repository parsed: {} package(s)", list.size()));
+      fmt::format("Installer 3 repository parsed: {} package(s)", list->size()));
   if (completion) completion(std::move(list), std::nullopt);
 }
 

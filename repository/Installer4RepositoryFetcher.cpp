@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <fmt/format.h>
+#include <new>
 #include <utility>
 
 #include "model/CrawlerLogger.h"
@@ -29,6 +30,36 @@ void addCandidatePathsIn(std::string_view folder, std::vector<std::string>& path
       paths.push_back(fmt::format("{}index-{}.{}.plist", folder, major, minor));
     }
   }
+}
+
+PackageList packageEntries(const PropertyList::List& items) {
+  PackageList list;
+  list.reserve(items.size());
+  for (const PropertyList& item : items) {
+    const PropertyList::Dictionary* dictionary = item.dictionary();
+    if (!dictionary) continue;
+    const auto text = [dictionary](std::string_view key) {
+      return Installer4RepositoryFetcher::stringValueFromObject(dictionary->find(key));
+    };
+    const std::string identifier = text("identifier");
+    const std::string name = text("name");
+    if (identifier.empty() && name.empty()) continue;
+    const std::string url = text("url");
+
+    PackageEntry& entry = list.emplace_back(PackageEntry::Dictionary{
+        {"Package", identifier.empty() ? name : identifier},
+        {"Name", name.empty() ? identifier : name},
+        {"Version", text("version")},
+        {"Architecture", "installer4"},
+        {"Description", text("description")},
+        {"Section", text("category")},
+        {"Filename", url},
+        {"Depiction", text("icon")},
+    });
+    entry.setInstaller4Package(true);
+    entry.setPackageInfoURL(url);
+  }
+  return list;
 }
 
 // The packages of an index's body. Where there are none, says why and returns no value.
@@ -132,33 +163,11 @@ void Installer4RepositoryFetcher::tryIndexCandidatePaths(Paths paths, std::size_
 
 PackageList Installer4RepositoryFetcher::packageEntriesFromInstaller4PackagesArray(
     const PropertyList::List& items, const std::optional<URL>&) {
-  PackageList list;
-  list.reserve(items.size());
-  for (const PropertyList& item : items) {
-    const PropertyList::Dictionary* dictionary = item.dictionary();
-    if (!dictionary) continue;
-    const auto text = [dictionary](std::string_view key) {
-      return stringValueFromObject(dictionary->find(key));
-    };
-    const std::string identifier = text("identifier");
-    const std::string name = text("name");
-    if (identifier.empty() && name.empty()) continue;
-    const std::string url = text("url");
-
-    PackageEntry& entry = list.emplace_back(PackageEntry::Dictionary{
-        {"Package", identifier.empty() ? name : identifier},
-        {"Name", name.empty() ? identifier : name},
-        {"Version", text("version")},
-        {"Architecture", "installer4"},
-        {"Description", text("description")},
-        {"Section", text("category")},
-        {"Filename", url},
-        {"Depiction", text("icon")},
-    });
-    entry.setInstaller4Package(true);
-    entry.setPackageInfoURL(url);
+  try {
+    return packageEntries(items);
+  } catch (const std::bad_alloc&) {
+    return {};
   }
-  return list;
 }
 
 std::string Installer4RepositoryFetcher::stringValueFromObject(const PropertyList* value) {

@@ -43,7 +43,8 @@ class Installer4RepositoryFetcher {
   void tryIndexCandidatePaths(Paths paths, std::size_t index,
                               const std::optional<URL>& repositoryURL, Completion completion) const;
 
-  // The packages among the items of an index, in order.
+  // The packages among the items of an index, in order; none where there is no memory for them. The
+  // repository's URL makes no difference.
   static PackageList packageEntriesFromInstaller4PackagesArray(
       const PropertyList::List& items, const std::optional<URL>& repositoryURL);
 

@@ -134,9 +134,10 @@ std::vector<PackageEntry> readIndex(std::string text) {
   normalizeLineEnds(text);
   PackageEntry::Builder builder(std::move(text));
   std::string_view rest = builder.text();
-  while (!rest.empty() && builder.size() < RepoParser::kMaximumRecords) {
+  while (!rest.empty()) {
     const std::size_t end = findEmptyLine(rest);
     readStanza(rest.substr(0, end), builder);
+    if (builder.size() > RepoParser::kMaximumRecords) return {};
     rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 2);
   }
   return builder.finish();

@@ -15,8 +15,8 @@ class RepoParser {
  public:
   RepoParser() = delete;
 
-  // An index is read up to this many records, some fifteen times what a large distribution has. A
-  // few megabytes of tiny stanzas could otherwise ask for any amount of memory.
+  // An index of more records, some fifteen times what a large distribution has, gives none: a few
+  // megabytes of tiny stanzas could otherwise ask for any amount of memory.
   static constexpr std::size_t kMaximumRecords = std::size_t{1} << 20;
 
   // The records in the order of the text: one for each stanza that has both a "Package" and a

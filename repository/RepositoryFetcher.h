@@ -24,8 +24,9 @@ inline constexpr std::string_view kInstaller3Choice = "Installer 3";
 // The one front through which a repository of any kind is loaded.
 //
 // Every fetch reports its steps on the log bus and ends with exactly one call of its completion, on
-// a background thread, with either a list or an error. A fetch carries all that it needs with it:
-// any number may run at once, and the fetcher may go before they end.
+// a background thread, with a list or an error (an Installer 3 fetch also with neither). A fetch
+// carries all that it needs with it: any number may run at once, and the fetcher may go before they
+// end.
 class RepositoryFetcher {
  public:
   using PackageList = std::vector<PackageEntry>;

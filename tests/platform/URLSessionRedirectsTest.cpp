@@ -65,6 +65,34 @@ TEST_F(URLSessionRedirects, WithoutALocationAreAnswers) {
   EXPECT_EQ(bytesOf(file), "nowhere to go");
 }
 
+TEST_F(URLSessionRedirects, WaitForTheirServerInOrderAndWithoutRunningOutOfTime) {
+  other_.onAnyOther(delayed(milliseconds(60), respond(200, "x")));
+  std::vector<std::string> targets;
+  for (int i = 0; i < 20; ++i) {
+    targets.push_back("/there/" + std::to_string(i));
+    server_.on("/here/" + std::to_string(i), redirect(other_.url(targets.back())));
+  }
+  URLSessionConfiguration configuration;
+  configuration.maximumConnectionsPerHost = 1;
+  configuration.timeoutIntervalForResource = milliseconds(600);  // half of what all take
+  const auto session = this->session(configuration);
+  std::vector<std::future<DataReply>> replies;
+  for (int i = 0; i < 20; ++i) {
+    replies.push_back(startData(*session, request(server_.url("/here/" + std::to_string(i)))));
+  }
+  for (auto& future : replies) {
+    const DataReply reply = await(std::move(future));
+    EXPECT_EQ(reply.error, std::nullopt) << describe(reply.error);
+  }
+  EXPECT_EQ(other_.targets(), targets);
+}
+
+TEST_F(URLSessionRedirects, LeaveAPackedIndexAsItWasStored) {
+  server_.on("/Packages.gz", redirect(other_.url("/get?id=1")));
+  other_.onAnyOther(respondGzipped("Package: a\n"));
+  EXPECT_EQ(get(server_.url("/Packages.gz")).body, gzipped("Package: a\n"));
+}
+
 TEST_F(URLSessionRedirects, MayBeRelativeToTheURLThatRedirects) {
   server_.on("/folder/here", redirect("there?x=1"));
   server_.on("/folder/there", respond(200, "arrived"));

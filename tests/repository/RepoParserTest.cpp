@@ -220,12 +220,12 @@ TEST(RepoParser, AnEmptyLineIsFoundWhereverItStands) {
   }
 }
 
-TEST(RepoParser, AnIndexIsReadUpToTheMaximumOfRecords) {
+TEST(RepoParser, AnIndexOfMoreThanTheMaximumOfRecordsIsRefusedAndNotCut) {
   std::string text;
-  for (std::size_t i = 0; i < RepoParser::kMaximumRecords + 2; ++i) {
-    text += "Package:\nFilename:\n\n";
-  }
-  EXPECT_EQ(RepoParser::parsePackagesText(std::move(text)).size(), RepoParser::kMaximumRecords);
+  for (std::size_t i = 0; i < RepoParser::kMaximumRecords; ++i) text += "Package:\nFilename:\n\n";
+  EXPECT_EQ(RepoParser::parsePackagesText(text).size(), RepoParser::kMaximumRecords);
+  text += "Package:\nFilename:\n\n";
+  EXPECT_THAT(RepoParser::parsePackagesText(std::move(text)), testing::IsEmpty());
 }
 
 TEST(RepoParserDeathTest, WithoutMemoryForTheRecordsThereAreNone) {

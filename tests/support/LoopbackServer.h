@@ -55,8 +55,7 @@ using LoopbackHandler = std::function<void(const LoopbackRequest&, LoopbackConne
 
 // An HTTP/1.1 server on a free port of 127.0.0.1 that answers as badly as its handlers want. The
 // request's head is read for them; everything that goes back is theirs (LoopbackHandlers.h has
-// ready-made ones). Each connection has a thread, up to 128 of them. Stopping ends whatever is
-// open.
+// ready-made ones). Each connection has a thread. Stopping ends whatever is open.
 class LoopbackServer {
  public:
   LoopbackServer();
