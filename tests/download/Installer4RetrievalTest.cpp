@@ -13,6 +13,10 @@ using testing::IsEmpty;
 using testing::Pair;
 using testing::SizeIs;
 
+std::string line(const char* what, const std::string& url) {
+  return what + (": " + url);
+}
+
 TEST_F(Installer4RetrievalTest, AGoodPackageIsSavedAndCountsAsVerified) {
   serve(kInfo, infoWithLocation(kZip));
   serve(kZip, "PK");
@@ -27,8 +31,8 @@ TEST_F(Installer4RetrievalTest, TheLogBusIsLeftToTheQueue) {
   serve(kZip, "PK");
   retrieve();
   EXPECT_THAT(log_.messages(), IsEmpty());
-  EXPECT_THAT(log_.lines(), ElementsAre("[Installer4] Fetching package info: "s + kInfo,
-                                        "[Installer4] Downloading package ZIP: "s + kZip));
+  EXPECT_THAT(log_.lines(), ElementsAre(line("[Installer4] Fetching package info", kInfo),
+                                        line("[Installer4] Downloading package ZIP", kZip)));
 }
 
 TEST_F(Installer4RetrievalTest, FallbacksAreReportedInTheSystemLog) {
@@ -39,12 +43,12 @@ TEST_F(Installer4RetrievalTest, FallbacksAreReportedInTheSystemLog) {
   EXPECT_THAT(
       log_.lines(),
       ElementsAre(
-          "[Installer4] Fetching package info: "s + kInfo,
-          "[Installer4] Original package info failed, trying mirrored fallback: "s + kInfoMirror,
-          "[Installer4] Fetching package info: "s + kInfoMirror,
-          "[Installer4] Downloading package ZIP: "s + kZip,
-          "[Installer4] Original package ZIP failed, trying mirrored fallback: "s + kZipMirror,
-          "[Installer4] Downloading package ZIP: "s + kZipMirror));
+          line("[Installer4] Fetching package info", kInfo),
+          line("[Installer4] Original package info failed, trying mirrored fallback", kInfoMirror),
+          line("[Installer4] Fetching package info", kInfoMirror),
+          line("[Installer4] Downloading package ZIP", kZip),
+          line("[Installer4] Original package ZIP failed, trying mirrored fallback", kZipMirror),
+          line("[Installer4] Downloading package ZIP", kZipMirror)));
 }
 
 TEST_F(Installer4RetrievalTest, APackageWithoutInfoURLFailsAtOnceOnTheCallersThread) {

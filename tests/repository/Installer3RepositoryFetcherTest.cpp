@@ -13,7 +13,6 @@
 namespace tolvane {
 namespace {
 
-using namespace std::string_literals;
 
 using testing::AllOf;
 using testing::Each;
@@ -30,6 +29,7 @@ constexpr const char* kURL = "http://repo.example/list";
 constexpr const char* kFetching =
     "info: Fetching Installer 3 repository XML: http://repo.example/list";
 constexpr const char* kNotLoaded = "Could not load Installer 3 repository.";
+constexpr const char* kNotLoadedLine = "error: Could not load Installer 3 repository.";
 
 const ScriptedAnswer kTimeout = failingAnswer(kURLErrorTimedOut, "The request timed out.");
 const ScriptedAnswer kLost =
@@ -91,7 +91,7 @@ TEST_F(Installer3RepositoryFetcherTest, AStatusOutsideTheTwoHundredsIsTheErrorsC
     const FetchOutcome outcome = fetch();
     EXPECT_EQ(outcome.packages, std::nullopt);
     EXPECT_EQ(outcome.error, (Error{"Installer3", status, kNotLoaded}));
-    EXPECT_THAT(log.messages(), ElementsAre(kFetching, "error: "s + kNotLoaded));
+    EXPECT_THAT(log.messages(), ElementsAre(kFetching, kNotLoadedLine));
     EXPECT_THAT(log.lines(),
                 ElementsAre("[Installer3] Fetching repository: http://repo.example/list"));
   }
@@ -106,7 +106,7 @@ TEST_F(Installer3RepositoryFetcherTest, EveryStatusOfTheTwoHundredsIsASuccess) {
 
 TEST_F(Installer3RepositoryFetcherTest, AnEmptyBodyFailsWithItsGoodStatus) {
   EXPECT_EQ(fetch("").error, (Error{"Installer3", 200, kNotLoaded}));
-  EXPECT_THAT(log_.messages(), ElementsAre(kFetching, "error: "s + kNotLoaded));
+  EXPECT_THAT(log_.messages(), ElementsAre(kFetching, kNotLoadedLine));
 }
 
 TEST_F(Installer3RepositoryFetcherTest, NeitherAnswerNorErrorFailsWithTheStatusZero) {
@@ -232,7 +232,7 @@ TEST_F(Installer3RepositoryFetcherTest, AnyOtherTransportErrorIsNotRetried) {
 TEST_F(Installer3RepositoryFetcherTest, ATransportErrorWithoutDescriptionIsLoggedAsNotLoaded) {
   session_.answerNext(failingAnswer(kURLErrorCannotFindHost, ""));
   EXPECT_EQ(fetch().error, (Error{std::string(kURLErrorDomain), kURLErrorCannotFindHost, ""}));
-  EXPECT_THAT(log_.messages(), ElementsAre(kFetching, "error: "s + kNotLoaded));
+  EXPECT_THAT(log_.messages(), ElementsAre(kFetching, kNotLoadedLine));
 }
 
 TEST_F(Installer3RepositoryFetcherTest, TheListIsAskedForAtTheURLItselfPastEveryCache) {
@@ -281,7 +281,7 @@ TEST_F(Installer3RepositoryFetcherTest, WithoutACompletionResultsAreDropped) {
               ElementsAre(kFetching, kFetching, kFetching, kFetching,
                           "success: Installer 3 repository parsed: 1 package(s)",
                           "error: Installer 3 repository could not be parsed as a plist.",
-                          "error: "s + kNotLoaded, "error: "s + kNotLoaded));
+                          kNotLoadedLine, kNotLoadedLine));
 }
 
 // The moments at which a server's handler is called.
