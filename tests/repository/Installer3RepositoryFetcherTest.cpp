@@ -13,7 +13,6 @@
 namespace tolvane {
 namespace {
 
-
 using testing::AllOf;
 using testing::Each;
 using testing::ElementsAre;
