@@ -49,24 +49,25 @@ std::optional<PackageEntry> packageEntry(const PropertyList& item) {
   const auto text = [dictionary](std::string_view key) {
     return Installer3RepositoryFetcher::stringValue(dictionary->find(key));
   };
-  const std::string identifier = text("bundleIdentifier");
-  const std::string name = text("name");
+  std::string identifier = text("bundleIdentifier");
+  std::string name = text("name");
   if (identifier.empty() && name.empty()) return std::nullopt;
-  const std::string location = text("location");
+  if (identifier.empty()) identifier = name;
+  if (name.empty()) name = identifier;
 
-  PackageEntry entry({
-      {"Package", identifier.empty() ? name : identifier},
-      {"Name", name.empty() ? identifier : name},
-      {"Version", text("version")},
-      {"Architecture", "installer3"},
-      {"Description", text("description")},
-      {"Section", text("category")},
-      {"Filename", location},
-      {"Size", text("size")},
-      {"Author", text("maintainer")},
-  });
+  PackageEntry::Dictionary fields;
+  fields.emplace("Package", std::move(identifier));
+  fields.emplace("Name", std::move(name));
+  fields.emplace("Version", text("version"));
+  fields.emplace("Architecture", "installer3");
+  fields.emplace("Description", text("description"));
+  fields.emplace("Section", text("category"));
+  fields.emplace("Filename", text("location"));
+  fields.emplace("Size", text("size"));
+  fields.emplace("Author", text("maintainer"));
+  PackageEntry entry(fields);
   entry.setInstaller3Package(true);
-  entry.setDownloadURL(location);
+  entry.setDownloadURL(entry.filename());
   return entry;
 }
 

@@ -41,23 +41,24 @@ PackageList packageEntries(const PropertyList::List& items) {
     const auto text = [dictionary](std::string_view key) {
       return Installer4RepositoryFetcher::stringValueFromObject(dictionary->find(key));
     };
-    const std::string identifier = text("identifier");
-    const std::string name = text("name");
+    std::string identifier = text("identifier");
+    std::string name = text("name");
     if (identifier.empty() && name.empty()) continue;
-    const std::string url = text("url");
+    if (identifier.empty()) identifier = name;
+    if (name.empty()) name = identifier;
 
-    PackageEntry& entry = list.emplace_back(PackageEntry::Dictionary{
-        {"Package", identifier.empty() ? name : identifier},
-        {"Name", name.empty() ? identifier : name},
-        {"Version", text("version")},
-        {"Architecture", "installer4"},
-        {"Description", text("description")},
-        {"Section", text("category")},
-        {"Filename", url},
-        {"Depiction", text("icon")},
-    });
+    PackageEntry::Dictionary fields;
+    fields.emplace("Package", std::move(identifier));
+    fields.emplace("Name", std::move(name));
+    fields.emplace("Version", text("version"));
+    fields.emplace("Architecture", "installer4");
+    fields.emplace("Description", text("description"));
+    fields.emplace("Section", text("category"));
+    fields.emplace("Filename", text("url"));
+    fields.emplace("Depiction", text("icon"));
+    PackageEntry& entry = list.emplace_back(fields);
     entry.setInstaller4Package(true);
-    entry.setPackageInfoURL(url);
+    entry.setPackageInfoURL(entry.filename());
   }
   return list;
 }
