@@ -2,6 +2,9 @@
 #include <benchmark/benchmark.h>
 #include <cerrno>
 #include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <memory>
 #include <optional>
 #include <string>
@@ -60,6 +63,20 @@ void FetchBinaryRepository(benchmark::State& state) {
   fetchRepository(state, generatedBinaryPackageList());
 }
 
+// The yardstick: another reader of the same bytes, which keeps nothing of them.
+void RunXmllint(benchmark::State& state) {
+  const auto file = std::filesystem::temp_directory_path() / "tolvane-benchmark.plist";
+  std::ofstream(file) << generatedXMLPackageList();
+  const std::string command = "xmllint --noout --stream --nonet '" + file.string() + "'";
+  for (auto round : state) {
+    if (std::system(command.c_str()) == 0) continue;
+    state.SkipWithError("xmllint is not installed, or did not read the list");
+    break;
+  }
+  std::filesystem::remove(file);
+}
+
+BENCHMARK(RunXmllint)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(FetchXMLRepository)->Unit(benchmark::kMillisecond);
 BENCHMARK(FetchBinaryRepository)->Unit(benchmark::kMillisecond);
 
