@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "model/CrawlerLogger.h"
 #include "platform/NotificationCenter.h"
+#include "platform/SystemLog.h"
 #include "tests/support/LogRecorder.h"
 
 namespace tolvane {
@@ -32,6 +33,15 @@ TEST(CrawlerLogger, WritesOneLineToTheSystemLog) {
   const LogRecorder log;
   CrawlerLogger::logMessage("100 %@ {} %s", static_cast<int>(LogType::error));
   EXPECT_THAT(log.allLines(), ElementsAre("[CrawlerLogger][error] 100 %@ {} %s"));
+}
+
+TEST(CrawlerLogger, WritesTheLineBeforeItPosts) {
+  std::vector<std::string> order;
+  const auto line = SystemLog::observe([&](std::string_view) { order.push_back("line"); });
+  const auto post = NotificationCenter::defaultCenter().addObserver(
+      CrawlerLoggerDidLogMessageNotification, [&](const UserInfo&) { order.push_back("post"); });
+  CrawlerLogger::logInfo("a");
+  EXPECT_THAT(order, ElementsAre("line", "post"));
 }
 
 TEST(CrawlerLogger, EachShortOperationHasItsOwnLevel) {

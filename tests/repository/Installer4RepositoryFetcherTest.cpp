@@ -105,22 +105,21 @@ TEST_F(Installer4RepositoryFetcherTest, AWalkIsReportedStepByStep) {
   session_.answer("http://repo.example/info/Info.plist",
                   {.body = packagesList("{ name = A; }, { name = B; }")});
   fetch();
-  EXPECT_THAT(log_.messages(),
-              ElementsAre("info: Fetching Installer 4 repository: http://repo.example",
-                          "info: Trying Installer 4 index: http://repo.example/info/index.plist",
-                          "info: Trying Installer 4 index: http://repo.example/info/Info.plist",
-                          "success: Using Installer 4 index: http://repo.example/info/Info.plist",
-                          "success: Installer 4 repository parsed: 2 package(s)"));
   EXPECT_THAT(
-      log_.lines(),
-      ElementsAre("[Installer4] Trying index: http://repo.example/info/index.plist",
+      log_.reports(),
+      ElementsAre("info: Fetching Installer 4 repository: http://repo.example",
+                  "[Installer4] Trying index: http://repo.example/info/index.plist",
+                  "info: Trying Installer 4 index: http://repo.example/info/index.plist",
                   "[Installer4] Response for http://repo.example/info/index.plist -> status=404 "
                   "error=(null) bytes=0",
                   "[Installer4] Trying index: http://repo.example/info/Info.plist",
+                  "info: Trying Installer 4 index: http://repo.example/info/Info.plist",
                   "[Installer4] Response for http://repo.example/info/Info.plist -> status=200 "
                   "error=(null) bytes=46",
                   "[Installer4] Using index: http://repo.example/info/Info.plist",
-                  "[Installer4] Parsed 2 packages"));
+                  "success: Using Installer 4 index: http://repo.example/info/Info.plist",
+                  "[Installer4] Parsed 2 packages",
+                  "success: Installer 4 repository parsed: 2 package(s)"));
 }
 
 TEST_F(Installer4RepositoryFetcherTest, AnEmptyBodyIsPassedOverSilently) {
@@ -218,14 +217,16 @@ TEST_F(Installer4RepositoryFetcherTest, NothingFoundEndsWithTheErrorAfter284Requ
   EXPECT_EQ(outcome.packages, std::nullopt);
   EXPECT_EQ(outcome.error, kNothingFound);
   std::vector<std::string> urls,
-      messages{"info: Fetching Installer 4 repository: http://repo.example"};
+      reports{"info: Fetching Installer 4 repository: http://repo.example"};
   for (const std::string& path : allCandidates()) {
-    urls.push_back("http://repo.example/" + path);
-    messages.push_back("info: Trying Installer 4 index: http://repo.example/" + path);
+    const std::string& url = urls.emplace_back("http://repo.example/" + path);
+    reports.push_back("[Installer4] Trying index: " + url);
+    reports.push_back("info: Trying Installer 4 index: " + url);
+    reports.push_back("[Installer4] Response for " + url + " -> status=404 error=(null) bytes=0");
   }
-  messages.push_back("error: No Installer 4 index plist found.");
+  reports.push_back("error: No Installer 4 index plist found.");
   EXPECT_THAT(session_.requestedURLs(), ElementsAreArray(urls));
-  EXPECT_THAT(log_.messages(), ElementsAreArray(messages));
+  EXPECT_THAT(log_.reports(), ElementsAreArray(reports));
 }
 
 TEST_F(Installer4RepositoryFetcherTest, ACandidatesPathIsAppendedToTheRepositorysText) {

@@ -56,8 +56,8 @@ TEST_F(RepositoryFetcherDispatch, AutoDetectionFindsAnAPTRepositoryAndLooksNoFur
   EXPECT_THAT(fetch(kAutomatic).packages,
               Optional(ElementsAre(Property(&PackageEntry::packageName, "com.example.apt"))));
   EXPECT_THAT(session_.requestedURLs(), ElementsAre("http://repo.example/Packages"));
-  EXPECT_EQ(log_.messages().front(), "info: Auto-detecting repository type: http://repo.example");
-  EXPECT_EQ(log_.lines().front(), "[Crawler] Auto-detect fetch called with: http://repo.example");
+  EXPECT_EQ(log_.reports()[0], "[Crawler] Auto-detect fetch called with: http://repo.example");
+  EXPECT_EQ(log_.reports()[1], "info: Auto-detecting repository type: http://repo.example");
 }
 
 TEST_F(RepositoryFetcherDispatch, AutoDetectionOfAnInstaller4RepositoryTriesAPTTwentyTimesFirst) {
@@ -103,23 +103,22 @@ TEST_F(RepositoryFetcherDispatch, TheInstaller4EntryLooksForItsIndexAloneButSpea
   session_.answer("http://repo.example/Packages", {.body = kAPTIndex});
   session_.answer("http://repo.example/info/index.plist", {.body = kInstallerIndex});
   EXPECT_THAT(fetch(kInstaller4).packages, Optional(SizeIs(2)));
-  EXPECT_THAT(log_.messages(),
-              ElementsAre("warning: Falling back to Installer 4 detection...",
-                          "info: Fetching Installer 4 repository: http://repo.example",
-                          "info: Trying Installer 4 index: http://repo.example/info/index.plist",
-                          "success: Using Installer 4 index: http://repo.example/info/index.plist",
-                          "success: Installer 4 repository parsed: 2 package(s)",
-                          "success: Installer 4 repository detected (2 packages)"));
   EXPECT_THAT(
-      log_.lines(),
+      log_.reports(),
       ElementsAre("[Crawler] Installer 4-only fetch called with: http://repo.example",
                   "[Crawler] Falling back to Installer 4 detection...",
+                  "warning: Falling back to Installer 4 detection...",
+                  "info: Fetching Installer 4 repository: http://repo.example",
                   "[Installer4] Trying index: http://repo.example/info/index.plist",
+                  "info: Trying Installer 4 index: http://repo.example/info/index.plist",
                   "[Installer4] Response for http://repo.example/info/index.plist -> status=200 "
                   "error=(null) bytes=46",
                   "[Installer4] Using index: http://repo.example/info/index.plist",
+                  "success: Using Installer 4 index: http://repo.example/info/index.plist",
                   "[Installer4] Parsed 2 packages",
-                  "[Crawler] Installer 4 repository detected (2 packages)"));
+                  "success: Installer 4 repository parsed: 2 package(s)",
+                  "[Crawler] Installer 4 repository detected (2 packages)",
+                  "success: Installer 4 repository detected (2 packages)"));
 }
 
 TEST_F(RepositoryFetcherDispatch, TheInstaller4EntryPassesTheReadersErrorOnAndLogsItAgain) {
@@ -137,14 +136,13 @@ TEST_F(RepositoryFetcherDispatch, TheInstaller3EntryReadsTheListAtTheURL) {
   session_.answer("http://repo.example", {.body = kInstallerIndex});
   EXPECT_THAT(fetch(kInstaller3).packages, Optional(SizeIs(2)));
   EXPECT_THAT(session_.requestedURLs(), ElementsAre("http://repo.example"));
-  EXPECT_THAT(log_.messages(),
-              ElementsAre("info: Fetching Installer 3 repository: http://repo.example",
-                          "info: Fetching Installer 3 repository XML: http://repo.example",
-                          "success: Installer 3 repository parsed: 2 package(s)"));
-  EXPECT_THAT(log_.lines(),
+  EXPECT_THAT(log_.reports(),
               ElementsAre("[Crawler] Installer 3-only fetch called with: http://repo.example",
+                          "info: Fetching Installer 3 repository: http://repo.example",
                           "[Installer3] Fetching repository: http://repo.example",
-                          "[Installer3] Parsed 2 packages"));
+                          "info: Fetching Installer 3 repository XML: http://repo.example",
+                          "[Installer3] Parsed 2 packages",
+                          "success: Installer 3 repository parsed: 2 package(s)"));
 }
 
 TEST_F(RepositoryFetcherDispatch, TheInstaller3EntryPassesAnEmptyListOn) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <vector>
@@ -17,17 +18,23 @@ class LogRecorder {
   LogRecorder(const LogRecorder&) = delete;
   LogRecorder& operator=(const LogRecorder&) = delete;
 
-  // The log bus's messages in order, each as "type: text", for instance "info: Done".
-  std::vector<std::string> messages() const;
+  // All that was reported, in order: the log bus's messages, each as "type: text" ("info: Done"),
+  // and the system log's lines. The lines in which the log bus repeats its messages in the system
+  // log are left out.
+  std::vector<std::string> reports() const;
 
-  // The system log's lines in order. The lines in which the log bus repeats its messages there are
-  // left out: messages() has them.
+  // Of these, the messages of the log bus alone, and the lines of the system log alone.
+  std::vector<std::string> messages() const;
   std::vector<std::string> lines() const;
 
   // Every line of the system log, those of the log bus included.
   std::vector<std::string> allLines() const;
 
  private:
+  enum class Kind { message, line, repeatedLine };
+
+  std::vector<std::string> textsOf(std::initializer_list<Kind> kinds) const;
+
   struct Record;
   std::shared_ptr<Record> record_;  // an observer may still be running when the recorder goes
   std::shared_ptr<void> messageToken_;
