@@ -95,7 +95,7 @@ TEST_F(DownloadEndToEnd, ARunOverGoodAndBadPackagesCountsEachAsWhatItIs) {
          helloBut("sha256", "SHA256", "0"), package("missing"), package("present", kHello),
          package("cut", kHello)},
         run);
-  loop_.run();
+  run.runToEnd(loop_);
 
   EXPECT_THAT(run.summary(), Optional(Summary{2, 4, 1, 2, 3}));
   EXPECT_EQ(run.reports().back(), (ProgressReport{7, 7, 4, 1, 2, 3}));
@@ -144,7 +144,7 @@ TEST_F(DownloadEndToEnd, ARunCancelledLaterFinishesAndCountsAllThatIsUnderWay) {
   queue_.cancelAllDownloads();
   EXPECT_THAT(folder_.names(), Not(Contains(HasSubstr(".deb")))) << "not before they are whole";
   gate.open();
-  loop_.run();
+  run.runToEnd(loop_);
 
   EXPECT_THAT(run.summary(), Optional(Summary{20, 0, 0, 20, 0}));
   EXPECT_EQ(folder_.names().size(), 20U);

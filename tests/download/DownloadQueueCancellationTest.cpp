@@ -106,7 +106,7 @@ TEST_F(DownloadQueueCancellationTest, LaterLetsTransfersUnderWayFinishAndBeCount
   ASSERT_TRUE(session_.waitForRequests(20));
   queue.cancelAllDownloads();
   session_.releaseAll();
-  loop_.run();
+  run.runToEnd(loop_);
   EXPECT_THAT(run.summary(), Optional(Summary{20, 0, 0, 20, 0}));
   EXPECT_EQ(log_.messages().back(),
             "info: Download queue finished. Downloaded: 20  Verified: 20  Failed: 0  "
@@ -129,7 +129,7 @@ TEST_F(DownloadQueueCancellationTest, AStepThatStartsAfterItSkipsItsPackageSilen
         EXPECT_TRUE(loop_.waitForPosts(2));
       });
   queue.cancelAllDownloads();
-  loop_.run();
+  run.runToEnd(loop_);
   EXPECT_THAT(run.summary(), Optional(Summary{1, 0, 1, 1, 0}));
   EXPECT_THAT(log_.messages(), Not(Contains(HasSubstr("Skipped existing"))));
 }
@@ -140,7 +140,7 @@ TEST_F(DownloadQueueCancellationTest, IsForgottenByTheNextRun) {
   const QueueRun run;
   start(queue, 3, run);
   EXPECT_FALSE(queue.cancelled());
-  loop_.run();
+  run.runToEnd(loop_);
   EXPECT_THAT(run.summary(), Optional(Summary{3, 0, 0, 3, 0}));
 }
 

@@ -43,7 +43,7 @@ class DownloadQueueInstaller4Test : public testing::Test {
     DownloadQueueManager queue(loop_, session_.factory());
     queue.downloadPackages(packages, URL::parse("http://repo.example"), folder_.path(),
                            run_.progress(), run_.completion([this] { loop_.quit(); }));
-    loop_.run();
+    run_.runToEnd(loop_);
     return run_.summary().value_or(Summary());
   }
 
@@ -171,7 +171,7 @@ TEST(DownloadQueueInstaller4OnLoopback, EachPackageEndsAsWhatItIsAndNothingIsAsk
        info("/repo/info/list.plist"), info("/repo/info/present.plist"), package("")},
       URL::parse(server.url("/repo")), folder.path(), run.progress(),
       run.completion([&] { loop.quit(); }));
-  loop.run();
+  run.runToEnd(loop);
 
   EXPECT_THAT(run.summary(), Optional(Summary{4, 4, 1, 4, 0}));
   EXPECT_THAT(run.reports(), SizeIs(9));

@@ -47,7 +47,7 @@ class DownloadQueueManagerTest : public testing::Test {
   Summary runToEnd(DownloadQueueManager& queue, const PackageList& packages) {
     const QueueRun run;
     start(queue, packages, run);
-    loop_.run();
+    run.runToEnd(loop_);
     return run.summary().value_or(Summary());
   }
 
@@ -296,7 +296,7 @@ TEST_F(DownloadQueueManagerTest, ReportsProgressOncePerPackageAndThenCompletes) 
                             reportsBefore = run.reports().size();
                             loop_.quit();
                           }));
-  loop_.run();
+  run.runToEnd(loop_);
   EXPECT_EQ(reportsBefore, 3U);
   EXPECT_THAT(run.reports(), SizeIs(3));
   EXPECT_EQ(run.reports().back(), (ProgressReport{3, 3, 1, 1, 1, 1}));
@@ -317,7 +317,7 @@ TEST_F(DownloadQueueManagerTest, ReportsTheProgressOfEachOutcomeAsItComes) {
     ASSERT_THAT(run.reports(), SizeIs(done));
     EXPECT_EQ(run.reports().back(), (ProgressReport{done, 3, 0, 0, done, 0}));
   }
-  loop_.run();
+  run.runToEnd(loop_);
   EXPECT_THAT(run.summary(), Optional(Summary{3, 0, 0, 3, 0}));
 }
 
@@ -326,7 +326,7 @@ TEST_F(DownloadQueueManagerTest, ReadsTheCountersWhenProgressIsCalled) {
   QueueRun run;
   start(queue_, {package("a"), package("b"), package("c")}, run);
   ASSERT_TRUE(loop_.waitForPosts(4)) << "three reports and the final step";
-  loop_.run();
+  run.runToEnd(loop_);
   EXPECT_THAT(run.reports(), SizeIs(3));
   EXPECT_THAT(run.reports(), Each(ProgressReport({3, 3, 0, 0, 3, 0})));
 }
@@ -334,10 +334,11 @@ TEST_F(DownloadQueueManagerTest, ReadsTheCountersWhenProgressIsCalled) {
 TEST_F(DownloadQueueManagerTest, StepsDoNotWaitForTransfers) {
   session_.hold();
   queue_.setMaxConcurrentDownloads(1);
-  start(queue_, {package("a"), package("b"), package("c")}, QueueRun());
+  const QueueRun run;
+  start(queue_, {package("a"), package("b"), package("c")}, run);
   EXPECT_TRUE(session_.waitForRequests(3));
   session_.releaseAll();
-  loop_.run();
+  run.runToEnd(loop_);
 }
 
 TEST_F(DownloadQueueManagerTest, RunsKeepTheirOwnCounters) {
@@ -351,7 +352,7 @@ TEST_F(DownloadQueueManagerTest, RunsKeepTheirOwnCounters) {
   EXPECT_THAT(second.summary(), Optional(Summary{0, 0, 2, 0, 0}));
   EXPECT_EQ(first.summary(), std::nullopt);
   session_.releaseAll();
-  loop_.run();
+  first.runToEnd(loop_);
   EXPECT_THAT(first.summary(), Optional(Summary{1, 0, 0, 1, 0}));
 }
 
@@ -365,7 +366,7 @@ TEST_F(DownloadQueueManagerTest, ARunOutlivesItsQueue) {
     ASSERT_TRUE(session_.waitForRequests(1));
   }
   session_.releaseAll();
-  loop_.run();
+  run.runToEnd(loop_);
   EXPECT_THAT(run.summary(), Optional(Summary{1, 0, 0, 1, 0}));
 }
 

@@ -1,17 +1,14 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <chrono>
-#include <future>
 #include <gtest/gtest.h>
-#include <memory>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <thread>
 #include <utility>
 
 #include "download/Installer4Retrieval.h"
+#include "tests/support/CompletionProbe.h"
 #include "tests/support/LogRecorder.h"
 #include "tests/support/ScriptedURLSession.h"
 #include "tests/support/TemporaryFolder.h"
@@ -43,25 +40,16 @@ struct InfoOutcome {
   std::thread::id thread;
 };
 
-// Waits for a value that a completion sets; a second one ends the test program.
-template <typename Outcome, typename Start>
-Outcome waitFor(Start start) {
-  const auto promise = std::make_shared<std::promise<Outcome>>();
-  std::future<Outcome> outcome = promise->get_future();
-  start(promise);
-  if (outcome.wait_for(std::chrono::seconds(20)) != std::future_status::ready) {
-    throw std::runtime_error("The retrieval did not end.");
-  }
-  return outcome.get();
-}
-
-inline Installer4Retrieval::RetrievalCompletion keep(
-    std::shared_ptr<std::promise<RetrievalOutcome>> promise) {
-  return [promise = std::move(promise)](bool success, bool verified, bool validationFailed,
-                                        std::optional<Error> error) {
-    promise->set_value(
-        {success, verified, validationFailed, std::move(error), std::this_thread::get_id()});
-  };
+// Hands start() a completion and waits until that has been called, once and never again.
+template <typename Start>
+RetrievalOutcome outcomeOfRetrieval(Start start) {
+  const CompletionProbe<RetrievalOutcome> probe;
+  start(probe.completion(
+      [](bool success, bool verified, bool validationFailed, std::optional<Error> error) {
+        return RetrievalOutcome{success, verified, validationFailed, std::move(error),
+                                std::this_thread::get_id()};
+      }));
+  return probe.wait();
 }
 
 inline PackageEntry packageWithInfo(const std::string& url) {
@@ -80,9 +68,9 @@ class Installer4RetrievalTest : public testing::Test {
 
   // The retrieval object is gone before the retrieval ends.
   RetrievalOutcome retrieve(const PackageEntry& package) {
-    return waitFor<RetrievalOutcome>([&](auto promise) {
+    return outcomeOfRetrieval([&](auto completion) {
       Installer4Retrieval(session_.factory())
-          .downloadInstaller4Package(package, repository_, folder_.path(), keep(promise));
+          .downloadInstaller4Package(package, repository_, folder_.path(), std::move(completion));
     });
   }
 
@@ -91,13 +79,14 @@ class Installer4RetrievalTest : public testing::Test {
   }
 
   InfoOutcome fetchInfo(const std::string& url, const std::string& fallbackURL) {
-    return waitFor<InfoOutcome>([&](auto promise) {
-      Installer4Retrieval(session_.factory())
-          .fetchInstaller4PackageInfoFromURL(
-              URL::parse(url), URL::parse(fallbackURL), [promise](auto info, auto error) {
-                promise->set_value({std::move(info), std::move(error), std::this_thread::get_id()});
-              });
-    });
+    const CompletionProbe<InfoOutcome> probe;
+    Installer4Retrieval(session_.factory())
+        .fetchInstaller4PackageInfoFromURL(
+            URL::parse(url), URL::parse(fallbackURL),
+            probe.completion([](auto info, std::optional<Error> error) {
+              return InfoOutcome{std::move(info), std::move(error), std::this_thread::get_id()};
+            }));
+    return probe.wait();
   }
 
   RetrievalOutcome downloadZip(const std::string& url, const std::string& fallbackURL) {
@@ -106,18 +95,19 @@ class Installer4RetrievalTest : public testing::Test {
 
   RetrievalOutcome downloadZip(const std::string& url, const std::string& fallbackURL,
                                const std::string& folder) {
-    return waitFor<RetrievalOutcome>([&](auto promise) {
+    return outcomeOfRetrieval([&](auto completion) {
       Installer4Retrieval(session_.factory())
           .downloadInstaller4PackageZipFromURL(URL::parse(url), URL::parse(fallbackURL), folder,
-                                               keep(promise));
+                                               std::move(completion));
     });
   }
 
   // One attempt, of a URL that has no fallback.
   RetrievalOutcome downloadZip(const std::string& url) {
-    return waitFor<RetrievalOutcome>([&](auto promise) {
+    return outcomeOfRetrieval([&](auto completion) {
       Installer4Retrieval(session_.factory())
-          .downloadInstaller4PackageZipFromURL(URL::parse(url), folder_.path(), keep(promise));
+          .downloadInstaller4PackageZipFromURL(URL::parse(url), folder_.path(),
+                                               std::move(completion));
     });
   }
 

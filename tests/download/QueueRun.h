@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <gtest/gtest.h>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -94,6 +95,13 @@ class QueueRun {
 
   const std::vector<ProgressReport>& reports() const { return state_->reports; }
   const std::optional<Summary>& summary() const { return state_->summary; }
+
+  // Runs what is posted until the completion has been called and makes the loop quit, and then
+  // until nothing can call the callbacks any more: a second completion fails the test.
+  void runToEnd(RunLoop& loop) const {
+    loop.run();
+    EXPECT_TRUE(drainUntilLetGo(loop)) << "the callbacks are still held";
+  }
 
   // Runs what is posted until the callbacks that were handed out are gone, so that nothing can
   // call them any more; false when they are held for longer than 10 seconds.

@@ -11,6 +11,7 @@
 #include "platform/RunLoop.h"
 #include "platform/Text.h"
 #include "tests/download/QueueRun.h"
+#include "tests/support/CompletionProbe.h"
 #include "tests/support/LogRecorder.h"
 #include "tests/support/LoopbackHandlers.h"
 #include "tests/support/LoopbackServer.h"
@@ -54,15 +55,15 @@ class RepositoryMetadataArchiverTest : public testing::Test {
   // The archiver is gone before its downloads end.
   Archiving archive(const std::string& folder, const URLSessionFactory& factory,
                     const std::optional<URL>& url = URL::parse("http://repo.example")) {
-    Archiving archiving;
+    const CompletionProbe<Archiving> probe;
     RepositoryMetadataArchiver(loop_, factory)
         .archiveMetadataForRepositoryURL(
-            url, folder, [&](const Paths& archived, const Paths& missing) {
-              archiving = {archived, missing, std::this_thread::get_id()};
+            url, folder, probe.completion([this](const Paths& archived, const Paths& missing) {
               loop_.quit();
-            });
+              return Archiving{archived, missing, std::this_thread::get_id()};
+            }));
     loop_.run();
-    return archiving;
+    return probe.wait();
   }
 
   Archiving archive() { return archive(folder_.path(), session_.factory()); }

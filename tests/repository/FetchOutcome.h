@@ -1,11 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <chrono>
-#include <future>
-#include <memory>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <thread>
 #include <utility>
@@ -13,6 +9,7 @@
 
 #include "model/PackageEntry.h"
 #include "platform/Error.h"
+#include "tests/support/CompletionProbe.h"
 
 namespace tolvane {
 
@@ -23,19 +20,15 @@ struct FetchOutcome {
   std::thread::id thread;
 };
 
-// Hands start() a completion and waits until that has been called. A second call ends the test
-// program.
+// Hands start() a completion and waits until that has been called, once and never again.
 template <typename Start>
 FetchOutcome outcomeOf(Start start) {
-  const auto promise = std::make_shared<std::promise<FetchOutcome>>();
-  std::future<FetchOutcome> outcome = promise->get_future();
-  start([promise](std::optional<std::vector<PackageEntry>> packages, std::optional<Error> error) {
-    promise->set_value({std::move(packages), std::move(error), std::this_thread::get_id()});
-  });
-  if (outcome.wait_for(std::chrono::seconds(60)) != std::future_status::ready) {
-    throw std::runtime_error("The fetch did not end.");
-  }
-  return outcome.get();
+  const CompletionProbe<FetchOutcome> probe;
+  start(probe.completion(
+      [](std::optional<std::vector<PackageEntry>> packages, std::optional<Error> error) {
+        return FetchOutcome{std::move(packages), std::move(error), std::this_thread::get_id()};
+      }));
+  return probe.wait();
 }
 
 // An old-style text list whose "packages" are these items, such as "{ name = A; }, { name = B; }".

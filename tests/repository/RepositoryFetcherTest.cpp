@@ -43,7 +43,7 @@ TEST_F(RepositoryFetcherTest, TheCandidatesAreTwentyPathsInAFixedOrder) {
 
 TEST_F(RepositoryFetcherTest, AGoodFirstCandidateEndsTheWalkWithItsPackages) {
   session_.answer("http://repo.example/Packages", {.body = kIndex});
-  const Outcome outcome = fetch("http://repo.example");
+  const FetchOutcome outcome = fetch("http://repo.example");
   ASSERT_TRUE(outcome.packages);
   ASSERT_EQ(outcome.packages->size(), 1U);
   EXPECT_EQ(outcome.packages->front().packageName(), "com.example.a");
@@ -80,7 +80,7 @@ TEST_F(RepositoryFetcherTest, EveryStatusOfTheTwoHundredsIsASuccess) {
 }
 
 TEST_F(RepositoryFetcherTest, NothingFoundEndsWithTheErrorAfterTwentyRequests) {
-  const Outcome outcome = fetch("http://repo.example");
+  const FetchOutcome outcome = fetch("http://repo.example");
   EXPECT_FALSE(outcome.packages);
   EXPECT_EQ(outcome.error, (Error{"RepositoryFetcher", 404, "No Cydia/APT Packages file found."}));
   EXPECT_THAT(session_.requestedURLs(), ElementsAreArray(allCandidates()));
@@ -118,7 +118,7 @@ TEST_F(RepositoryFetcherTest, ABlankInACandidatesPathIsSentPercentEncoded) {
 }
 
 TEST_F(RepositoryFetcherTest, WithoutAURLEveryRequestFailsAndTheWalkEnds) {
-  const Outcome outcome = fetch(std::optional<URL>());
+  const FetchOutcome outcome = fetch(std::optional<URL>());
   EXPECT_EQ(outcome.error->code, 404);
   EXPECT_EQ(log_.messages()[0], "info: Fetching repository: ");
   EXPECT_EQ(log_.lines()[0], "[Crawler] fetchPackagesFromRepositoryURL called with: (null)");
@@ -133,11 +133,11 @@ TEST_F(RepositoryFetcherTest, AWalkThatStartsPastTheEndFailsOnTheCallersThread) 
 TEST_F(RepositoryFetcherTest, AWalkCanStartInTheMiddleOfTheList) {
   const auto paths =
       std::make_shared<const std::vector<std::string>>(std::vector<std::string>{"a", "b"});
-  std::promise<void> ended;
-  RepositoryFetcher(session_.factory())
-      .tryCandidatePaths(paths, 1, URL::parse("http://repo.example"), false,
-                         [&](auto, auto) { ended.set_value(); });
-  ended.get_future().wait();
+  outcomeOf([&](auto completion) {
+    RepositoryFetcher(session_.factory())
+        .tryCandidatePaths(paths, 1, URL::parse("http://repo.example"), false,
+                           std::move(completion));
+  });
   EXPECT_THAT(session_.requestedURLs(), ElementsAre("http://repo.example/b"));
 }
 
@@ -165,33 +165,32 @@ TEST_F(RepositoryFetcherTest, EveryRequestForbidsCaches) {
 
 TEST_F(RepositoryFetcherTest, OneRequestOfAWalkIsInFlightAtATime) {
   session_.hold();
-  std::promise<void> ended;
-  RepositoryFetcher(session_.factory())
-      .fetchPackagesFromRepositoryURL(URL::parse("http://repo.example"),
-                                      [&](auto, auto) { ended.set_value(); });
-  for (std::size_t count = 1; count <= 20; ++count) {
-    ASSERT_TRUE(session_.waitForRequests(count));
-    EXPECT_EQ(session_.requests().size(), count);
-    session_.release(1);
-  }
-  ended.get_future().wait();
+  outcomeOf([&](auto completion) {
+    RepositoryFetcher(session_.factory())
+        .fetchPackagesFromRepositoryURL(URL::parse("http://repo.example"), std::move(completion));
+    for (std::size_t count = 1; count <= 20; ++count) {
+      ASSERT_TRUE(session_.waitForRequests(count));
+      EXPECT_EQ(session_.requests().size(), count);
+      session_.release(1);
+    }
+  });
 }
 
 TEST_F(RepositoryFetcherTest, TwoWalksMayRunAtOnce) {
   session_.answer("http://one.example/Packages", {.body = kIndex});
   session_.hold();
-  std::promise<bool> one, two;
   const RepositoryFetcher fetcher(session_.factory());
-  fetcher.fetchPackagesFromRepositoryURL(
-      URL::parse("http://one.example"),
-      [&](auto packages, auto) { one.set_value(packages.has_value()); });
-  fetcher.fetchPackagesFromRepositoryURL(
-      URL::parse("http://two.example"),
-      [&](auto packages, auto) { two.set_value(packages.has_value()); });
-  ASSERT_TRUE(session_.waitForRequests(2));
-  session_.releaseAll();
-  EXPECT_TRUE(one.get_future().get());
-  EXPECT_FALSE(two.get_future().get());
+  FetchOutcome two;
+  const FetchOutcome one = outcomeOf([&](auto completionOfOne) {
+    two = outcomeOf([&](auto completionOfTwo) {
+      fetcher.fetchPackagesFromRepositoryURL(URL::parse("http://one.example"), completionOfOne);
+      fetcher.fetchPackagesFromRepositoryURL(URL::parse("http://two.example"), completionOfTwo);
+      ASSERT_TRUE(session_.waitForRequests(2));
+      session_.releaseAll();
+    });
+  });
+  EXPECT_TRUE(one.packages);
+  EXPECT_FALSE(two.packages);
 }
 
 }  // namespace
