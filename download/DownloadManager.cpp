@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <utility>
 
+#include "download/FailureTexts.h"
 #include "model/CrawlerLogger.h"
 #include "platform/Digest.h"
 #include "platform/Dispatch.h"
@@ -36,16 +37,14 @@ std::string folderOf(const std::string& path) {
   return folder.empty() ? "." : folder;
 }
 
-// Logs one line, `prefix` and what the error says of itself (or else `otherwise`), and completes.
-void fail(const DownloadManager::Completion& completion, Error error, std::string_view prefix,
-          std::string_view otherwise) {
-  const std::string_view text = error.description.empty() ? otherwise : error.description;
-  CrawlerLogger::logError(fmt::format("{}{}", prefix, text));
+void fail(const DownloadManager::Completion& completion, Error error, const std::string& text) {
+  CrawlerLogger::logError(text);
   completion(false, std::nullopt, std::move(error));
 }
 
 void failTransfer(const DownloadManager::Completion& completion, Error error) {
-  fail(completion, std::move(error), "Download failed: ", "Unknown error");
+  const std::string text = transferFailureText(error);
+  fail(completion, std::move(error), text);
 }
 
 std::optional<Error> sizeError(const PackageEntry& package, std::uint64_t actual) {
@@ -110,10 +109,10 @@ void DownloadManager::Attempt::start(const std::shared_ptr<Attempt>& attempt) {
 }
 
 void DownloadManager::Attempt::receive(TemporaryFile file) const {
-  if (std::optional<Error> error = file.moveTo(localPath)) {
-    fail(completion, std::move(*error), "Could not move downloaded file: ", "Unknown error");
-  } else if (std::optional<Error> mismatch = validationErrorForPackage(package, localPath)) {
-    fail(completion, std::move(*mismatch), "", "Downloaded file failed validation.");
+  if (const std::optional<Error> error = file.moveTo(localPath)) {
+    fail(completion, *error, moveFailureText(*error));
+  } else if (const std::optional<Error> mismatch = validationErrorForPackage(package, localPath)) {
+    fail(completion, *mismatch, validationFailureText(*mismatch));
   } else {
     completion(true, localPath, std::nullopt);
   }
@@ -126,8 +125,8 @@ void DownloadManager::downloadPackage(const PackageEntry& package,
                                       const std::optional<URL>& repositoryURL,
                                       const std::string& destinationPath, Completion completion) {
   if (package.filename().empty()) {
-    return fail(completion, managerError(kNoFilenameError, "Package has no Filename field."), "",
-                "");
+    const Error error = managerError(kNoFilenameError, "Package has no Filename field.");
+    return fail(completion, error, error.description);
   }
 
   const std::string name = localFilenameForPackage(package);
@@ -137,8 +136,8 @@ void DownloadManager::downloadPackage(const PackageEntry& package,
     return completion(true, localPath, std::nullopt);
   }
   if (!isFileName(name)) return failTransfer(completion, posixError(EINVAL));
-  if (std::optional<Error> error = createFolder(destinationPath)) {
-    return fail(completion, std::move(*error), "", "Could not create destination directory.");
+  if (const std::optional<Error> error = createFolder(destinationPath)) {
+    return fail(completion, *error, destinationFailureText(*error));
   }
 
   const std::optional<URL> url = URLForPackage(package, repositoryURL);

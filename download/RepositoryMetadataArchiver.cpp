@@ -6,6 +6,7 @@
 #include <mutex>
 #include <utility>
 
+#include "download/FailureTexts.h"
 #include "platform/DispatchGroup.h"
 #include "platform/File.h"
 #include "platform/SystemLog.h"
@@ -39,10 +40,7 @@ void RepositoryMetadataArchiver::archiveMetadataForRepositoryURL(
     const std::optional<URL>& repositoryURL, const std::string& destinationPath,
     Completion completion) const {
   if (const std::optional<Error> error = createFolder(destinationPath)) {
-    if (completion) {
-      completion({}, {error->description.empty() ? "Could not create metadata directory."
-                                                 : error->description});
-    }
+    if (completion) completion({}, {metadataFolderFailureText(*error)});
     return;
   }
 

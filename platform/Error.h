@@ -38,6 +38,9 @@ inline constexpr int kURLErrorServerCertificateUntrusted = -1202;
 // The error for an errno value, in the system's own words: domain kPOSIXErrorDomain.
 Error posixError(int errorNumber);
 
+// What the error says of itself; `otherwise` where it says nothing, or there is no error.
+std::string descriptionOr(const std::optional<Error>& error, std::string_view otherwise);
+
 // As an error stands in a system-log line: "Error Domain=D Code=C "description"", or "(null)".
 std::string describe(const std::optional<Error>& error);
 

@@ -34,7 +34,7 @@ Error installerError(int code, std::string description) {
 }
 
 void fail(const Completion& completion, std::optional<Error> error, std::string_view otherwise) {
-  CrawlerLogger::logError(error && !error->description.empty() ? error->description : otherwise);
+  CrawlerLogger::logError(descriptionOr(error, otherwise));
   if (completion) completion(std::nullopt, std::move(error));
 }
 
@@ -121,30 +121,30 @@ void Installer3RepositoryFetcher::fetchPackagesFromRepositoryURL(
   SystemLog::write("[Installer3] Fetching repository: {}", describe(repositoryURL));
   CrawlerLogger::logInfo(
       fmt::format("Fetching Installer 3 repository XML: {}", absoluteText(repositoryURL)));
-  session_->dataTask(uncachedRequest(repositoryURL), [self = *this, repositoryURL, retryCount,
-                                                      completion = std::move(completion)](
-                                                         const std::string& body,
-                                                         const std::optional<URLResponse>& response,
-                                                         std::optional<Error> error) {
-    constexpr const char* kLoadFailure = "Could not load Installer 3 repository.";
-    if (error && isWorthARetry(*error) && retryCount > 0) {
-      const std::string reason = error->description.empty() ? "Unknown error" : error->description;
-      SystemLog::write("[Installer3] Fetch failed ({}), retrying... attempts left={}", reason,
-                       retryCount);
-      CrawlerLogger::logWarning(fmt::format(
-          "Installer 3 fetch failed ({}). Retrying... attempts left: {}", reason, retryCount));
-      dispatchAfter(kRetryDelay, [self, repositoryURL, retryCount, completion] {
-        self.fetchPackagesFromRepositoryURL(repositoryURL, retryCount - 1, completion);
+  session_->dataTask(
+      uncachedRequest(repositoryURL),
+      [self = *this, repositoryURL, retryCount, completion = std::move(completion)](
+          const std::string& body, const std::optional<URLResponse>& response,
+          std::optional<Error> error) {
+        constexpr const char* kLoadFailure = "Could not load Installer 3 repository.";
+        if (error && isWorthARetry(*error) && retryCount > 0) {
+          const std::string reason = descriptionOr(error, "Unknown error");
+          SystemLog::write("[Installer3] Fetch failed ({}), retrying... attempts left={}", reason,
+                           retryCount);
+          CrawlerLogger::logWarning(fmt::format(
+              "Installer 3 fetch failed ({}). Retrying... attempts left: {}", reason, retryCount));
+          dispatchAfter(kRetryDelay, [self, repositoryURL, retryCount, completion] {
+            self.fetchPackagesFromRepositoryURL(repositoryURL, retryCount - 1, completion);
+          });
+          return;
+        }
+        if (error) return fail(completion, std::move(error), kLoadFailure);
+        const int status = response ? response->statusCode : 0;
+        if (status < 200 || status > 299 || body.empty()) {
+          return fail(completion, installerError(status, kLoadFailure), "");
+        }
+        readRepository(body, completion);
       });
-      return;
-    }
-    if (error) return fail(completion, std::move(error), kLoadFailure);
-    const int status = response ? response->statusCode : 0;
-    if (status < 200 || status > 299 || body.empty()) {
-      return fail(completion, installerError(status, kLoadFailure), "");
-    }
-    readRepository(body, completion);
-  });
 }
 
 std::string Installer3RepositoryFetcher::stringValue(const PropertyList* value) {

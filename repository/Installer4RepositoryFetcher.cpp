@@ -96,8 +96,7 @@ std::optional<PackageList> packagesInAnswer(std::string_view body, int status,
                                             std::string_view url) {
   if (error) {
     CrawlerLogger::logWarning(
-        fmt::format("Installer 4 index failed: {}",
-                    error->description.empty() ? "Unknown error" : error->description));
+        fmt::format("Installer 4 index failed: {}", descriptionOr(error, "Unknown error")));
     return std::nullopt;
   }
   if (status < 200 || status > 299 || body.empty()) return std::nullopt;

@@ -150,20 +150,22 @@ void RepositoryFetcher::tryInstaller4RepositoryURL(const std::optional<URL>& rep
       .fetchPackagesFromRepositoryURL(
           repositoryURL, [completion = std::move(completion)](std::optional<PackageList> packages,
                                                               std::optional<Error> error) {
-            if (packages && !packages->empty()) {
-              SystemLog::write("[Crawler] Installer 4 repository detected ({} packages)",
-                               packages->size());
-              CrawlerLogger::logSuccess(
-                  fmt::format("Installer 4 repository detected ({} packages)", packages->size()));
-              completion(std::move(packages), std::nullopt);
-              return;
-            }
-            if (!error) {
-              error = Error{std::string(kErrorDomain), 404, std::string(kNoSupportedFormat)};
-            }
-            CrawlerLogger::logError(error->description);
-            completion(std::nullopt, std::move(error));
+            endInstaller4Detection(std::move(packages), std::move(error), completion);
           });
+}
+
+void RepositoryFetcher::endInstaller4Detection(std::optional<PackageList> packages,
+                                               std::optional<Error> error,
+                                               const Completion& completion) {
+  if (packages && !packages->empty()) {
+    SystemLog::write("[Crawler] Installer 4 repository detected ({} packages)", packages->size());
+    CrawlerLogger::logSuccess(
+        fmt::format("Installer 4 repository detected ({} packages)", packages->size()));
+    return completion(std::move(packages), std::nullopt);
+  }
+  CrawlerLogger::logError(descriptionOr(error, kNoSupportedFormat));
+  if (!error) error = Error{std::string(kErrorDomain), 404, std::string(kNoSupportedFormat)};
+  completion(std::nullopt, std::move(error));
 }
 
 void RepositoryFetcher::tryCandidatePaths(std::shared_ptr<const std::vector<std::string>> paths,

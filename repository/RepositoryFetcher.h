@@ -60,6 +60,11 @@ class RepositoryFetcher {
   void tryInstaller4RepositoryURL(const std::optional<URL>& repositoryURL,
                                   Completion completion) const;
 
+  // The end of a look for an Installer 4 index, given what its reader found: reports and completes.
+  // Without packages and without an error, the error is "RepositoryFetcher" 404.
+  static void endInstaller4Detection(std::optional<PackageList> packages,
+                                     std::optional<Error> error, const Completion& completion);
+
   // Walks the candidates from `index` on, one request at a time, to the first one that downloads,
   // decodes and holds a package. Error "RepositoryFetcher" 404 when there is none.
   void tryCandidatePaths(std::shared_ptr<const std::vector<std::string>> paths, std::size_t index,

@@ -132,6 +132,31 @@ TEST_F(RepositoryFetcherDispatch, TheInstaller4EntryPassesTheReadersErrorOnAndLo
   EXPECT_EQ(messages[287], "error: No Installer 4 index plist found.");
 }
 
+// The reader of an Installer 4 index always finds packages or an error; these are the words for one
+// that does not.
+TEST_F(RepositoryFetcherDispatch, ADetectionWithoutPackagesOrErrorFindsNoSupportedFormat) {
+  const Error noFormat{"RepositoryFetcher", 404, "No supported repository format found."};
+  for (const auto& packages : {std::optional<RepositoryFetcher::PackageList>(),
+                               std::optional(RepositoryFetcher::PackageList())}) {
+    const LogRecorder log;
+    const FetchOutcome outcome = outcomeOf([&](auto completion) {
+      RepositoryFetcher::endInstaller4Detection(packages, std::nullopt, std::move(completion));
+    });
+    EXPECT_EQ(outcome.packages, std::nullopt);
+    EXPECT_EQ(outcome.error, noFormat);
+    EXPECT_THAT(log.reports(), ElementsAre("error: No supported repository format found."));
+  }
+}
+
+TEST_F(RepositoryFetcherDispatch, ADetectionPassesAnErrorWithoutWordsOnAndLogsWordsOfItsOwn) {
+  const Error silent{"Elsewhere", 7, ""};
+  const FetchOutcome outcome = outcomeOf([&](auto completion) {
+    RepositoryFetcher::endInstaller4Detection(std::nullopt, silent, std::move(completion));
+  });
+  EXPECT_EQ(outcome.error, silent);
+  EXPECT_THAT(log_.reports(), ElementsAre("error: No supported repository format found."));
+}
+
 TEST_F(RepositoryFetcherDispatch, TheInstaller3EntryReadsTheListAtTheURL) {
   session_.answer("http://repo.example", {.body = kInstallerIndex});
   EXPECT_THAT(fetch(kInstaller3).packages, Optional(SizeIs(2)));
