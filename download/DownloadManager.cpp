@@ -3,7 +3,6 @@
 
 #include <cerrno>
 #include <chrono>
-#include <filesystem>
 #include <utility>
 
 #include "download/FailureTexts.h"
@@ -21,20 +20,8 @@ namespace {
 
 constexpr auto kRetryDelay = std::chrono::seconds(2);
 
-URLSessionConfiguration sessionConfiguration() {
-  URLSessionConfiguration configuration;
-  configuration.timeoutIntervalForRequest = std::chrono::seconds(60);
-  configuration.timeoutIntervalForResource = std::chrono::seconds(300);
-  return configuration;
-}
-
 Error managerError(DownloadManagerError code, std::string description) {
   return {std::string(kDownloadManagerErrorDomain), code, std::move(description)};
-}
-
-std::string folderOf(const std::string& path) {
-  const std::string folder = std::filesystem::path(path).parent_path().string();
-  return folder.empty() ? "." : folder;
 }
 
 void fail(const DownloadManager::Completion& completion, Error error, const std::string& text) {
@@ -119,7 +106,8 @@ void DownloadManager::Attempt::receive(TemporaryFile file) const {
 }
 
 DownloadManager::DownloadManager(const URLSessionFactory& sessionFactory)
-    : session_(sessionFactory(sessionConfiguration())) {}
+    : session_(sessionFactory({.timeoutIntervalForRequest = std::chrono::seconds(60),
+                               .timeoutIntervalForResource = std::chrono::seconds(300)})) {}
 
 void DownloadManager::downloadPackage(const PackageEntry& package,
                                       const std::optional<URL>& repositoryURL,

@@ -20,14 +20,6 @@ Error installerError(int code, std::string description) {
   return {std::string(kInstaller4ErrorDomain), code, std::move(description)};
 }
 
-bool isSuccess(int status) {
-  return status >= 200 && status <= 299;
-}
-
-int statusOf(const std::optional<URLResponse>& response) {
-  return response ? response->statusCode : 0;
-}
-
 // An address is worth a second try when it is another one. No address at all is another one, too.
 bool isOtherAddress(const std::optional<URL>& fallbackURL, const std::optional<URL>& url) {
   return fallbackURL && fallbackURL != url;

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "download/RepositoryMetadataArchiver.h"
 
-#include <filesystem>
 #include <fmt/format.h>
 #include <mutex>
 #include <utility>
@@ -26,7 +25,7 @@ struct Outcome {
 
 bool save(TemporaryFile file, const std::optional<URLResponse>& response,
           const std::optional<Error>& error, const std::string& localPath) {
-  if (error || !response || response->statusCode < 200 || response->statusCode > 299) return false;
+  if (error || !isSuccess(statusOf(response))) return false;
   return !file.moveTo(localPath);
 }
 
@@ -48,7 +47,7 @@ void RepositoryMetadataArchiver::archiveMetadataForRepositoryURL(
   const DispatchGroup group;
   for (const std::string& path : candidatePaths()) {
     const std::string localPath = joinPath(destinationPath, path);
-    const std::string folder = std::filesystem::path(localPath).parent_path().string();
+    const std::string folder = folderOf(localPath);
     createFolder(folder);  // the move says what is wrong with it
     group.enter();
     session_->downloadTask({URLForCandidatePath(path, repositoryURL), {}}, folder,

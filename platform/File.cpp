@@ -41,6 +41,11 @@ std::optional<std::uint64_t> fileSize(const std::string& path) {
   return static_cast<std::uint64_t>(status->st_size);
 }
 
+std::string folderOf(const std::string& path) {
+  const std::string folder = std::filesystem::path(path).parent_path().string();
+  return folder.empty() ? "." : folder;
+}
+
 std::optional<Error> createFolder(const std::string& path) {
   if (!isUsablePath(path)) return posixError(EINVAL);
   std::error_code failure;

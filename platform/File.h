@@ -23,6 +23,9 @@ bool fileExists(const std::string& path);
 // Size in bytes of what stands at the path, links followed; no value when it cannot be read.
 std::optional<std::uint64_t> fileSize(const std::string& path);
 
+// The folder that the path stands in, "." for a bare name.
+std::string folderOf(const std::string& path);
+
 // Creates the folder with all missing intermediate folders. Success when it is there already.
 std::optional<Error> createFolder(const std::string& path);
 

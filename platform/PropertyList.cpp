@@ -85,6 +85,10 @@ std::optional<std::string> PropertyList::textForm() const {
   return std::nullopt;
 }
 
+std::string textFormOrNothing(const PropertyList* value) {
+  return value ? value->textForm().value_or("") : "";
+}
+
 PropertyListResult readPropertyList(std::string_view bytes) {
   try {
     return readAnyFormat(bytes);

@@ -61,6 +61,9 @@ struct PropertyList::Entry {
 inline constexpr std::string_view kPropertyListErrorDomain = "NSCocoaErrorDomain";
 inline constexpr int kPropertyListReadCorruptError = 3840;
 
+// The text form of a value, "" for one that is absent or has none.
+std::string textFormOrNothing(const PropertyList* value);
+
 struct PropertyListResult {
   std::optional<PropertyList> value;
   std::optional<Error> error;  // exactly when there is no value

@@ -35,10 +35,6 @@ bool isFolderItself(const std::string& path) {
   return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-std::string folderOf(const std::string& path) {
-  return path.substr(0, path.rfind('/') + 1);
-}
-
 }  // namespace
 
 TemporaryFile::TemporaryFile(TemporaryFile&& other) noexcept

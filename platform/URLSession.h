@@ -40,6 +40,15 @@ struct URLResponse {
   int statusCode = 0;
 };
 
+// 0 where no response arrived.
+inline int statusOf(const std::optional<URLResponse>& response) {
+  return response ? response->statusCode : 0;
+}
+
+inline bool isSuccess(int status) {
+  return status >= 200 && status <= 299;
+}
+
 // The request for an index: `url` with Cache-Control and Pragma set to no-cache.
 URLRequest uncachedRequest(std::optional<URL> url);
 

@@ -10,6 +10,7 @@
 #include "model/CrawlerLogger.h"
 #include "platform/Dispatch.h"
 #include "platform/SystemLog.h"
+#include "repository/InstallerItem.h"
 
 namespace tolvane {
 
@@ -21,13 +22,6 @@ constexpr int kNoPackagesError = 1001;
 
 using Completion = Installer3RepositoryFetcher::Completion;
 using PackageList = Installer3RepositoryFetcher::PackageList;
-
-URLSessionConfiguration sessionConfiguration() {
-  URLSessionConfiguration configuration;
-  configuration.timeoutIntervalForRequest = std::chrono::seconds(60);
-  configuration.timeoutIntervalForResource = std::chrono::seconds(120);
-  return configuration;
-}
 
 Error installerError(int code, std::string description) {
   return {"Installer3", code, std::move(description)};
@@ -44,28 +38,18 @@ bool isWorthARetry(const Error& error) {
 
 // No value for an item that names no package.
 std::optional<PackageEntry> packageEntry(const PropertyList& item) {
-  const PropertyList::Dictionary* dictionary = item.dictionary();
-  if (!dictionary) return std::nullopt;
-  const auto text = [dictionary](std::string_view key) {
-    return Installer3RepositoryFetcher::stringValue(dictionary->find(key));
-  };
-  std::string identifier = text("bundleIdentifier");
-  std::string name = text("name");
-  if (identifier.empty() && name.empty()) return std::nullopt;
-  if (identifier.empty()) identifier = name;
-  if (name.empty()) name = identifier;
-
-  PackageEntry::Dictionary fields;
-  fields.emplace("Package", std::move(identifier));
-  fields.emplace("Name", std::move(name));
-  fields.emplace("Version", text("version"));
-  fields.emplace("Architecture", "installer3");
-  fields.emplace("Description", text("description"));
-  fields.emplace("Section", text("category"));
-  fields.emplace("Filename", text("location"));
-  fields.emplace("Size", text("size"));
-  fields.emplace("Author", text("maintainer"));
-  PackageEntry entry(fields);
+  std::optional<PackageEntry::Dictionary> fields =
+      fieldsOfInstallerItem(item, "bundleIdentifier",
+                            {{"version", "Version"},
+                             {"description", "Description"},
+                             {"category", "Section"},
+                             {"location", "Filename"},
+                             {"size", "Size"},
+                             // The author on purpose, not the maintainer.
+                             {"maintainer", "Author"}});
+  if (!fields) return std::nullopt;
+  fields->emplace("Architecture", "installer3");
+  PackageEntry entry(*fields);
   entry.setInstaller3Package(true);
   entry.setDownloadURL(entry.filename());
   return entry;
@@ -91,8 +75,7 @@ void readRepository(std::string_view body, const Completion& completion) {
     return fail(completion, std::move(result.error),
                 "Installer 3 repository could not be parsed as a plist.");
   }
-  const PropertyList* packages = root->find("packages");
-  const PropertyList::List* items = packages ? packages->list() : nullptr;
+  const PropertyList::List* items = itemsOfInstallerList(*root);
   if (!items) {
     return fail(
         completion,
@@ -109,7 +92,8 @@ void readRepository(std::string_view body, const Completion& completion) {
 }  // namespace
 
 Installer3RepositoryFetcher::Installer3RepositoryFetcher(const URLSessionFactory& sessionFactory)
-    : session_(sessionFactory(sessionConfiguration())) {}
+    : session_(sessionFactory({.timeoutIntervalForRequest = std::chrono::seconds(60),
+                               .timeoutIntervalForResource = std::chrono::seconds(120)})) {}
 
 void Installer3RepositoryFetcher::fetchPackagesFromRepositoryURL(
     const std::optional<URL>& repositoryURL, Completion completion) const {
@@ -139,8 +123,8 @@ void Installer3RepositoryFetcher::fetchPackagesFromRepositoryURL(
           return;
         }
         if (error) return fail(completion, std::move(error), kLoadFailure);
-        const int status = response ? response->statusCode : 0;
-        if (status < 200 || status > 299 || body.empty()) {
+        const int status = statusOf(response);
+        if (!isSuccess(status) || body.empty()) {
           return fail(completion, installerError(status, kLoadFailure), "");
         }
         readRepository(body, completion);
@@ -148,7 +132,7 @@ void Installer3RepositoryFetcher::fetchPackagesFromRepositoryURL(
 }
 
 std::string Installer3RepositoryFetcher::stringValue(const PropertyList* value) {
-  return value ? value->textForm().value_or("") : "";
+  return textFormOrNothing(value);
 }
 
 }  // namespace tolvane

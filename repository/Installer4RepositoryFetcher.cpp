@@ -8,19 +8,13 @@
 
 #include "model/CrawlerLogger.h"
 #include "platform/SystemLog.h"
+#include "repository/InstallerItem.h"
 
 namespace tolvane {
 
 namespace {
 
 using PackageList = Installer4RepositoryFetcher::PackageList;
-
-URLSessionConfiguration sessionConfiguration() {
-  URLSessionConfiguration configuration;
-  configuration.timeoutIntervalForRequest = std::chrono::seconds(30);
-  configuration.timeoutIntervalForResource = std::chrono::seconds(60);
-  return configuration;
-}
 
 void addCandidatePathsIn(std::string_view folder, std::vector<std::string>& paths) {
   paths.push_back(fmt::format("{}index.plist", folder));
@@ -36,27 +30,17 @@ PackageList packageEntries(const PropertyList::List& items) {
   PackageList list;
   list.reserve(items.size());
   for (const PropertyList& item : items) {
-    const PropertyList::Dictionary* dictionary = item.dictionary();
-    if (!dictionary) continue;
-    const auto text = [dictionary](std::string_view key) {
-      return Installer4RepositoryFetcher::stringValueFromObject(dictionary->find(key));
-    };
-    std::string identifier = text("identifier");
-    std::string name = text("name");
-    if (identifier.empty() && name.empty()) continue;
-    if (identifier.empty()) identifier = name;
-    if (name.empty()) name = identifier;
-
-    PackageEntry::Dictionary fields;
-    fields.emplace("Package", std::move(identifier));
-    fields.emplace("Name", std::move(name));
-    fields.emplace("Version", text("version"));
-    fields.emplace("Architecture", "installer4");
-    fields.emplace("Description", text("description"));
-    fields.emplace("Section", text("category"));
-    fields.emplace("Filename", text("url"));
-    fields.emplace("Depiction", text("icon"));
-    PackageEntry& entry = list.emplace_back(fields);
+    std::optional<PackageEntry::Dictionary> fields =
+        fieldsOfInstallerItem(item, "identifier",
+                              {{"version", "Version"},
+                               {"description", "Description"},
+                               {"category", "Section"},
+                               {"url", "Filename"},
+                               // The field of a page, on purpose; there is none for an icon.
+                               {"icon", "Depiction"}});
+    if (!fields) continue;
+    fields->emplace("Architecture", "installer4");
+    PackageEntry& entry = list.emplace_back(*fields);
     entry.setInstaller4Package(true);
     entry.setPackageInfoURL(entry.filename());
   }
@@ -73,8 +57,7 @@ std::optional<PackageList> packagesInIndex(std::string_view body,
     CrawlerLogger::logWarning(fmt::format("Installer 4 index could not be parsed: {}", url));
     return std::nullopt;
   }
-  const PropertyList* packages = root->find("packages");
-  const PropertyList::List* items = packages ? packages->list() : nullptr;
+  const PropertyList::List* items = itemsOfInstallerList(*root);
   if (!items) {
     CrawlerLogger::logWarning(fmt::format("Installer 4 index contains no packages array: {}", url));
     return std::nullopt;
@@ -99,7 +82,7 @@ std::optional<PackageList> packagesInAnswer(std::string_view body, int status,
         fmt::format("Installer 4 index failed: {}", descriptionOr(error, "Unknown error")));
     return std::nullopt;
   }
-  if (status < 200 || status > 299 || body.empty()) return std::nullopt;
+  if (!isSuccess(status) || body.empty()) return std::nullopt;
   return packagesInIndex(body, repositoryURL, url);
 }
 
@@ -114,7 +97,8 @@ void reportSuccess(const PackageList& list, std::string_view url) {
 }  // namespace
 
 Installer4RepositoryFetcher::Installer4RepositoryFetcher(const URLSessionFactory& sessionFactory)
-    : session_(sessionFactory(sessionConfiguration())) {}
+    : session_(sessionFactory({.timeoutIntervalForRequest = std::chrono::seconds(30),
+                               .timeoutIntervalForResource = std::chrono::seconds(60)})) {}
 
 void Installer4RepositoryFetcher::fetchPackagesFromRepositoryURL(
     const std::optional<URL>& repositoryURL, Completion completion) const {
@@ -150,7 +134,7 @@ void Installer4RepositoryFetcher::tryIndexCandidatePaths(Paths paths, std::size_
                              completion = std::move(completion)](
                                 const std::string& body, const std::optional<URLResponse>& response,
                                 const std::optional<Error>& error) {
-        const int status = response ? response->statusCode : 0;
+        const int status = statusOf(response);
         SystemLog::write("[Installer4] Response for {} -> status={} error={} bytes={}",
                          describe(url), status, describe(error), body.size());
         std::optional<PackageList> list =
@@ -171,7 +155,7 @@ PackageList Installer4RepositoryFetcher::packageEntriesFromInstaller4PackagesArr
 }
 
 std::string Installer4RepositoryFetcher::stringValueFromObject(const PropertyList* value) {
-  return value ? value->textForm().value_or("") : "";
+  return textFormOrNothing(value);
 }
 
 std::optional<URL> Installer4RepositoryFetcher::URLForCandidatePath(

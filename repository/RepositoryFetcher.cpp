@@ -56,7 +56,7 @@ struct Answer {
 bool isCandidate(const Answer& answer, const std::optional<URL>& url) {
   SystemLog::write("[Crawler] Response for {} -> status={} error={} bytes={}", describe(url),
                    answer.status, describe(answer.error), answer.body.size());
-  if (answer.status < 200 || answer.status > 299) return false;
+  if (!isSuccess(answer.status)) return false;
   SystemLog::write("[Crawler] Candidate exists: {}", describe(url));
   CrawlerLogger::logSuccess(fmt::format("Package index found: {}", absoluteText(url)));
   if (exceedsMaximumLength(answer.error)) return true;
@@ -189,7 +189,7 @@ void RepositoryFetcher::tryCandidatePaths(std::shared_ptr<const std::vector<std:
       uncachedRequest(url),
       [fetcher = *this, paths, index, repositoryURL, fallbackToInstaller4, completion, url](
           std::string body, std::optional<URLResponse> response, std::optional<Error> error) {
-        Answer answer{std::move(body), response ? response->statusCode : 0, std::move(error)};
+        Answer answer{std::move(body), statusOf(response), std::move(error)};
         std::optional<PackageList> packages;
         if (isCandidate(answer, url)) {
           packages = readCandidate(std::move(answer), (*paths)[index], absoluteText(url));
@@ -214,10 +214,8 @@ std::optional<URL> RepositoryFetcher::URLForCandidatePath(std::string_view path,
 }
 
 std::shared_ptr<URLSession> RepositoryFetcher::freshSession() const {
-  URLSessionConfiguration configuration;
-  configuration.timeoutIntervalForRequest = std::chrono::seconds(30);
-  configuration.timeoutIntervalForResource = std::chrono::seconds(60);
-  return sessionFactory_(configuration);
+  return sessionFactory_({.timeoutIntervalForRequest = std::chrono::seconds(30),
+                          .timeoutIntervalForResource = std::chrono::seconds(60)});
 }
 
 std::optional<std::string> RepositoryFetcher::stringFromTextData(std::string bytes) {

@@ -61,6 +61,12 @@ TEST(File, AnEmptyPathAndOneWithNulNameNothing) {
   }
 }
 
+TEST(File, ItsFolderIsWhatStandsBeforeItsName) {
+  EXPECT_EQ(folderOf("a/b/c"), "a/b");
+  EXPECT_EQ(folderOf("/a"), "/");
+  EXPECT_EQ(folderOf("a"), ".");
+}
+
 TEST(File, AFolderIsCreatedWithAllAboveIt) {
   const TemporaryFolder folder;
   EXPECT_EQ(createFolder(folder.path("a/b/c/")), std::nullopt);
