@@ -155,7 +155,7 @@ std::vector<URLSessionConfiguration> ScriptedURLSession::configurations() const 
 void ScriptedURLSession::dataTask(URLRequest request, DataCompletion completion) {
   ScriptedAnswer answer = script_->take(request, ScriptedRequest::Kind::data, "");
   script_->deliver(queue_, [answer = std::move(answer), completion = std::move(completion)] {
-    completion(answer.body, responseOf(answer), answer.error);
+    completion(answer.error ? "" : answer.body, responseOf(answer), answer.error);
   });
 }
 
