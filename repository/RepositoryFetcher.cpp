@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "repository/RepositoryFetcher.h"
 
+#include <algorithm>
+#include <array>
 #include <chrono>
 #include <fmt/format.h>
 #include <new>
@@ -33,6 +35,26 @@ std::vector<std::string> makeCandidatePaths() {
     }
   }
   return paths;
+}
+
+// What a choice means.
+struct Kind {
+  std::string_view choice;
+  void (RepositoryFetcher::*fetch)(const std::optional<URL>&, RepositoryFetcher::Completion) const;
+  std::string_view archiveType;
+};
+
+constexpr std::array<Kind, 4> kKinds{{
+    {kAPTChoice, &RepositoryFetcher::fetchPackagesFromRepositoryURL, "APT"},
+    {kAutoDetectChoice, &RepositoryFetcher::fetchPackagesWithAutoDetectionFromRepositoryURL, "APT"},
+    {kInstaller4Choice, &RepositoryFetcher::fetchInstaller4PackagesFromRepositoryURL, "Installer4"},
+    {kInstaller3Choice, &RepositoryFetcher::fetchInstaller3PackagesFromRepositoryURL, "Installer3"},
+}};
+
+const Kind& kindOfChoice(std::string_view choice) {
+  const auto* const found = std::find_if(
+      kKinds.begin(), kKinds.end(), [choice](const Kind& kind) { return kind.choice == choice; });
+  return found == kKinds.end() ? kKinds.front() : *found;
 }
 
 bool exceedsMaximumLength(const std::optional<Error>& error) {
@@ -100,15 +122,11 @@ RepositoryFetcher::RepositoryFetcher(URLSessionFactory sessionFactory)
 void RepositoryFetcher::fetchPackagesOfChosenKind(std::string_view choice,
                                                   const std::optional<URL>& repositoryURL,
                                                   Completion completion) const {
-  if (choice == kAutoDetectChoice) {
-    fetchPackagesWithAutoDetectionFromRepositoryURL(repositoryURL, std::move(completion));
-  } else if (choice == kInstaller4Choice) {
-    fetchInstaller4PackagesFromRepositoryURL(repositoryURL, std::move(completion));
-  } else if (choice == kInstaller3Choice) {
-    fetchInstaller3PackagesFromRepositoryURL(repositoryURL, std::move(completion));
-  } else {
-    fetchPackagesFromRepositoryURL(repositoryURL, std::move(completion));
-  }
+  (this->*kindOfChoice(choice).fetch)(repositoryURL, std::move(completion));
+}
+
+std::string_view RepositoryFetcher::archiveTypeOfChoice(std::string_view choice) {
+  return kindOfChoice(choice).archiveType;
 }
 
 void RepositoryFetcher::fetchPackagesFromRepositoryURL(const std::optional<URL>& repositoryURL,

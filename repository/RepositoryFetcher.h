@@ -38,6 +38,10 @@ class RepositoryFetcher {
   void fetchPackagesOfChosenKind(std::string_view choice, const std::optional<URL>& repositoryURL,
                                  Completion completion) const;
 
+  // The kind as a central archive is told it: "APT", "Installer4" or "Installer3". It follows the
+  // choice, not what the repository turns out to be, so automatic detection counts as APT.
+  static std::string_view archiveTypeOfChoice(std::string_view choice);
+
   // APT only; error "RepositoryFetcher" 404 when no index is found.
   void fetchPackagesFromRepositoryURL(const std::optional<URL>& repositoryURL,
                                       Completion completion) const;

@@ -225,6 +225,16 @@ TEST_F(RepositoryFetcherDispatch, AChoiceStartsTheFetchThatItNames) {
   }
 }
 
+TEST_F(RepositoryFetcherDispatch, AnArchiveIsToldTheChoiceAndNotWhatWasDetected) {
+  EXPECT_EQ(RepositoryFetcher::archiveTypeOfChoice("Cydia / APT"), "APT");
+  EXPECT_EQ(RepositoryFetcher::archiveTypeOfChoice("Auto-detect"), "APT");
+  EXPECT_EQ(RepositoryFetcher::archiveTypeOfChoice("Installer 4"), "Installer4");
+  EXPECT_EQ(RepositoryFetcher::archiveTypeOfChoice("Installer 3"), "Installer3");
+  for (const char* unknown : {"", "installer 3", "Installer 5"}) {
+    EXPECT_EQ(RepositoryFetcher::archiveTypeOfChoice(unknown), "APT") << unknown;
+  }
+}
+
 TEST_F(RepositoryFetcherDispatch, EachFetchHasAnInstallerFetcherOfItsOwn) {
   const RepositoryFetcher fetcher(session_.factory());
   EXPECT_THAT(session_.configurations(), IsEmpty());
