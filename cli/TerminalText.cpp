@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "cli/TerminalText.h"
 
-#include <cstdint>
+#include <algorithm>
 #include <unicode/uchar.h>
 #include <unicode/utf8.h>
 
@@ -10,6 +10,12 @@ namespace tolvane {
 namespace {
 
 constexpr std::string_view kReplacement = "\uFFFD";
+
+// Nearly every text there is: nothing in it needs a closer look.
+bool isPrintableASCII(std::string_view text) {
+  return std::all_of(text.begin(), text.end(),
+                     [](char byte) { return byte >= ' ' && byte <= '~'; });
+}
 
 // Reads the character at `position` and steps over it; negative where the bytes are not UTF-8.
 UChar32 nextCharacter(std::string_view text, std::size_t& position) {
@@ -31,6 +37,7 @@ std::size_t cells(UChar32 character) {
 }  // namespace
 
 std::string printable(std::string_view text) {
+  if (isPrintableASCII(text)) return std::string(text);
   std::string result;
   result.reserve(text.size());
   for (std::size_t position = 0; position < text.size();) {
@@ -48,6 +55,7 @@ std::string printable(std::string_view text) {
 }
 
 std::size_t displayWidth(std::string_view text) {
+  if (isPrintableASCII(text)) return text.size();
   std::size_t width = 0;
   for (std::size_t position = 0; position < text.size();) {
     width += cells(nextCharacter(text, position));
