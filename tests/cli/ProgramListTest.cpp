@@ -4,11 +4,11 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/ExitStatus.h"
-#include "tests/cli/Compression.h"
 #include "tests/cli/Program.h"
 #include "tests/cli/SampleIndex.h"
 #include "tests/support/LoopbackHandlers.h"
 #include "tests/support/LoopbackServer.h"
+#include "tests/support/Payloads.h"
 
 namespace tolvane {
 namespace {

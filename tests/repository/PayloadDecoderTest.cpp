@@ -3,7 +3,7 @@
 
 #include "repository/PayloadDecoder.h"
 #include "tests/repository/LittleMemory.h"
-#include "tests/repository/Payloads.h"
+#include "tests/support/Payloads.h"
 
 namespace tolvane {
 namespace {
@@ -40,8 +40,8 @@ class EachFormat : public testing::TestWithParam<Format> {};
 using EachFormatDeathTest = EachFormat;
 
 const auto kFormats =
-    testing::Values(Format{"Gzip", packGzip, unpackGzip}, Format{"Bzip2", packBzip2, unpackBzip2},
-                    Format{"XZ", packXZ, unpackXZ});
+    testing::Values(Format{"Gzip", gzipped, unpackGzip}, Format{"Bzip2", bzip2ed, unpackBzip2},
+                    Format{"XZ", xzed, unpackXZ});
 const auto kFormatName = [](const auto& test) { return test.param.name; };
 
 INSTANTIATE_TEST_SUITE_P(PayloadDecoder, EachFormat, kFormats, kFormatName);
@@ -153,11 +153,17 @@ TEST_P(EachFormatDeathTest, WithoutMemoryForTheOutputThereIsNothing) {
 }
 
 TEST(PayloadDecoder, AZlibWrappedPayloadYieldsNothing) {
-  EXPECT_EQ(unpackGzip(packZlib("text")), std::nullopt);
+  EXPECT_EQ(unpackGzip(zlibWrapped("text")), std::nullopt);
 }
 
 TEST(PayloadDecoder, BareDeflateDataYieldsNothing) {
-  EXPECT_EQ(unpackGzip(packDeflate("text")), std::nullopt);
+  EXPECT_EQ(unpackGzip(bareDeflated("text")), std::nullopt);
+}
+
+TEST(PayloadDecoder, AnXZPayloadMayAskForADictionaryOf64MiB) {
+  std::string text;
+  for (int i = 0; i < 20'000; ++i) text += "Package: " + std::to_string(i) + "\n";
+  EXPECT_TRUE(unpackXZ(xzedAtItsBest(text)) == text);
 }
 
 TEST(PayloadDecoder, MoreThanAGibibyteIsNotUnpacked) {

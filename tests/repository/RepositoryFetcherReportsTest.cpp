@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "tests/repository/Payloads.h"
 #include "tests/repository/RepositoryFetcherTest.h"
+#include "tests/support/Payloads.h"
 
 namespace tolvane {
 namespace {
@@ -47,7 +47,7 @@ TEST_F(RepositoryFetcherReports, AWalkInVainIsReportedCandidateByCandidate) {
 
 TEST_F(RepositoryFetcherReports, AnEmptyBodyIsReportedAsFoundAndThenPassedOverSilently) {
   session_.answer("http://repo.example/Packages", {.body = ""});
-  session_.answer("http://repo.example/Packages.gz", {.body = packGzip(kIndex)});
+  session_.answer("http://repo.example/Packages.gz", {.body = gzipped(kIndex)});
   EXPECT_TRUE(fetch("http://repo.example").packages);
   EXPECT_THAT(
       log_.messages(),

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tests/repository/RepositoryFetcherTest.h"
 
-#include "tests/repository/Payloads.h"
+#include "tests/support/Payloads.h"
 
 namespace tolvane {
 namespace {
@@ -53,7 +53,7 @@ TEST_F(RepositoryFetcherTest, AGoodFirstCandidateEndsTheWalkWithItsPackages) {
 
 TEST_F(RepositoryFetcherTest, StanzasThatAllLackFilenameSendTheWalkOn) {
   session_.answer("http://repo.example/Packages", {.body = "Package: a\n\nPackage: b\n"});
-  session_.answer("http://repo.example/Packages.gz", {.body = packGzip(kIndex)});
+  session_.answer("http://repo.example/Packages.gz", {.body = gzipped(kIndex)});
   EXPECT_TRUE(fetch("http://repo.example").packages);
   EXPECT_THAT(session_.requestedURLs(),
               ElementsAre("http://repo.example/Packages", "http://repo.example/Packages.gz"));
@@ -66,9 +66,9 @@ TEST_F(RepositoryFetcherTest, APlainTextUnderThePackedNameIsPassedOver) {
 }
 
 TEST_F(RepositoryFetcherTest, EachPackingIsUnpackedByItsPathsEnding) {
-  session_.answer("http://repo.example/a.gz", {.body = packGzip(kIndex)});
-  session_.answer("http://repo.example/a.bz2", {.body = packBzip2(kIndex)});
-  session_.answer("http://repo.example/a.xz", {.body = packXZ(kIndex)});
+  session_.answer("http://repo.example/a.gz", {.body = gzipped(kIndex)});
+  session_.answer("http://repo.example/a.bz2", {.body = bzip2ed(kIndex)});
+  session_.answer("http://repo.example/a.xz", {.body = xzed(kIndex)});
   for (const char* path : {"a.gz", "a.bz2", "a.xz"}) EXPECT_TRUE(walk({path}).packages) << path;
 }
 
@@ -94,7 +94,7 @@ TEST_F(RepositoryFetcherTest, TheLastTransportErrorIsNotPassedOn) {
 
 TEST_F(RepositoryFetcherTest, AnIndexInADistributionFolderIsFoundOnTheEleventhCandidate) {
   const std::string url = "http://repo.example/dists/stable/main/binary-iphoneos-arm/Packages.bz2";
-  session_.answer(url, {.body = packBzip2(kIndex)});
+  session_.answer(url, {.body = bzip2ed(kIndex)});
   EXPECT_TRUE(fetch("http://repo.example").packages);
   std::vector<std::string> first = allCandidates();
   first.resize(11);

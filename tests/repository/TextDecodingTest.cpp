@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "repository/RepositoryFetcher.h"
 #include "tests/repository/LittleMemory.h"
-#include "tests/repository/Payloads.h"
+#include "tests/support/Payloads.h"
 
 namespace tolvane {
 namespace {
@@ -49,9 +49,9 @@ TEST(TextDecoding, ValidTextIsHandedThroughWithoutACopy) {
 }
 
 TEST(TextDecoding, UnpackedBytesAreDecodedToo) {
-  EXPECT_THAT(RepositoryFetcher::stringFromGzipData(packGzip("\xE9")), Optional(Eq("\u00E9")));
-  EXPECT_THAT(RepositoryFetcher::stringFromBzip2Data(packBzip2("\xE9")), Optional(Eq("\u00E9")));
-  EXPECT_THAT(RepositoryFetcher::stringFromXZData(packXZ("\xE9")), Optional(Eq("\u00E9")));
+  EXPECT_THAT(RepositoryFetcher::stringFromGzipData(gzipped("\xE9")), Optional(Eq("\u00E9")));
+  EXPECT_THAT(RepositoryFetcher::stringFromBzip2Data(bzip2ed("\xE9")), Optional(Eq("\u00E9")));
+  EXPECT_THAT(RepositoryFetcher::stringFromXZData(xzed("\xE9")), Optional(Eq("\u00E9")));
 }
 
 TEST(TextDecoding, AnEmptyBodyUnpacksToNothing) {
@@ -61,9 +61,9 @@ TEST(TextDecoding, AnEmptyBodyUnpacksToNothing) {
 }
 
 TEST(TextDecoding, ThePathsEndingChoosesTheDecoder) {
-  EXPECT_THAT(RepositoryFetcher::stringFromData(packGzip("text"), "a.gz"), Optional(Eq("text")));
-  EXPECT_THAT(RepositoryFetcher::stringFromData(packBzip2("text"), "a.bz2"), Optional(Eq("text")));
-  EXPECT_THAT(RepositoryFetcher::stringFromData(packXZ("text"), "a.xz"), Optional(Eq("text")));
+  EXPECT_THAT(RepositoryFetcher::stringFromData(gzipped("text"), "a.gz"), Optional(Eq("text")));
+  EXPECT_THAT(RepositoryFetcher::stringFromData(bzip2ed("text"), "a.bz2"), Optional(Eq("text")));
+  EXPECT_THAT(RepositoryFetcher::stringFromData(xzed("text"), "a.xz"), Optional(Eq("text")));
   for (const char* path : {"Packages", "a.GZ", "a.gz.txt", "agz", ""}) {
     EXPECT_THAT(RepositoryFetcher::stringFromData("text", path), Optional(Eq("text"))) << path;
   }
@@ -73,8 +73,8 @@ TEST(TextDecoding, TheBytesThemselvesDoNotChooseIt) {
   for (const char* path : {"a.gz", "a.bz2", "a.xz"}) {
     EXPECT_EQ(RepositoryFetcher::stringFromData("text", path), std::nullopt) << path;
   }
-  EXPECT_EQ(RepositoryFetcher::stringFromData(packGzip("text"), "a.xz"), std::nullopt);
-  EXPECT_NE(RepositoryFetcher::stringFromData(packGzip("text"), "Packages"), "text");
+  EXPECT_EQ(RepositoryFetcher::stringFromData(gzipped("text"), "a.xz"), std::nullopt);
+  EXPECT_NE(RepositoryFetcher::stringFromData(gzipped("text"), "Packages"), "text");
 }
 
 TEST(TextDecodingDeathTest, WithoutMemoryForTheTextThereIsNothing) {

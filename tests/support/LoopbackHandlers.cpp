@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <fmt/format.h>
 #include <memory>
-#include <zlib.h>
 
 namespace tolvane {
 
@@ -44,21 +43,6 @@ LoopbackHandler respondChunked(std::vector<std::string> chunks) {
 
 LoopbackHandler respondGzipped(std::string_view body) {
   return respond(200, gzipped(body), {{"Content-Encoding", "gzip"}});
-}
-
-std::string gzipped(std::string_view bytes) {
-  constexpr int kGzipWindow = 15 + 16;
-  z_stream stream{};
-  deflateInit2(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, kGzipWindow, 8, Z_DEFAULT_STRATEGY);
-  std::string result(deflateBound(&stream, bytes.size()), '\0');
-  stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(bytes.data()));
-  stream.avail_in = static_cast<uInt>(bytes.size());
-  stream.next_out = reinterpret_cast<Bytef*>(result.data());
-  stream.avail_out = static_cast<uInt>(result.size());
-  deflate(&stream, Z_FINISH);
-  result.resize(stream.total_out);
-  deflateEnd(&stream);
-  return result;
 }
 
 LoopbackHandler redirect(std::string location, int status, std::string body) {

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "tests/support/LoopbackServer.h"
+#include "tests/support/Payloads.h"
 
 namespace tolvane {
 
@@ -26,7 +27,6 @@ LoopbackHandler respondChunked(std::vector<std::string> chunks);
 
 // The body in gzip, said so by Content-Encoding.
 LoopbackHandler respondGzipped(std::string_view body);
-std::string gzipped(std::string_view bytes);
 
 LoopbackHandler redirect(std::string location, int status = 302, std::string body = "");
 

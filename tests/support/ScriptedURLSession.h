@@ -16,7 +16,7 @@ namespace tolvane {
 
 // What a scripted session gives for one request.
 struct ScriptedAnswer {
-  int status = 200;  // 0: no answer arrived, only the error did
+  int status = 200;       // 0: no answer arrived, only the error did
   std::string body = {};  // as on a real session, nothing of it is handed over beside an error
   std::optional<Error> error = {};
 };

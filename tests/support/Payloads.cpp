@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
-#include "tests/repository/Payloads.h"
+#include "tests/support/Payloads.h"
 
 #include <bzlib.h>
+#include <cstdint>
 #include <lzma.h>
 #include <stdexcept>
 #include <zlib.h>
@@ -49,19 +50,30 @@ std::string littleEndian(unsigned long value) {
   return bytes;
 }
 
+std::string xzedWithPreset(std::string_view bytes, std::uint32_t preset) {
+  std::string output(lzma_stream_buffer_bound(bytes.size()), '\0');
+  std::size_t size = 0;
+  require(lzma_easy_buffer_encode(preset, LZMA_CHECK_CRC64, nullptr,
+                                  reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size(),
+                                  reinterpret_cast<uint8_t*>(output.data()), &size,
+                                  output.size()) == LZMA_OK);
+  output.resize(size);
+  return output;
+}
+
 }  // namespace
 
-std::string packGzip(std::string_view bytes) {
+std::string gzipped(std::string_view bytes) {
   return packWithWindow(bytes, kGzipWindow);
 }
-std::string packZlib(std::string_view bytes) {
+std::string zlibWrapped(std::string_view bytes) {
   return packWithWindow(bytes, kZlibWindow);
 }
-std::string packDeflate(std::string_view bytes) {
+std::string bareDeflated(std::string_view bytes) {
   return packWithWindow(bytes, kDeflateWindow);
 }
 
-std::string packBzip2(std::string_view bytes) {
+std::string bzip2ed(std::string_view bytes) {
   std::string output(bytes.size() + bytes.size() / 50 + 1000, '\0');
   auto size = static_cast<unsigned>(output.size());
   require(BZ2_bzBuffToBuffCompress(output.data(), &size, const_cast<char*>(bytes.data()),
@@ -70,15 +82,12 @@ std::string packBzip2(std::string_view bytes) {
   return output;
 }
 
-std::string packXZ(std::string_view bytes) {
-  std::string output(lzma_stream_buffer_bound(bytes.size()), '\0');
-  std::size_t size = 0;
-  require(lzma_easy_buffer_encode(1, LZMA_CHECK_CRC64, nullptr,
-                                  reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size(),
-                                  reinterpret_cast<uint8_t*>(output.data()), &size,
-                                  output.size()) == LZMA_OK);
-  output.resize(size);
-  return output;
+std::string xzed(std::string_view bytes) {
+  return xzedWithPreset(bytes, 1);
+}
+
+std::string xzedAtItsBest(std::string_view bytes) {
+  return xzedWithPreset(bytes, 9);
 }
 
 std::string gzipOfZeros(std::size_t mebibytes) {

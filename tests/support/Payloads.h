@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace tolvane {
+
+// Payloads as servers store them.
+std::string gzipped(std::string_view bytes);
+std::string zlibWrapped(std::string_view bytes);   // RFC 1950
+std::string bareDeflated(std::string_view bytes);  // RFC 1951
+std::string bzip2ed(std::string_view bytes);
+std::string xzed(std::string_view bytes);
+std::string xzedAtItsBest(std::string_view bytes);  // for a dictionary of 64 MiB
+
+// A gzip member that unpacks to `mebibytes` MiB of zeros, made in no time.
+std::string gzipOfZeros(std::size_t mebibytes);
+
+}  // namespace tolvane
