@@ -124,6 +124,25 @@ TEST_F(Installer3Packages, AnyOtherValueHasTheEmptyTextForm) {
   EXPECT_EQ(formOf(PropertyList::Data{"a"}), "");
 }
 
+TEST_F(Installer3Packages, EveryKeyMayHoldANumber) {
+  const PackageEntry package = fetchOne(
+      "<plist><dict><key>packages</key><array><dict>"
+      "<key>bundleIdentifier</key><integer>1</integer><key>name</key><integer>2</integer>"
+      "<key>version</key><real>3.5</real><key>description</key><integer>4</integer>"
+      "<key>category</key><true/><key>location</key><integer>-6</integer>"
+      "<key>size</key><integer>7</integer><key>maintainer</key><integer>8</integer>"
+      "</dict></array></dict></plist>");
+  EXPECT_EQ(package.packageName(), "1");
+  EXPECT_EQ(package.displayName(), "2");
+  EXPECT_EQ(package.version(), "3.5");
+  EXPECT_EQ(package.packageDescription(), "4");
+  EXPECT_EQ(package.section(), "1");
+  EXPECT_EQ(package.filename(), "-6");
+  EXPECT_EQ(package.downloadURL(), "-6");
+  EXPECT_EQ(package.size(), "7");
+  EXPECT_EQ(package.author(), "8");
+}
+
 TEST_F(Installer3Packages, NumbersBecomeTheSameTextsInEveryFormat) {
   const auto text = [](const std::string& characters) {
     return "\x5F\x10" + bigEndian(characters.size(), 1) + characters;

@@ -122,6 +122,23 @@ TEST(Installer4Packages, AnyOtherValueHasTheEmptyTextForm) {
   EXPECT_EQ(formOf(PropertyList::Data{"a"}), "");
 }
 
+TEST(Installer4Packages, EveryKeyMayHoldANumber) {
+  const PackageEntry package = packageIn(
+      "<plist><dict><key>packages</key><array><dict>"
+      "<key>identifier</key><integer>1</integer><key>name</key><integer>2</integer>"
+      "<key>version</key><real>3.5</real><key>description</key><integer>4</integer>"
+      "<key>category</key><true/><key>url</key><integer>-6</integer>"
+      "<key>icon</key><integer>7</integer></dict></array></dict></plist>");
+  EXPECT_EQ(package.packageName(), "1");
+  EXPECT_EQ(package.displayName(), "2");
+  EXPECT_EQ(package.version(), "3.5");
+  EXPECT_EQ(package.packageDescription(), "4");
+  EXPECT_EQ(package.section(), "1");
+  EXPECT_EQ(package.filename(), "-6");
+  EXPECT_EQ(package.packageInfoURL(), "-6");
+  EXPECT_EQ(package.depiction(), "7");
+}
+
 TEST(Installer4Packages, ANumericVersionBecomesTheSameTextInEveryFormat) {
   const auto text = [](const std::string& characters) {
     return "\x5F\x10" + bigEndian(characters.size(), 1) + characters;
