@@ -18,51 +18,51 @@ constexpr std::size_t kGuessedBytesPerRecord = 512;
 }  // namespace
 
 // Runs for each line of an index, so it looks at the length first: that leaves four keys at most.
-std::optional<PackageEntry::Field> PackageEntry::fieldForKey(std::string_view key) {
+PackageEntry::Values::Value* PackageEntry::Values::valueForKey(std::string_view key) {
   switch (key.size()) {
     case 4:
-      if (key == "Name") return Field::displayName;
-      if (key == "Size") return Field::size;
+      if (key == "Name") return &text(Field::displayName);
+      if (key == "Size") return &text(Field::size);
       break;
     case 6:
-      if (key == "SHA256") return Field::sha256;
-      if (key == "MD5sum") return Field::md5sum;
-      if (key == "Author") return Field::author;
+      if (key == "SHA256") return &text(Field::sha256);
+      if (key == "MD5sum") return &text(Field::md5sum);
+      if (key == "Author") return &text(Field::author);
       break;
     case 7:
-      if (key == "Package") return Field::packageName;
-      if (key == "Version") return Field::version;
-      if (key == "Depends") return Field::depends;
-      if (key == "Section") return Field::section;
+      if (key == "Package") return &text(Field::packageName);
+      if (key == "Version") return &text(Field::version);
+      if (key == "Depends") return &text(Field::depends);
+      if (key == "Section") return &text(Field::section);
       break;
     case 8:
-      if (key == "Filename") return Field::filename;
-      if (key == "Homepage") return Field::homepage;
+      if (key == "Filename") return &text(Field::filename);
+      if (key == "Homepage") return &text(Field::homepage);
       break;
     case 9:
-      if (key == "Depiction") return Field::depiction;
+      if (key == "Depiction") return &text(Field::depiction);
       break;
     case 10:
-      if (key == "Maintainer") return Field::maintainer;
+      if (key == "Maintainer") return &text(Field::maintainer);
       break;
     case 11:
-      if (key == "Description") return Field::packageDescription;
-      if (key == "DownloadURL") return Field::downloadURL;
+      if (key == "Description") return &text(Field::packageDescription);
+      if (key == "DownloadURL") return &text(Field::downloadURL);
       break;
     case 12:
-      if (key == "Architecture") return Field::architecture;
+      if (key == "Architecture") return &text(Field::architecture);
       break;
     case 14:
-      if (key == "PackageInfoURL") return Field::packageInfoURL;
+      if (key == "PackageInfoURL") return &text(Field::packageInfoURL);
       break;
     case 17:
-      if (key == "Installer4Package") return Field::installer4Package;
-      if (key == "Installer3Package") return Field::installer3Package;
+      if (key == "Installer4Package") return &installer4Package;
+      if (key == "Installer3Package") return &installer3Package;
       break;
     default:
       break;
   }
-  return std::nullopt;
+  return nullptr;
 }
 
 PackageEntry::PackageEntry() {
@@ -73,7 +73,7 @@ PackageEntry::PackageEntry() {
 PackageEntry::PackageEntry(const Dictionary& dictionary) {
   Values values;
   for (const auto& [key, value] : dictionary) {
-    if (const auto field = fieldForKey(key)) values[indexOf(*field)] = value;
+    if (Values::Value* const found = values.valueForKey(key)) *found = value;
   }
   own(makeRecord(values));
 }
@@ -97,17 +97,14 @@ void PackageEntry::setText(Field field, std::string_view value) {
 }
 
 PackageEntry::Record PackageEntry::makeRecord(const Values& values) {
-  const auto flag = [&values](Field field) {
-    const auto& value = values[indexOf(field)];
-    return value && booleanValue(*value);
-  };
+  const auto flag = [](const Values::Value& value) { return value && booleanValue(*value); };
   Record record;
-  for (std::size_t i = 0; i < kTextCount; ++i) record.texts[i] = values[i].value_or("");
-  if (!values[indexOf(Field::displayName)]) {
+  for (std::size_t i = 0; i < kTextCount; ++i) record.texts[i] = values.texts[i].value_or("");
+  if (!values.text(Field::displayName)) {
     record.texts[indexOf(Field::displayName)] = record.texts[indexOf(Field::packageName)];
   }
-  record.installer4Package = flag(Field::installer4Package);
-  record.installer3Package = flag(Field::installer3Package);
+  record.installer4Package = flag(values.installer4Package);
+  record.installer3Package = flag(values.installer3Package);
   return record;
 }
 

@@ -21,7 +21,7 @@ class PackageEntry {
  public:
   using Dictionary = std::map<std::string, std::string, std::less<>>;
 
-  // Texts in the order in which they are declared; the flags are not among them.
+  // The texts, in the order in which they are declared.
   enum class Field {
     packageName,
     displayName,
@@ -40,18 +40,24 @@ class PackageEntry {
     depiction,
     packageInfoURL,
     downloadURL,
-    // Not texts of the record, but keys that feed its flags.
-    installer4Package,
-    installer3Package,
   };
   static constexpr std::size_t kTextCount = 17;
-  static constexpr std::size_t kFieldCount = 19;
 
-  // What a source says of a package: one value a field, absent where it says nothing.
-  using Values = std::array<std::optional<std::string_view>, kFieldCount>;
+  // What a source says of a package: no value where it says nothing.
+  struct Values {
+    using Value = std::optional<std::string_view>;
 
-  // The field that a dictionary key feeds ("MD5sum" feeds md5sum); keys are compared exactly.
-  static std::optional<Field> fieldForKey(std::string_view key);
+    std::array<Value, kTextCount> texts;
+    Value installer4Package;
+    Value installer3Package;
+
+    Value& text(Field field) { return texts[static_cast<std::size_t>(field)]; }
+    const Value& text(Field field) const { return texts[static_cast<std::size_t>(field)]; }
+
+    // The value that a dictionary key feeds ("MD5sum" feeds md5sum), null for a key that feeds
+    // none. Keys are compared exactly.
+    Value* valueForKey(std::string_view key);
+  };
 
   // All texts "", both flags false.
   PackageEntry();

@@ -77,25 +77,18 @@ class StanzaReader {
   }
 
   bool isPackage() const {
-    return has(PackageEntry::Field::packageName) && has(PackageEntry::Field::filename);
+    return values_.text(PackageEntry::Field::packageName) &&
+           values_.text(PackageEntry::Field::filename);
   }
 
   const PackageEntry::Values& values() const { return values_; }
 
  private:
-  bool has(PackageEntry::Field field) const {
-    return values_[static_cast<std::size_t>(field)].has_value();
-  }
-
   void startField(std::string_view line) {
     const std::size_t colon = line.find(':');
     if (colon == std::string_view::npos) return;
-    const auto field = PackageEntry::fieldForKey(trimField(line.substr(0, colon)));
-    if (!field) {
-      current_ = nullptr;
-      return;
-    }
-    current_ = &values_[static_cast<std::size_t>(*field)];
+    current_ = values_.valueForKey(trimField(line.substr(0, colon)));
+    if (current_ == nullptr) return;
     // An empty value has a place in the line too, and may be continued there.
     *current_ = trimField(line.substr(colon + 1));
   }
@@ -114,7 +107,7 @@ class StanzaReader {
 
   std::string& text_;
   PackageEntry::Values values_;
-  std::optional<std::string_view>* current_ = nullptr;  // none after a field that is not kept
+  PackageEntry::Values::Value* current_ = nullptr;  // none after a field that is not kept
 };
 
 void readStanza(std::string_view stanza, PackageEntry::Builder& builder) {

@@ -69,7 +69,7 @@ TEST(ListCommand, SendsNoControlCharacterOfAPackage) {
 TEST(ListCommand, PrintsOneArrayOfObjects) {
   const auto array = nlohmann::json::parse(printed({package("a", "A"), package("b", "B")}, json()));
   ASSERT_EQ(array.size(), 2U);
-  EXPECT_EQ(array[0].size(), PackageEntry::kFieldCount);
+  EXPECT_EQ(array[0].size(), PackageEntry::kTextCount + 2);
   EXPECT_EQ(array[0]["packageName"], "a");
   EXPECT_EQ(array[1]["packageName"], "b");
   EXPECT_EQ(array[1]["size"], "1234");

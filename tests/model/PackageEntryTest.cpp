@@ -48,7 +48,7 @@ const std::vector<std::string> kNoTexts(PackageEntry::kTextCount);
 // The texts of the values must outlive their use; literals do.
 PackageEntry::Values valuesOf(const std::vector<std::pair<Field, std::string_view>>& fields) {
   PackageEntry::Values values;
-  for (const auto& [field, text] : fields) values[static_cast<std::size_t>(field)] = text;
+  for (const auto& [field, text] : fields) values.text(field) = text;
   return values;
 }
 
@@ -74,21 +74,29 @@ TEST(PackageEntry, ATextIsReadByItsFieldToo) {
   for (const TextField& field : kTextFields) {
     const PackageEntry entry(PackageEntry::Dictionary{{field.key, "x"}});
     EXPECT_EQ(entry.text(field.field), "x") << field.key;
-    EXPECT_EQ(PackageEntry::fieldForKey(field.key), field.field);
+    PackageEntry::Values values;
+    EXPECT_EQ(values.valueForKey(field.key), &values.text(field.field));
   }
 }
 
+TEST(PackageEntry, TwoKeysFeedTheFlags) {
+  PackageEntry::Values values;
+  EXPECT_EQ(values.valueForKey("Installer4Package"), &values.installer4Package);
+  EXPECT_EQ(values.valueForKey("Installer3Package"), &values.installer3Package);
+}
+
 TEST(PackageEntry, KeysAreComparedExactly) {
+  PackageEntry::Values values;
   for (const TextField& field : kTextFields) {
     std::string lower = field.key;
     lower.back() = static_cast<char>(lower.back() ^ 0x20);
     for (const std::string& other : {lower, field.key + " ", " " + field.key, field.key + "s"}) {
-      EXPECT_EQ(PackageEntry::fieldForKey(other), std::nullopt) << other;
+      EXPECT_EQ(values.valueForKey(other), nullptr) << other;
       EXPECT_EQ(texts(PackageEntry(PackageEntry::Dictionary{{other, "x"}})), kNoTexts) << other;
     }
   }
-  EXPECT_EQ(PackageEntry::fieldForKey(""), std::nullopt);
-  EXPECT_EQ(PackageEntry::fieldForKey("Installer5Package"), std::nullopt);
+  EXPECT_EQ(values.valueForKey(""), nullptr);
+  EXPECT_EQ(values.valueForKey("Installer5Package"), nullptr);
 }
 
 TEST(PackageEntry, WithoutPackageAndNameBothNamesAreEmpty) {
@@ -183,8 +191,9 @@ TEST(PackageEntryBuilder, GivesOneEntryForEachAddInOrder) {
   PackageEntry::Builder builder("");
   EXPECT_EQ(builder.size(), 0U);
   builder.add(valuesOf({{Field::packageName, "a"}}));
-  builder.add(valuesOf(
-      {{Field::packageName, "b"}, {Field::displayName, "B"}, {Field::installer4Package, "yes"}}));
+  PackageEntry::Values values = valuesOf({{Field::packageName, "b"}, {Field::displayName, "B"}});
+  values.installer4Package = "yes";
+  builder.add(values);
   EXPECT_EQ(builder.size(), 2U);
   const std::vector<PackageEntry> entries = builder.finish();
   ASSERT_EQ(entries.size(), 2U);
