@@ -4,15 +4,16 @@
 #include <algorithm>
 #include <cstdint>
 #include <fmt/format.h>
+#include <iterator>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <string_view>
 
 #include "cli/ExitStatus.h"
 #include "cli/Json.h"
 #include "cli/ProgressBar.h"
 #include "download/DownloadQueueManager.h"
 #include "download/RepositoryMetadataArchiver.h"
-#include "platform/DispatchGroup.h"
 #include "platform/RunLoop.h"
 
 namespace tolvane {
@@ -38,23 +39,22 @@ URLSessionFactory limitedTo(int connections, URLSessionFactory factory) {
   };
 }
 
-// In the order of the repository's list. An identifier that it does not have earns a warning.
-PackageList packagesNamed(const std::vector<std::string>& identifiers, const PackageList& packages,
-                          Console& console) {
+// In the order of the repository's list.
+PackageList packagesNamed(const std::vector<std::string>& identifiers,
+                          const PackageList& packages) {
   PackageList named;
-  for (const PackageEntry& package : packages) {
-    if (std::find(identifiers.begin(), identifiers.end(), package.packageName()) !=
-        identifiers.end()) {
-      named.push_back(package);
-    }
-  }
-  for (const std::string& identifier : identifiers) {
-    const bool found = std::any_of(named.begin(), named.end(), [&](const PackageEntry& package) {
-      return package.packageName() == identifier;
-    });
-    if (!found) console.append(fmt::format("No such package: {}", identifier), "warning");
-  }
+  std::copy_if(packages.begin(), packages.end(), std::back_inserter(named),
+               [&](const PackageEntry& package) {
+                 return std::find(identifiers.begin(), identifiers.end(), package.packageName()) !=
+                        identifiers.end();
+               });
   return named;
+}
+
+bool hasPackage(const PackageList& packages, std::string_view identifier) {
+  return std::any_of(packages.begin(), packages.end(), [&](const PackageEntry& package) {
+    return package.packageName() == identifier;
+  });
 }
 
 // Everything but the head of a run's last text.
@@ -97,7 +97,11 @@ class Download {
   }
 
   int downloadNamed(const PackageList& packages) {
-    run(packagesNamed(options_.packages, packages, console_), "Downloading");
+    const PackageList named = packagesNamed(options_.packages, packages);
+    for (const std::string& identifier : options_.packages) {
+      if (!hasPackage(named, identifier)) fail("No such package: " + identifier);
+    }
+    run(named, "Downloading");
     return finish("Finished. " + summary(counters_));
   }
 
@@ -112,36 +116,44 @@ class Download {
           progressBar(completed, total), action, completed, total, verified, failed,
           validationFailed, skipped));
     };
-    const DispatchGroup group;
-    const auto end = [this, group](std::uint64_t downloaded, std::uint64_t failed,
-                                   std::uint64_t skipped, std::uint64_t verified,
-                                   std::uint64_t validationFailed) {
+    const auto end = [this](std::uint64_t downloaded, std::uint64_t failed, std::uint64_t skipped,
+                            std::uint64_t verified, std::uint64_t validationFailed) {
       counters_.downloaded = downloaded;
       counters_.verified = verified;
       counters_.failed = failed;
       counters_.validationFailed = validationFailed;
       counters_.skipped = skipped;
-      group.leave();
+      mainQueue_.quit();
     };
-    if (options_.metadata) saveMetadata(group);
-    group.enter();
     queue_.downloadPackages(packages, repositoryURL_, options_.folder, showProgress, end);
-    group.notify(mainQueue_, [this] { mainQueue_.quit(); });
     mainQueue_.run();
     console_.clearStatus();
+    if (options_.metadata && !packages.empty()) saveMetadata();
   }
 
-  // Runs beside the downloads, in the same folder.
-  void saveMetadata(const DispatchGroup& group) {
-    group.enter();
+  // In the same folder, and after the downloads: each of the two has sessions of its own, and side
+  // by side they would make twice as many connections to the host as they may.
+  void saveMetadata() {
     RepositoryMetadataArchiver(mainQueue_, sessionFactory_)
-        .archiveMetadataForRepositoryURL(repositoryURL_, options_.folder,
-                                         [group](const auto&, const auto&) { group.leave(); });
+        .archiveMetadataForRepositoryURL(
+            repositoryURL_, options_.folder, [this](const auto& archived, const auto& missing) {
+              const bool hasBegun = archived.size() + missing.size() ==
+                                    RepositoryMetadataArchiver::candidatePaths().size();
+              if (!hasBegun) fail("Could not save metadata: " + missing.front());
+              mainQueue_.quit();
+            });
+    mainQueue_.run();
+  }
+
+  // Something that was asked for cannot be had.
+  void fail(const std::string& reason) {
+    console_.append(reason, "error");
+    hasFailed_ = true;
   }
 
   int finish(const std::string& text) {
     output_ << (options_.json ? jsonText(jsonObject(counters_)) : text) << '\n';
-    return counters_.failed > 0 || counters_.validationFailed > 0 ? kExitFailed : kExitDone;
+    return hasFailed_ || counters_.failed > 0 ? kExitFailed : kExitDone;
   }
 
   const URL& repositoryURL_;
@@ -152,6 +164,7 @@ class Download {
   URLSessionFactory sessionFactory_;
   DownloadQueueManager queue_;
   Counters counters_;
+  bool hasFailed_ = false;  // beside the packages that are counted
 };
 
 }  // namespace

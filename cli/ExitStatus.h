@@ -7,7 +7,7 @@ namespace tolvane {
 // and the signal's number: 130 after Ctrl-C.
 enum ExitStatus : int {
   kExitDone = 0,
-  kExitFailed = 1,  // packages failed, or the output could not be written
+  kExitFailed = 1,  // packages failed or do not exist, or what was asked for could not be written
   kExitUsage = 2,
   kExitNotLoaded = 3,  // the repository could not be loaded
 };

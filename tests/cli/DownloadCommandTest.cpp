@@ -130,17 +130,31 @@ TEST(DownloadCommand, CountsANamedPackageThatIsThereAsSkipped) {
   EXPECT_THAT(folder.names(), ElementsAre("a.deb", "c.deb"));
 }
 
-TEST(DownloadCommand, WarnsOfAPackageThatTheRepositoryDoesNotHave) {
+TEST(DownloadCommand, APackageThatTheRepositoryDoesNotHaveIsAFailure) {
   ScriptedURLSession session;
   serve(session, {"a"});
   const TemporaryFolder folder;
   const CommandResult result =
       runScripted(session, {"download", kRepository, folder.path(), "--package", "A", "--quiet"});
-  EXPECT_EQ(result.status, kExitDone);
+  EXPECT_EQ(result.status, kExitFailed);
   EXPECT_THAT(consoleMessages(result.errorOutput),
               ElementsAre("No such package: A", "Download queue is empty."));
   EXPECT_EQ(result.output,
             "Finished. Downloaded: 0  Verified: 0  Failed: 0  Validation failed: 0  Skipped: 0\n");
+}
+
+TEST(DownloadCommand, APackageThatIsNotThereDoesNotKeepTheOthersFromComing) {
+  ScriptedURLSession session;
+  serve(session, {"a", "b"});
+  const TemporaryFolder folder;
+  const CommandResult result = runScripted(
+      session,
+      {"download", kRepository, folder.path(), "--package", "x", "--package", "b", "--quiet"});
+  EXPECT_EQ(result.status, kExitFailed);
+  EXPECT_THAT(consoleMessages(result.errorOutput), ElementsAre("No such package: x"));
+  EXPECT_EQ(result.output,
+            "Finished. Downloaded: 1  Verified: 1  Failed: 0  Validation failed: 0  Skipped: 0\n");
+  EXPECT_THAT(folder.names(), ElementsAre("b.deb"));
 }
 
 TEST(DownloadCommand, MakesTheFolder) {

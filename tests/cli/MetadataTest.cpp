@@ -15,6 +15,7 @@ namespace {
 
 using testing::Contains;
 using testing::ElementsAre;
+using testing::IsEmpty;
 
 constexpr const char* kSummary =
     "Finished missing. Downloaded: 1  Verified: 1  Failed: 0  Validation failed: 0  Skipped: 0  "
@@ -82,6 +83,32 @@ TEST_F(Metadata, IsNotSavedWhereNothingLacks) {
   EXPECT_EQ(result.status, kExitDone);
   EXPECT_EQ(result.output, "Missing: 0   Already present: 1\n");
   EXPECT_EQ(timesRequested("Release"), 0);
+}
+
+TEST_F(Metadata, IsNotSavedWhereNoNamedPackageExists) {
+  const CommandResult result = download({"--metadata", "--package", "x"});
+  EXPECT_EQ(result.status, kExitFailed);
+  EXPECT_THAT(folder_.names(), IsEmpty());
+  EXPECT_EQ(timesRequested("Release"), 0);
+}
+
+TEST_F(Metadata, ThatHasNoFolderIsAFailureWithItsReason) {
+  folder_.write("taken", "a file");
+  const CommandResult result = runScripted(
+      session_,
+      {"download", kRepository, folder_.path("taken"), "--type", "apt", "--metadata", "--quiet"});
+  EXPECT_EQ(result.status, kExitFailed);
+  EXPECT_THAT(consoleMessages(result.errorOutput),
+              ElementsAre("Not a directory", "Download failed: Not a directory",
+                          "Could not save metadata: Not a directory"));
+  EXPECT_EQ(timesRequested("Release"), 0);
+}
+
+TEST_F(Metadata, IsAskedForWhenThePackagesAreThere) {
+  download({"--metadata"});
+  const std::vector<std::string> urls = session_.requestedURLs();
+  ASSERT_EQ(urls.size(), 1U + 1U + 23U);
+  EXPECT_EQ(urls[1], "http://repo.example/debs/a.deb");
 }
 
 TEST_F(Metadata, IsSavedBesideNamedPackagesToo) {

@@ -150,13 +150,15 @@ TEST_P(ProgramConnections, AreUsedToTheLimitAndNeverBeyond) {
   Gate gate;
   servePackages(server, 60, heldBy(gate, respond(200, kPackageBody)));
   const TemporaryFolder folder;
-  Program program(
-      {"download", server.url("/"), folder.path(), "--connections", std::to_string(GetParam())});
+  server.onAnyOther(delayed(std::chrono::milliseconds(5), respond(404, "")));
+  Program program({"download", server.url("/"), folder.path(), "--metadata", "--connections",
+                   std::to_string(GetParam())});
   waitUntil([&] { return server.requestsInFlight() == GetParam(); });
   gate.open();
   EXPECT_EQ(program.wait().status, kExitDone);
   EXPECT_EQ(server.maximumRequestsInFlight(), GetParam());
   EXPECT_LE(server.maximumOpenConnections(), GetParam());
+  EXPECT_EQ(server.requests().size(), 1 + 60 + 23U);
 }
 
 INSTANTIATE_TEST_SUITE_P(Limits, ProgramConnections, testing::Values(1U, 2U, 20U));
