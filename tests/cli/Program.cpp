@@ -67,7 +67,8 @@ struct Terminal {
 }  // namespace
 
 Program::Program(const std::vector<std::string>& arguments, const ProgramSettings& settings) {
-  std::vector<std::string> words{TOLVANE_CLI};
+  std::vector<std::string> words = settings.startedBy;
+  words.push_back(TOLVANE_CLI);
   words.insert(words.end(), arguments.begin(), arguments.end());
   std::vector<std::string> environment = programEnvironment(settings.environment);
   std::optional<Terminal> terminal;
@@ -100,8 +101,8 @@ Program::Program(const std::vector<std::string>& arguments, const ProgramSetting
   posix_spawnattr_setsigdefault(&attributes, &usual);
   posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
 
-  EXPECT_EQ(::posix_spawn(&process_, TOLVANE_CLI, &actions, &attributes, pointers(words).data(),
-                          pointers(environment).data()),
+  EXPECT_EQ(::posix_spawnp(&process_, words.front().c_str(), &actions, &attributes,
+                           pointers(words).data(), pointers(environment).data()),
             0);
   posix_spawnattr_destroy(&attributes);
   posix_spawn_file_actions_destroy(&actions);

@@ -17,7 +17,8 @@ struct ProgramSettings {
   std::map<std::string, std::string> environment = {};
   // Where standard output goes; "" closes it. It is collected when nothing is said.
   std::optional<std::string> outputPath = {};
-  bool terminal = false;  // standard error is one, 200 columns wide
+  bool terminal = false;                    // standard error is one, 200 columns wide
+  std::vector<std::string> startedBy = {};  // the words of a command that starts the program
 };
 
 // One run of the built program tolvane-cli. It sees the test's environment without what would
