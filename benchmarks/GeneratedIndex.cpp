@@ -21,8 +21,8 @@ constexpr std::array<std::string_view, 24> kWords = {
 
 class IndexWriter {
  public:
-  std::string write() {
-    for (int i = 0; i < kStanzaCount; ++i) addStanza(i);
+  std::string write(int stanzaCount) {
+    for (int i = 0; i < stanzaCount; ++i) addStanza(i);
     return std::move(text_);
   }
 
@@ -92,8 +92,12 @@ class IndexWriter {
 }  // namespace
 
 const std::string& generatedIndex() {
-  static const std::string index = IndexWriter().write();
+  static const std::string index = generatedIndex(kStanzaCount);
   return index;
+}
+
+std::string generatedIndex(int stanzaCount) {
+  return IndexWriter().write(stanzaCount);
 }
 
 }  // namespace tolvane

@@ -11,4 +11,7 @@ namespace tolvane {
 // Made once; the same in every run.
 const std::string& generatedIndex();
 
+// The same with another number of stanzas, made for each call.
+std::string generatedIndex(int stanzaCount);
+
 }  // namespace tolvane
