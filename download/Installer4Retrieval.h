@@ -17,6 +17,7 @@ namespace tolvane {
 
 inline constexpr std::string_view kInstaller4ErrorDomain = "Installer4";
 
+// Other codes of this domain are the HTTP status of an answer that is no success, or has no body.
 enum Installer4Error : int {
   kNoInfoURLError = 1001,
   kNoLocationError = 1002,

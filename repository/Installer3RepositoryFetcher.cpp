@@ -18,13 +18,12 @@ namespace {
 
 constexpr long kRetries = 2;
 constexpr auto kRetryDelay = std::chrono::milliseconds(1500);
-constexpr int kNoPackagesError = 1001;
 
 using Completion = Installer3RepositoryFetcher::Completion;
 using PackageList = Installer3RepositoryFetcher::PackageList;
 
 Error installerError(int code, std::string description) {
-  return {"Installer3", code, std::move(description)};
+  return {std::string(kInstaller3ErrorDomain), code, std::move(description)};
 }
 
 void fail(const Completion& completion, std::optional<Error> error, std::string_view otherwise) {
@@ -79,7 +78,8 @@ void readRepository(std::string_view body, const Completion& completion) {
   if (!items) {
     return fail(
         completion,
-        installerError(kNoPackagesError, "Installer 3 repository contains no packages array."), "");
+        installerError(kNoPackagesArrayError, "Installer 3 repository contains no packages array."),
+        "");
   }
   std::optional<PackageList> list = packagesIn(*items);
   if (!list) return fail(completion, posixError(ENOMEM), "");

@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "model/PackageEntry.h"
@@ -15,8 +16,15 @@
 
 namespace tolvane {
 
+inline constexpr std::string_view kInstaller3ErrorDomain = "Installer3";
+inline constexpr int kNoPackagesArrayError = 1001;
+
 // Reads an Installer 3 repository: one property list, at the repository URL itself, that names
 // every package and where to download it.
+//
+// Its own errors have the domain "Installer3": the HTTP status of an answer that is no success or
+// has no body, or kNoPackagesArrayError. Those of the transfer and of the property-list reader are
+// passed on as they are.
 //
 // A fetch carries all that it needs with it; the fetcher may go before it ends.
 class Installer3RepositoryFetcher {

@@ -107,8 +107,9 @@ void Installer4RepositoryFetcher::fetchPackagesFromRepositoryURL(
   tryIndexCandidatePaths(installer4IndexCandidatePaths(), 0, repositoryURL, std::move(completion));
 }
 
-Installer4RepositoryFetcher::Paths Installer4RepositoryFetcher::installer4IndexCandidatePaths() {
-  static const Paths paths = [] {
+Installer4RepositoryFetcher::CandidatePaths
+Installer4RepositoryFetcher::installer4IndexCandidatePaths() {
+  static const CandidatePaths paths = [] {
     std::vector<std::string> list;
     addCandidatePathsIn("info/", list);
     addCandidatePathsIn("", list);
@@ -117,11 +118,12 @@ Installer4RepositoryFetcher::Paths Installer4RepositoryFetcher::installer4IndexC
   return paths;
 }
 
-void Installer4RepositoryFetcher::tryIndexCandidatePaths(Paths paths, std::size_t index,
+void Installer4RepositoryFetcher::tryIndexCandidatePaths(CandidatePaths paths, std::size_t index,
                                                          const std::optional<URL>& repositoryURL,
                                                          Completion completion) const {
   if (index >= paths->size()) {
-    Error error{"Installer4RepositoryFetcher", 404, "No Installer 4 index plist found."};
+    Error error{std::string(kInstaller4FetcherErrorDomain), 404,
+                "No Installer 4 index plist found."};
     CrawlerLogger::logError(error.description);
     if (completion) completion(std::nullopt, std::move(error));
     return;

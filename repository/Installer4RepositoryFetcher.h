@@ -17,6 +17,8 @@
 
 namespace tolvane {
 
+inline constexpr std::string_view kInstaller4FetcherErrorDomain = "Installer4RepositoryFetcher";
+
 // Reads an Installer 4 repository: an index property list whose name and folder vary, so the names
 // in use are tried one after another.
 //
@@ -24,7 +26,7 @@ namespace tolvane {
 class Installer4RepositoryFetcher {
  public:
   using PackageList = std::vector<PackageEntry>;
-  using Paths = std::shared_ptr<const std::vector<std::string>>;
+  using CandidatePaths = std::shared_ptr<const std::vector<std::string>>;
 
   // Either a list that is not empty, or an error. Called once, on a background thread; may be
   // empty.
@@ -36,11 +38,11 @@ class Installer4RepositoryFetcher {
                                       Completion completion) const;
 
   // The 284 paths below a repository URL at which an index is looked for, in order.
-  static Paths installer4IndexCandidatePaths();
+  static CandidatePaths installer4IndexCandidatePaths();
 
   // Walks the candidates from `index` on, one request at a time, to the first one that holds a
-  // package. Error "Installer4RepositoryFetcher" 404 when there is none.
-  void tryIndexCandidatePaths(Paths paths, std::size_t index,
+  // package. Its one error, 404 of kInstaller4FetcherErrorDomain, comes when there is none.
+  void tryIndexCandidatePaths(CandidatePaths paths, std::size_t index,
                               const std::optional<URL>& repositoryURL, Completion completion) const;
 
   // The packages among the items of an index, in order; none where there is no memory for them. The

@@ -20,7 +20,6 @@ namespace tolvane {
 
 namespace {
 
-constexpr std::string_view kErrorDomain = "RepositoryFetcher";
 constexpr std::string_view kNoPackagesFile = "No Cydia/APT Packages file found.";
 constexpr std::string_view kNoSupportedFormat = "No supported repository format found.";
 constexpr std::string_view kUTF8Mark = "\xEF\xBB\xBF";
@@ -182,12 +181,12 @@ void RepositoryFetcher::endInstaller4Detection(std::optional<PackageList> packag
     return completion(std::move(packages), std::nullopt);
   }
   CrawlerLogger::logError(descriptionOr(error, kNoSupportedFormat));
-  if (!error) error = Error{std::string(kErrorDomain), 404, std::string(kNoSupportedFormat)};
+  if (!error)
+    error = Error{std::string(kRepositoryFetcherErrorDomain), 404, std::string(kNoSupportedFormat)};
   completion(std::nullopt, std::move(error));
 }
 
-void RepositoryFetcher::tryCandidatePaths(std::shared_ptr<const std::vector<std::string>> paths,
-                                          std::size_t index,
+void RepositoryFetcher::tryCandidatePaths(CandidatePaths paths, std::size_t index,
                                           const std::optional<URL>& repositoryURL,
                                           bool fallbackToInstaller4, Completion completion) const {
   if (index >= paths->size() && fallbackToInstaller4) {
@@ -197,7 +196,8 @@ void RepositoryFetcher::tryCandidatePaths(std::shared_ptr<const std::vector<std:
   }
   if (index >= paths->size()) {
     CrawlerLogger::logError(kNoPackagesFile);
-    completion(std::nullopt, Error{std::string(kErrorDomain), 404, std::string(kNoPackagesFile)});
+    completion(std::nullopt, Error{std::string(kRepositoryFetcherErrorDomain), 404,
+                                   std::string(kNoPackagesFile)});
     return;
   }
   const std::optional<URL> url = URLForCandidatePath((*paths)[index], repositoryURL);
@@ -221,7 +221,7 @@ void RepositoryFetcher::tryCandidatePaths(std::shared_ptr<const std::vector<std:
       });
 }
 
-std::shared_ptr<const std::vector<std::string>> RepositoryFetcher::candidatePaths() {
+RepositoryFetcher::CandidatePaths RepositoryFetcher::candidatePaths() {
   static const auto paths = std::make_shared<const std::vector<std::string>>(makeCandidatePaths());
   return paths;
 }

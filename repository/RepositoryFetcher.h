@@ -15,6 +15,8 @@
 
 namespace tolvane {
 
+inline constexpr std::string_view kRepositoryFetcherErrorDomain = "RepositoryFetcher";
+
 // What a person can choose as a repository's kind, in the words of the choice.
 inline constexpr std::string_view kAPTChoice = "Cydia / APT";
 inline constexpr std::string_view kAutoDetectChoice = "Auto-detect";
@@ -23,6 +25,9 @@ inline constexpr std::string_view kInstaller3Choice = "Installer 3";
 
 // The one front through which a repository of any kind is loaded.
 //
+// Its own errors have the code 404 of kRepositoryFetcherErrorDomain; those of the Installer readers
+// are passed on as they are.
+//
 // Every fetch reports its steps on the log bus and ends with exactly one call of its completion, on
 // a background thread, with a list or an error (an Installer 3 fetch also with neither). A fetch
 // carries all that it needs with it: any number may run at once, and the fetcher may go before they
@@ -30,6 +35,7 @@ inline constexpr std::string_view kInstaller3Choice = "Installer 3";
 class RepositoryFetcher {
  public:
   using PackageList = std::vector<PackageEntry>;
+  using CandidatePaths = std::shared_ptr<const std::vector<std::string>>;
   using Completion = std::function<void(std::optional<PackageList>, std::optional<Error>)>;
 
   explicit RepositoryFetcher(URLSessionFactory sessionFactory = makeURLSession);
@@ -42,7 +48,7 @@ class RepositoryFetcher {
   // choice, not what the repository turns out to be, so automatic detection counts as APT.
   static std::string_view archiveTypeOfChoice(std::string_view choice);
 
-  // APT only; error "RepositoryFetcher" 404 when no index is found.
+  // APT only.
   void fetchPackagesFromRepositoryURL(const std::optional<URL>& repositoryURL,
                                       Completion completion) const;
 
@@ -65,18 +71,18 @@ class RepositoryFetcher {
                                   Completion completion) const;
 
   // The end of a look for an Installer 4 index, given what its reader found: reports and completes.
-  // Without packages and without an error, the error is "RepositoryFetcher" 404.
+  // An error of this class stands in where it found neither packages nor an error.
   static void endInstaller4Detection(std::optional<PackageList> packages,
                                      std::optional<Error> error, const Completion& completion);
 
   // Walks the candidates from `index` on, one request at a time, to the first one that downloads,
-  // decodes and holds a package. Error "RepositoryFetcher" 404 when there is none.
-  void tryCandidatePaths(std::shared_ptr<const std::vector<std::string>> paths, std::size_t index,
+  // decodes and holds a package, and ends with an error when there is none.
+  void tryCandidatePaths(CandidatePaths paths, std::size_t index,
                          const std::optional<URL>& repositoryURL, bool fallbackToInstaller4,
                          Completion completion) const;
 
   // The paths below a repository URL at which an APT index is looked for, in order.
-  static std::shared_ptr<const std::vector<std::string>> candidatePaths();
+  static CandidatePaths candidatePaths();
 
   static std::optional<URL> URLForCandidatePath(std::string_view path,
                                                 const std::optional<URL>& repositoryURL);
