@@ -13,6 +13,7 @@
 #include <sys/socket.h>
 #include <thread>
 #include <unistd.h>
+#include <utility>
 
 #include "platform/Text.h"
 #include "tests/support/LoopbackHandlers.h"
@@ -74,6 +75,7 @@ class RequestStream : public httplib::Stream {
     }
     count = std::min(count, end_ - begin_);
     std::copy_n(buffer_ + begin_, count, bytes);
+    taken_.append(bytes, count);
     begin_ += count;
     return static_cast<ssize_t>(count);
   }
@@ -85,12 +87,25 @@ class RequestStream : public httplib::Stream {
   void get_local_ip_and_port(std::string&, int&) const override {}
   socket_t socket() const override { return socket_; }
 
+  // What has been read since the last call.
+  std::string taken() { return std::exchange(taken_, {}); }
+
+  // What has been received and not read.
+  std::string rest() {
+    std::string rest(buffer_ + begin_, end_ - begin_);
+    begin_ = end_;
+    return rest;
+  }
+
  private:
   int socket_;
   char buffer_[4096];
   std::size_t begin_ = 0;
   std::size_t end_ = 0;
+  std::string taken_;
 };
+
+constexpr std::size_t kBodyPart = std::size_t{1} << 20;
 
 }  // namespace
 
@@ -116,6 +131,19 @@ bool LoopbackConnection::write(std::string_view bytes) {
   return true;
 }
 
+std::string LoopbackConnection::read(std::size_t count) {
+  count = std::min(count, bodyLeft_);
+  std::string bytes = buffered_.substr(0, count);
+  buffered_.erase(0, bytes.size());
+  if (bytes.empty() && count > 0) {
+    bytes.resize(count);
+    const ssize_t received = recv(socket_, bytes.data(), count, 0);
+    bytes.resize(received > 0 ? static_cast<std::size_t>(received) : 0);
+  }
+  bodyLeft_ = bytes.empty() ? 0 : bodyLeft_ - bytes.size();
+  return bytes;
+}
+
 bool LoopbackConnection::pause(std::chrono::milliseconds duration) {
   pollfd gone{socket_, POLLRDHUP, 0};
   return poll(&gone, 1, static_cast<int>(duration.count())) == 0;
@@ -133,6 +161,11 @@ void LoopbackConnection::reset() {
 }
 
 struct LoopbackServer::State {
+  struct Route {
+    LoopbackHandler handler;
+    bool takesBody = true;  // before the handler is called
+  };
+
   // The new connection's serial number; 0 while the server is stopping.
   int admit(int socket) {
     const std::lock_guard lock(mutex);
@@ -155,23 +188,32 @@ struct LoopbackServer::State {
     for (const int socket : sockets) shutdown(socket, SHUT_RDWR);
   }
 
-  void answer(const LoopbackRequest& request, LoopbackConnection& connection) {
-    begin(request)(request, connection);
+  void answer(LoopbackRequest request, LoopbackConnection& connection) {
+    const Route route = routeOf(request.target);
+    for (std::string part; route.takesBody && !(part = connection.read(kBodyPart)).empty();) {
+      request.body += part;
+    }
+    begin(request);
+    route.handler(request, connection);
     const std::lock_guard lock(mutex);
     inFlight.lower();
   }
 
-  LoopbackHandler begin(const LoopbackRequest& request) {
+  Route routeOf(const std::string& target) {
     const std::lock_guard lock(mutex);
-    requests.push_back(request);
-    inFlight.raise();
-    const auto found = routes.find(request.target.substr(0, request.target.find('?')));
+    const auto found = routes.find(target.substr(0, target.find('?')));
     return found == routes.end() ? other : found->second;
   }
 
+  void begin(const LoopbackRequest& request) {
+    const std::lock_guard lock(mutex);
+    requests.push_back(request);
+    inFlight.raise();
+  }
+
   std::mutex mutex;
-  std::map<std::string, LoopbackHandler> routes;
-  LoopbackHandler other = respond(404, "");
+  std::map<std::string, Route> routes;
+  Route other{respond(404, "")};
   std::vector<LoopbackRequest> requests;
   std::set<int> sockets;
   int accepted = 0;
@@ -215,18 +257,23 @@ class LoopbackServer::Listener : public httplib::Server {
       const int answered = connection.requestNumber_;
       bool closing = false;
       process_request(stream, false, closing,
-                      [&](httplib::Request& request) { answer(request, connection); });
+                      [&](httplib::Request& request) { answer(stream, request, connection); });
       if (closing || connection.requestNumber_ == answered) connection.close();
     }
     state_->dismiss(socket);
     return true;
   }
 
-  void answer(const httplib::Request& request, LoopbackConnection& connection) {
+  void answer(RequestStream& stream, httplib::Request& request, LoopbackConnection& connection) {
     ++connection.requestNumber_;
-    LoopbackRequest copy{request.target, {}, connection.serial_};
+    LoopbackRequest copy{request.target, {}, connection.serial_, request.method, stream.taken()};
     copy.headers.assign(request.headers.begin(), request.headers.end());
-    state_->answer(copy, connection);
+    if (request.has_header("Content-Length")) {
+      connection.bodyLeft_ = std::stoul(request.get_header_value("Content-Length"));
+      connection.buffered_ = stream.rest();
+    }
+    state_->answer(std::move(copy), connection);
+    request.method = "GET";  // the library is to look for no body
   }
 
   std::shared_ptr<State> state_;
@@ -254,12 +301,17 @@ std::string LoopbackServer::url(std::string_view target, std::string_view host) 
 
 void LoopbackServer::on(const std::string& path, LoopbackHandler handler) {
   const std::lock_guard lock(state_->mutex);
-  state_->routes[path] = std::move(handler);
+  state_->routes[path] = {std::move(handler)};
+}
+
+void LoopbackServer::onHead(const std::string& path, LoopbackHandler handler) {
+  const std::lock_guard lock(state_->mutex);
+  state_->routes[path] = {std::move(handler), false};
 }
 
 void LoopbackServer::onAnyOther(LoopbackHandler handler) {
   const std::lock_guard lock(state_->mutex);
-  state_->other = std::move(handler);
+  state_->other = {std::move(handler)};
 }
 
 std::vector<LoopbackRequest> LoopbackServer::requests() const {

@@ -16,6 +16,9 @@ struct LoopbackRequest {
   std::string target;  // path and query as they were sent
   std::vector<std::pair<std::string, std::string>> headers;
   int connection = 0;  // 1 for the server's first connection
+  std::string method = {};
+  std::string head = {};  // as it stood on the wire, to the end of its empty line
+  std::string body = {};  // of a Content-Length
 
   bool hasHeader(std::string_view name) const;
   std::string header(std::string_view name) const;  // "" where there is none
@@ -30,6 +33,9 @@ class LoopbackConnection {
 
   // False when the client, or the server itself, is gone.
   bool write(std::string_view bytes);
+
+  // Takes at most `count` bytes of a body that was left to the handler; "" at its end.
+  std::string read(std::size_t count);
 
   // Waits; false, and at once, when the client or the server is gone.
   bool pause(std::chrono::milliseconds duration);
@@ -48,13 +54,15 @@ class LoopbackConnection {
   int socket_;
   int serial_;
   int requestNumber_ = 0;
+  std::string buffered_;      // of the body, received with the head
+  std::size_t bodyLeft_ = 0;  // of the body, not taken yet
   bool open_ = true;
 };
 
 using LoopbackHandler = std::function<void(const LoopbackRequest&, LoopbackConnection&)>;
 
 // An HTTP/1.1 server on a free port of 127.0.0.1 that answers as badly as its handlers want. The
-// request's head is read for them; everything that goes back is theirs (LoopbackHandlers.h has
+// request is read for them; everything that goes back is theirs (LoopbackHandlers.h has
 // ready-made ones). Each connection has a thread. Stopping ends whatever is open.
 class LoopbackServer {
  public:
@@ -70,12 +78,15 @@ class LoopbackServer {
   // Answers requests whose target without its query is `path`.
   void on(const std::string& path, LoopbackHandler handler);
 
+  // The same for a handler that takes the request's body from the connection, at its own pace.
+  void onHead(const std::string& path, LoopbackHandler handler);
+
   // Answers all others; they get a 404 until this is set.
   void onAnyOther(LoopbackHandler handler);
 
   void stop();
 
-  // In the order in which their heads were read.
+  // In the order in which they were read.
   std::vector<LoopbackRequest> requests() const;
   std::vector<std::string> targets() const;
 

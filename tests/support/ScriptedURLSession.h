@@ -30,7 +30,8 @@ struct ScriptedRequest {
   Kind kind = Kind::data;
   std::string url;  // "" for a request without URL
   std::vector<std::pair<std::string, std::string>> headers;
-  std::string folder;  // of a download
+  std::string folder = {};  // of a download
+  std::optional<std::string> body = {};
 };
 
 // A URL session that answers from a script and records what it was asked. Where the script says
