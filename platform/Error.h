@@ -22,6 +22,7 @@ struct Error {
 inline constexpr std::string_view kURLErrorDomain = "NSURLErrorDomain";
 inline constexpr std::string_view kPOSIXErrorDomain = "NSPOSIXErrorDomain";
 
+inline constexpr int kURLErrorUnknown = -1;
 inline constexpr int kURLErrorBadURL = -1000;
 inline constexpr int kURLErrorTimedOut = -1001;
 inline constexpr int kURLErrorUnsupportedURL = -1002;
@@ -29,6 +30,7 @@ inline constexpr int kURLErrorCannotFindHost = -1003;
 inline constexpr int kURLErrorCannotConnectToHost = -1004;
 inline constexpr int kURLErrorNetworkConnectionLost = -1005;
 inline constexpr int kURLErrorTooManyRedirects = -1007;
+inline constexpr int kURLErrorRedirectToNonExistentLocation = -1010;
 inline constexpr int kURLErrorBadServerResponse = -1011;
 inline constexpr int kURLErrorCannotDecodeContentData = -1016;
 inline constexpr int kURLErrorDataLengthExceedsMaximum = -1103;

@@ -4,7 +4,11 @@
 #include <algorithm>
 #include <cstdlib>
 #include <limits>
+#include <memory>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <new>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include "platform/Text.h"
@@ -16,6 +20,10 @@ namespace {
 
 constexpr int kMaximumRedirects = 20;
 constexpr long kReceiveBufferSize = 128 * 1024;
+constexpr long kSendBufferSize = 512 * 1024;
+constexpr int kLargestUnsent = 256 * 1024;
+constexpr std::size_t kLongestRedirectBody = std::size_t{64} << 10;
+constexpr auto kLongestRedirect = std::chrono::seconds(1);  // from the end of its head
 constexpr std::size_t kLargestReservation = std::size_t{64} << 20;
 
 const char* environment(const char* name) {
@@ -46,6 +54,46 @@ bool isRedirectStatus(int status) {
 bool isField(std::string_view line, std::string_view name) {
   return line.size() > name.size() && line[name.size()] == ':' &&
          equalsIgnoringASCIICase(line.substr(0, name.size()), name);
+}
+
+// The system takes megabytes of an upload at once, and for a slow line that would be minutes in
+// which nothing seems to be sent. What it may hold before it goes out is bounded here.
+int limitUnsentBytes(void*, curl_socket_t socket, curlsocktype) {
+#ifdef TCP_NOTSENT_LOWAT
+  ::setsockopt(socket, IPPROTO_TCP, TCP_NOTSENT_LOWAT, &kLargestUnsent, sizeof kLargestUnsent);
+#endif
+  return CURL_SOCKOPT_OK;
+}
+
+// `reference` as a URL in relation to `base`; as it stands where it is none.
+std::string resolved(const URL& base, const std::string& reference) {
+  if (reference.empty()) return "";  // libcurl would make it the server's root
+  const std::unique_ptr<CURLU, decltype(&curl_url_cleanup)> url(curl_url(), curl_url_cleanup);
+  char* text = nullptr;
+  const bool isURL = curl_url_set(url.get(), CURLUPART_URL, base.absoluteString().c_str(),
+                                  CURLU_PATH_AS_IS) == CURLUE_OK &&
+                     curl_url_set(url.get(), CURLUPART_URL, reference.c_str(),
+                                  CURLU_NON_SUPPORT_SCHEME) == CURLUE_OK &&
+                     curl_url_get(url.get(), CURLUPART_URL, &text, 0) == CURLUE_OK;
+  if (!isURL) return reference;
+  std::string result(text);
+  curl_free(text);
+  return result;
+}
+
+// Whether a POST goes there as well: whole, and to nobody but its own server.
+bool mayRepeat(const URL& url, int status, const std::optional<URL>& target) {
+  return (status == 307 || status == 308) && target && target->origin() == url.origin();
+}
+
+Error redirectRefused(const std::optional<URL>& target) {
+  const std::string host(target ? target->host() : "");
+  return {std::string(kURLErrorDomain), kURLErrorRedirectToNonExistentLocation,
+          "The redirect to " + (host.empty() ? "an invalid address" : host) + " was not followed."};
+}
+
+bool isRedirectRefusal(const std::optional<Error>& error) {
+  return error && error->code == kURLErrorRedirectToNonExistentLocation;
 }
 
 }  // namespace
@@ -89,8 +137,33 @@ void Transfer::setUp(CURLSH* share) {
   trustCertificates();
   if (task_->acceptsEncodings) curl_easy_setopt(easy_, CURLOPT_ACCEPT_ENCODING, "");
   if (task_->onFreshConnection) curl_easy_setopt(easy_, CURLOPT_FRESH_CONNECT, 1L);
-  for (const auto& [name, value] : task_->request.headers)
-    headers_ = curl_slist_append(headers_, (name + ": " + value).c_str());
+  if (task_->request.body) setUpBody(*task_->request.body);
+  setUpHeaders();
+}
+
+void Transfer::setUpBody(const std::string& body) {
+  curl_easy_setopt(easy_, CURLOPT_POST, 1L);
+  curl_easy_setopt(easy_, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
+  curl_easy_setopt(easy_, CURLOPT_POSTFIELDS, body.data());
+  curl_easy_setopt(easy_, CURLOPT_UPLOAD_BUFFERSIZE, kSendBufferSize);
+  // libcurl sends again, on its own, what a kept connection or an HTTP/2 stream has swallowed.
+  curl_easy_setopt(easy_, CURLOPT_HTTP_VERSION, long{CURL_HTTP_VERSION_1_1});
+  curl_easy_setopt(easy_, CURLOPT_FRESH_CONNECT, 1L);
+  curl_easy_setopt(easy_, CURLOPT_FORBID_REUSE, 1L);  // one more for each would pile up
+  curl_easy_setopt(easy_, CURLOPT_SOCKOPTFUNCTION, limitUnsentBytes);
+  curl_easy_setopt(easy_, CURLOPT_XFERINFOFUNCTION, onProgress);
+  curl_easy_setopt(easy_, CURLOPT_XFERINFODATA, this);
+  curl_easy_setopt(easy_, CURLOPT_NOPROGRESS, 0L);
+  // A second's wait for leave to send, from servers that never give it.
+  headers_ = curl_slist_append(headers_, "Expect:");
+}
+
+void Transfer::setUpHeaders() {
+  for (const auto& [name, value] : task_->request.headers) {
+    // libcurl takes a colon without a value as the wish that the field be left out.
+    const bool isBlank = value.find_first_not_of(" \t\v\f") == std::string::npos;
+    headers_ = curl_slist_append(headers_, (isBlank ? name + ";" : name + ": " + value).c_str());
+  }
   if (headers_) curl_easy_setopt(easy_, CURLOPT_HTTPHEADER, headers_);
 }
 
@@ -105,8 +178,17 @@ void Transfer::trustCertificates() {
 
 TransferClock::time_point Transfer::deadline() const {
   const URLSessionConfiguration& configuration = task_->session->configuration;
-  return std::min(lastActivity_ + configuration.timeoutIntervalForRequest,
-                  started_ + configuration.timeoutIntervalForResource - task_->timeSpent);
+  const auto end = started_ + configuration.timeoutIntervalForResource - task_->timeSpent;
+  if (isRedirect()) return std::min(headEnd_ + kLongestRedirect, end);
+  return std::min(lastActivity_ + configuration.timeoutIntervalForRequest, end);
+}
+
+// Sending, as receiving, keeps a transfer from being idle.
+int Transfer::onProgress(void* self, curl_off_t, curl_off_t, curl_off_t, curl_off_t sent) {
+  auto* transfer = static_cast<Transfer*>(self);
+  if (transfer->sent_ != sent) transfer->lastActivity_ = TransferClock::now();
+  transfer->sent_ = sent;
+  return 0;
 }
 
 std::size_t Transfer::onHeader(const char* bytes, std::size_t size, std::size_t count, void* self) {
@@ -125,17 +207,23 @@ void Transfer::readHeader(std::string_view line) {
     curl_easy_getinfo(easy_, CURLINFO_HTTP_VERSION, &version);
     statusCode_ = static_cast<int>(status);
     multiplexed_ = version >= CURL_HTTP_VERSION_2_0;
-    hasLocation_ = false;
-    onHead_(*this);
+    location_.reset();
   } else if (isField(line, "location")) {
-    hasLocation_ = true;
+    location_ = trimWhitespaceAndNewlines(line.substr(line.find(':') + 1));
   } else if (line == "\r\n" || line == "\n") {
     headComplete_ = statusCode_ >= 200;
+    headEnd_ = lastActivity_;
+    if (headComplete_) onHead_(*this);
   }
 }
 
 std::size_t Transfer::onBody(const char* bytes, std::size_t size, std::size_t count, void* self) {
   auto* transfer = static_cast<Transfer*>(self);
+  if (transfer->isRedirect()) {
+    // What it says is for people. One short enough to be read leaves its connection in use.
+    transfer->passedOver_ += size * count;
+    return transfer->passedOver_ > kLongestRedirectBody ? CURL_WRITEFUNC_ERROR : size * count;
+  }
   transfer->failure_ = transfer->receive({bytes, size * count});
   return transfer->failure_ ? CURL_WRITEFUNC_ERROR : size * count;
 }
@@ -143,7 +231,6 @@ std::size_t Transfer::onBody(const char* bytes, std::size_t size, std::size_t co
 std::optional<Error> Transfer::receive(std::string_view bytes) {
   lastActivity_ = TransferClock::now();
   receivedAnything_ = true;
-  if (isRedirect()) return std::nullopt;  // what it says is for people, not for the file
   if (!task_->isDownload()) return receiveInMemory(bytes);
   if (!file_.isOpen()) {
     if (auto error = file_.open(task_->folder)) return error;
@@ -169,13 +256,13 @@ std::optional<Error> Transfer::receiveInMemory(std::string_view bytes) {
 }
 
 bool Transfer::isRedirect() const {
-  return hasLocation_ && isRedirectStatus(statusCode_);
+  return headComplete_ && location_ && isRedirectStatus(statusCode_);
 }
 
 // A server that ends a connection after so many requests, or after so many seconds, leaves those
 // that were on their way to it without an answer.
 bool Transfer::wasLeftUnprocessed(CURLcode result) const {
-  if (receivedAnything_) return false;
+  if (receivedAnything_ || isPost()) return false;
   switch (result) {
     case CURLE_HTTP2:
     case CURLE_HTTP2_STREAM:
@@ -193,13 +280,12 @@ bool Transfer::wasLeftUnprocessed(CURLcode result) const {
 }
 
 std::optional<Error> Transfer::followRedirect() {
+  std::optional<URL> url = URL::parse(resolved(*task_->request.url, *location_));
+  if (isPost() && !mayRepeat(*task_->request.url, statusCode_, url)) return redirectRefused(url);
   if (task_->redirects == kMaximumRedirects) return urlError(kURLErrorTooManyRedirects);
   ++task_->redirects;
   task_->resent = false;
   task_->onFreshConnection = false;
-  const char* target = nullptr;  // resolved against this URL by libcurl
-  curl_easy_getinfo(easy_, CURLINFO_REDIRECT_URL, &target);
-  std::optional<URL> url = target ? URL::parse(target) : std::nullopt;
   if (!url) return urlError(kURLErrorBadURL);
   if (!url->isHTTP()) return urlError(kURLErrorUnsupportedURL);
   if (url->host().empty()) return urlError(kURLErrorBadURL);
@@ -212,9 +298,10 @@ TransferOutcome Transfer::finish(CURLcode result) {
   if (headComplete_) outcome.response = URLResponse{statusCode_};
   if (failure_) {
     outcome.error = std::move(failure_);
-  } else if (result == CURLE_OK && isRedirect()) {
+  } else if (isRedirect()) {  // however its body ended
     outcome.error = followRedirect();
     outcome.sendAgain = !outcome.error;
+    if (isRedirectRefusal(outcome.error)) outcome.response.reset();
   } else if (result == CURLE_OK) {
     if (task_->isDownload() && !file_.isOpen()) outcome.error = file_.open(task_->folder);
   } else if (!task_->resent && wasLeftUnprocessed(result)) {
@@ -230,6 +317,7 @@ TransferOutcome Transfer::finish(CURLcode result) {
     outcome.body = std::move(body_);
     outcome.file = std::move(file_);
   }
+  if (!outcome.sendAgain) task_->request.body.reset();  // large, and of no more use
   task_->timeSpent += age();
   outcome.task = std::move(task_);
   return outcome;

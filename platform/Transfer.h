@@ -20,7 +20,7 @@ class Transfer {
   using HeadObserver = std::function<void(const Transfer&)>;
 
   // `easy` is borrowed, reset and set up here; `share` holds what handles have in common. `onHead`
-  // is called, and must live, while the transfer is under way: when the protocol is known.
+  // is called, and must live, while the transfer is under way: when the answer's head is there.
   Transfer(CURL* easy, CURLSH* share, std::unique_ptr<TransferTask> task,
            const HeadObserver& onHead, TransferClock::time_point now);
   ~Transfer();
@@ -48,12 +48,17 @@ class Transfer {
   static std::size_t onHeader(const char* bytes, std::size_t size, std::size_t count, void* self);
   static std::size_t onBody(const char* bytes, std::size_t size, std::size_t count, void* self);
 
+  static int onProgress(void* self, curl_off_t, curl_off_t, curl_off_t, curl_off_t sent);
+
   void setUp(CURLSH* share);
+  void setUpBody(const std::string& body);
+  void setUpHeaders();
   void trustCertificates();
   void readHeader(std::string_view line);
   std::optional<Error> receive(std::string_view bytes);
   std::optional<Error> receiveInMemory(std::string_view bytes);
   bool isRedirect() const;
+  bool isPost() const { return task_->request.body.has_value(); }
   bool wasLeftUnprocessed(CURLcode result) const;
   std::optional<Error> followRedirect();
 
@@ -63,10 +68,13 @@ class Transfer {
   const HeadObserver& onHead_;
   const TransferClock::time_point started_;
   TransferClock::time_point lastActivity_;
+  TransferClock::time_point headEnd_;
 
   int statusCode_ = 0;         // of the head under way, or of the answer
   bool headComplete_ = false;  // of an answer that is not merely informational
-  bool hasLocation_ = false;
+  std::optional<std::string> location_;
+  std::size_t passedOver_ = 0;  // of a redirect's body
+  curl_off_t sent_ = 0;         // of our own
   bool multiplexed_ = false;
   bool receivedAnything_ = false;
   std::string body_;

@@ -5,8 +5,6 @@ namespace tolvane {
 
 namespace {
 
-constexpr int kUnknown = -1;
-
 const char* sentenceFor(int code) {
   switch (code) {
     case kURLErrorBadURL:
@@ -76,7 +74,7 @@ int codeFor(CURLcode code) {
     case CURLE_SSL_INVALIDCERTSTATUS:
       return kURLErrorServerCertificateUntrusted;
     default:
-      return kUnknown;
+      return kURLErrorUnknown;
   }
 }
 
@@ -88,7 +86,7 @@ Error urlError(int code) {
 
 Error urlErrorForCurlCode(CURLcode code) {
   Error error = urlError(codeFor(code));
-  if (error.code == kUnknown) error.description = curl_easy_strerror(code);
+  if (error.code == kURLErrorUnknown) error.description = curl_easy_strerror(code);
   return error;
 }
 

@@ -2,7 +2,6 @@
 #include "platform/Transport.h"
 
 #include <algorithm>
-#include <cctype>
 #include <curl/curl.h>
 #include <set>
 #include <thread>
@@ -28,16 +27,6 @@ constexpr int kMaximumOpenFiles = 256;
 constexpr auto kQuickTransfer = std::chrono::seconds(1);
 constexpr auto kLongestSleep = std::chrono::seconds(60);
 
-// What a connection limit counts by: scheme, host and port.
-std::string serverOf(const URL& url) {
-  std::string server(url.scheme());
-  server.append("://").append(url.host()).append(":");
-  std::transform(server.begin(), server.end(), server.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  const bool isTLS = server.starts_with("https:");
-  return server.append(url.port().empty() ? (isTLS ? "443" : "80") : url.port());
-}
-
 }  // namespace
 
 // Everything below runs on the driver's own thread, but for its construction and stop().
@@ -56,7 +45,7 @@ class Transport::Driver {
   enum class Start { started, nothingToStart, tooManyFiles };
   Start startOne(TransferSession& session, const std::string& server);
   void start(std::unique_ptr<TransferTask> task);
-  void noteProtocol(const Transfer& transfer);
+  void noteHead(const Transfer& transfer);
   void finishDone();
   void finishOverdue(TransferClock::time_point now);
   void adjustStreams(TransferHost& host, const Transfer& transfer, CURLcode result);
@@ -76,9 +65,7 @@ class Transport::Driver {
   std::unordered_set<std::string> multiplexedServers_;
   long connectionLimit_ = 0;
 
-  const Transfer::HeadObserver onHead_ = [this](const Transfer& transfer) {
-    noteProtocol(transfer);
-  };
+  const Transfer::HeadObserver onHead_ = [this](const Transfer& transfer) { noteHead(transfer); };
 
   std::shared_ptr<TransferInbox> inbox_;
   std::thread thread_;
@@ -134,7 +121,7 @@ void Transport::Driver::run() {
 
 void Transport::Driver::enqueue(std::unique_ptr<TransferTask> task, bool again) {
   const std::shared_ptr<TransferSession> session = task->session;
-  const std::string server = serverOf(*task->request.url);
+  const std::string server = task->request.url->origin();
   TransferHost& host = session->hosts[server];
   (again ? host.again : host.waiting).push_back(std::move(task));
   ++session->waiting;
@@ -193,8 +180,9 @@ void Transport::Driver::start(std::unique_ptr<TransferTask> task) {
 }
 
 // Called by libcurl in the middle of its work, so nothing is started here.
-void Transport::Driver::noteProtocol(const Transfer& transfer) {
-  std::string server = serverOf(*transfer.task().request.url);
+void Transport::Driver::noteHead(const Transfer& transfer) {
+  nextDeadline_ = std::min(nextDeadline_, transfer.deadline());
+  std::string server = transfer.task().request.url->origin();
   if (!transfer.isMultiplexed()) {
     multiplexedServers_.erase(server);
   } else if (multiplexedServers_.insert(server).second) {
@@ -236,7 +224,7 @@ void Transport::Driver::adjustStreams(TransferHost& host, const Transfer& transf
 }
 
 void Transport::Driver::finish(Transfer* transfer, CURLcode result) {
-  const std::string server = serverOf(*transfer->task().request.url);
+  const std::string server = transfer->task().request.url->origin();
   const std::shared_ptr<TransferSession> session = transfer->task().session;
   TransferHost& host = session->hosts[server];
   adjustStreams(host, *transfer, result);

@@ -25,6 +25,13 @@ Position pathPosition(std::string_view text, std::size_t schemeLength) {
   return {begin, std::min(text.find_first_of("?#", begin), text.size())};
 }
 
+std::string lowerCaseASCII(std::string text) {
+  for (char& c : text) {
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+  }
+  return text;
+}
+
 bool isPathCharacter(char c) {
   const bool isAlphanumeric =
       (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
@@ -60,6 +67,14 @@ std::optional<URL> URL::parse(std::string_view text) {
 
 bool URL::isHTTP() const {
   return equalsIgnoringASCIICase(scheme(), "http") || equalsIgnoringASCIICase(scheme(), "https");
+}
+
+std::string URL::origin() const {
+  const bool isTLS = equalsIgnoringASCIICase(scheme(), "https");
+  std::string origin(scheme());
+  origin.append("://").append(host()).append(":");
+  origin.append(port().empty() ? (isTLS ? "443" : "80") : port());
+  return lowerCaseASCII(std::move(origin));
 }
 
 std::string URL::lastPathComponent() const {

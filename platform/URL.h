@@ -27,6 +27,10 @@ class URL {
   // http or https, in any case of letters.
   bool isHTTP() const;
 
+  // Scheme, host and port in lower case, the scheme's usual port where none is named: equal for two
+  // URLs of http or https exactly when they lead to one server.
+  std::string origin() const;
+
   // The last component of the path, percent-decoded, trailing "/" ignored; "" for a path of
   // nothing but "/". The decoded bytes may hold "/" or NUL.
   std::string lastPathComponent() const;

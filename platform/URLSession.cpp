@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/URLSession.h"
 
+#include <algorithm>
 #include <string_view>
 #include <utility>
 
@@ -17,6 +18,23 @@ namespace {
 // A body under such a name is what a content encoding would have made of it, so none is asked for.
 bool isPackedPath(std::string_view path) {
   return path.ends_with(".gz") || path.ends_with(".bz2") || path.ends_with(".xz");
+}
+
+bool canBeSent(const std::pair<std::string, std::string>& field) {
+  constexpr std::string_view kBreaks("\r\n\0", 3);
+  return field.first.find_first_of(kBreaks) == std::string::npos &&
+         field.second.find_first_of(kBreaks) == std::string::npos;
+}
+
+// Why no server can be asked.
+std::optional<Error> errorIn(const URLRequest& request) {
+  if (!request.url || !request.url->isHTTP()) return urlError(kURLErrorUnsupportedURL);
+  if (request.url->host().empty()) return urlError(kURLErrorBadURL);
+  if (!std::ranges::all_of(request.headers, canBeSent)) {
+    return Error{std::string(kURLErrorDomain), kURLErrorUnknown,
+                 "a header field with a line break cannot be sent"};
+  }
+  return std::nullopt;
 }
 
 class TransportSession : public URLSession {
@@ -45,14 +63,13 @@ class TransportSession : public URLSession {
     task->folder = folder;
     task->completion = std::move(completion);
     task->session = session_;
-    const std::optional<URL>& url = task->request.url;
-    if (url && url->isHTTP() && !url->host().empty()) {
-      task->acceptsEncodings = !task->isDownload() && !isPackedPath(url->path());
+    TransferOutcome outcome;
+    outcome.error = errorIn(task->request);
+    if (!outcome.error) {
+      task->acceptsEncodings = !task->isDownload() && !isPackedPath(task->request.url->path());
       session_->inbox->submit(std::move(task));
       return;
     }
-    TransferOutcome outcome;
-    outcome.error = urlError(url && url->isHTTP() ? kURLErrorBadURL : kURLErrorUnsupportedURL);
     if (task->isDownload()) ++session_->filesAtHand;
     outcome.task = std::move(task);
     deliver(std::move(outcome));

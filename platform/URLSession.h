@@ -20,7 +20,8 @@ namespace tolvane {
 inline constexpr std::size_t kMaximumBodySize = std::size_t{1} << 30;
 
 struct URLSessionConfiguration {
-  // The longest wait for further bytes; before the first one it covers name, connection and TLS.
+  // The longest wait for further bytes, in either direction; before the first one it covers name,
+  // connection and TLS.
   std::chrono::milliseconds timeoutIntervalForRequest = std::chrono::seconds(60);
   // The longest a whole transfer may take, redirects included.
   std::chrono::milliseconds timeoutIntervalForResource = std::chrono::hours(24 * 7);
@@ -30,10 +31,20 @@ struct URLSessionConfiguration {
   std::size_t maximumBodySize = kMaximumBodySize;
 };
 
-// A GET. No session keeps a cache.
+// A GET or, with a body, a POST. No session keeps a cache.
+//
+// A GET's header fields go along to wherever a redirect leads, so none may hold what only its first
+// server should know. A POST keeps to its own scheme, host and port: 307 and 308 within them repeat
+// it whole, any other redirect ends it with kURLErrorRedirectToNonExistentLocation, without a
+// response and with the name of the host in the description. No server gets a POST twice unless it
+// asks for that by such a redirect: it goes out on a new connection of HTTP/1.1, and when that
+// breaks it is lost.
 struct URLRequest {
   std::optional<URL> url;
+  // An empty value is sent as one. A field with a line break or a NUL in it is never sent: the
+  // request fails with kURLErrorUnknown.
   std::vector<std::pair<std::string, std::string>> headers;
+  std::optional<std::string> body = {};  // sent from here, without a copy
 };
 
 struct URLResponse {
@@ -59,7 +70,8 @@ URLRequest uncachedRequest(std::optional<URL> url);
 // Completions are called exactly once, one at a time, on the session's own serial background
 // queue; one that is still to come when the process ends, is not called. The error is one of
 // kURLErrorDomain, or of kPOSIXErrorDomain where the disk refused. An answer that ends early comes
-// with both its response and an error. Redirects are followed within http and https, at most 20.
+// with both its response and an error. Redirects are followed within http and https, at most 20;
+// what they say beside the new place is passed over, and not for long.
 class URLSession {
  public:
   using DataCompletion =

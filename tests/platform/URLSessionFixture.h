@@ -82,6 +82,12 @@ class URLSessionFixture : public testing::Test {
     return await(startData(*session(configuration), request(url)));
   }
 
+  DataReply post(const std::string& url, std::string body, Headers headers = {},
+                 const URLSessionConfiguration& configuration = {}) const {
+    URLRequest request{URL::parse(url), std::move(headers), std::move(body)};
+    return await(startData(*session(configuration), std::move(request)));
+  }
+
   DownloadReply download(const std::string& url,
                          const URLSessionConfiguration& configuration = {}) const {
     return await(startDownload(*session(configuration), request(url), folder_.path()));

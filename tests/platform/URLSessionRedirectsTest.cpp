@@ -178,6 +178,36 @@ TEST_F(URLSessionRedirects, CountIntoTheTimeForTheWholeTransfer) {
   EXPECT_EQ(get(server_.url("/loop"), configuration).error, timedOut());
 }
 
+TEST_F(URLSessionRedirects, AreFollowedHoweverTheirBodyEnds) {
+  server_.on("/there", respond(200, "arrived"));
+  const std::string head = responseHead(302, {{"Location", "/there"}, {"Content-Length", "100"}});
+  const std::vector<std::pair<std::string, LoopbackHandler>> endings = {
+      {"stalled", stall(head + "This page ")},
+      {"cut short", hangUp(head + "This page ")},
+      {"not in its encoding",
+       respond(302, "plain", {{"Location", "/there"}, {"Content-Encoding", "gzip"}})},
+      {"without end", [](const LoopbackRequest&, LoopbackConnection& connection) {
+         connection.write(responseHead(302, {{"Location", "/there"}}));
+         while (connection.write(std::string(1000, 'x'))) continue;
+         connection.close();
+       }}};
+  for (const auto& [ending, handler] : endings) {
+    server_.on("/here", handler);
+    const DataReply reply = get(server_.url("/here"));
+    EXPECT_EQ(reply.error, std::nullopt) << ending << ": " << describe(reply.error);
+    EXPECT_EQ(reply.body, "arrived") << ending;
+    DownloadReply file = download(server_.url("/here"));
+    EXPECT_EQ(bytesOf(file), "arrived") << ending;
+  }
+}
+
+TEST_F(URLSessionRedirects, WithAShortBodyLeaveTheirConnectionInUse) {
+  server_.on("/here", redirect("/there", 302, "<p>This page has moved.</p>"));
+  server_.on("/there", respond(200, "arrived"));
+  EXPECT_EQ(get(server_.url("/here")).body, "arrived");
+  EXPECT_EQ(server_.connectionsAccepted(), 1u);
+}
+
 TEST_F(URLSessionRedirects, KeepTheHeadersThatForbidCaching) {
   server_.on("/here", redirect(other_.url("/there")));
   other_.on("/there", respond(200, "arrived"));

@@ -51,6 +51,19 @@ TEST(URL, RelativeReferencesHaveAPathAlone) {
   }
 }
 
+TEST(URL, TheOriginIsWhatTheURLsOfOneServerHaveInCommon) {
+  const std::string origin = "http://repo.example:80";
+  for (const auto* text : {"http://repo.example", "HTTP://Repo.Example:80/x",
+                           "http://a:b@repo.example?q", "http://repo.example:/x"}) {
+    EXPECT_EQ(parsed(text).origin(), origin) << text;
+  }
+  EXPECT_EQ(parsed("https://repo.example/").origin(), "https://repo.example:443");
+  for (const auto* text : {"https://repo.example:80", "http://repo.example:8080",
+                           "http://www.repo.example", "http://repo.example.", "//repo.example"}) {
+    EXPECT_NE(parsed(text).origin(), origin) << text;
+  }
+}
+
 TEST(URL, AReferenceMayBeginWithItsHost) {
   const URL url = parsed("//repo.example/x");
   EXPECT_EQ(url.scheme(), "");
