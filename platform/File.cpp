@@ -2,12 +2,18 @@
 #include "platform/File.h"
 
 #include <cerrno>
+#include <exception>
 #include <filesystem>
+#include <memory>
 #include <sys/stat.h>
+
+#include "platform/FileDescriptor.h"
 
 namespace tolvane {
 
 namespace {
+
+constexpr std::size_t kReadPart = std::size_t{256} << 10;
 
 bool isUsablePath(const std::string& path) {
   return !path.empty() && path.find('\0') == std::string::npos;
@@ -44,6 +50,30 @@ std::optional<std::uint64_t> fileSize(const std::string& path) {
 std::string folderOf(const std::string& path) {
   const std::string folder = std::filesystem::path(path).parent_path().string();
   return folder.empty() ? "." : folder;
+}
+
+std::optional<Error> appendFile(const std::string& path, std::string& bytes) {
+  if (!isUsablePath(path)) return posixError(EINVAL);
+  const FileDescriptor file(path.c_str(), O_RDONLY | O_NONBLOCK);  // nobody may write to a pipe
+  struct stat status {};
+  if (!file.isOpen() || ::fstat(file.get(), &status) != 0) return posixError(errno);
+  if (!S_ISREG(status.st_mode)) return posixError(S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
+  const std::size_t before = bytes.size();
+  try {
+    bytes.reserve(before + static_cast<std::size_t>(status.st_size));
+    // In parts, so that the large memory is written to once.
+    const auto part = std::make_unique<char[]>(kReadPart);
+    ssize_t count = 0;
+    while ((count = ::read(file.get(), part.get(), kReadPart)) > 0) {
+      bytes.append(part.get(), static_cast<std::size_t>(count));
+    }
+    if (count == 0) return std::nullopt;
+  } catch (const std::exception&) {  // of std::bad_alloc and std::length_error
+    errno = ENOMEM;
+  }
+  const Error error = posixError(errno);
+  bytes.resize(before);
+  return error;
 }
 
 std::optional<Error> createFolder(const std::string& path) {

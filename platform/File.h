@@ -26,6 +26,10 @@ std::optional<std::uint64_t> fileSize(const std::string& path);
 // The folder that the path stands in, "." for a bare name.
 std::string folderOf(const std::string& path);
 
+// Appends the bytes of the file at the path to `bytes`; nothing where it fails, as it does for
+// everything but a regular file.
+std::optional<Error> appendFile(const std::string& path, std::string& bytes);
+
 // Creates the folder with all missing intermediate folders. Success when it is there already.
 std::optional<Error> createFolder(const std::string& path);
 

@@ -161,6 +161,18 @@ std::size_t utf16Length(std::string_view text) {
   return units;
 }
 
+std::string_view utf16Prefix(std::string_view text, std::size_t units) {
+  std::string_view rest = text;
+  while (!rest.empty()) {
+    const std::string_view character = firstCharacter(rest);
+    const std::size_t length = utf16Length(character);
+    if (length > units) break;
+    units -= length;
+    rest.remove_prefix(character.size());
+  }
+  return text.substr(0, text.size() - rest.size());
+}
+
 std::int64_t integerValue(std::string_view text) {
   text = trimFront(text, isBlank);
   const bool negative = text.starts_with('-');

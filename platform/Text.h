@@ -24,6 +24,9 @@ std::string textFromLatin1(std::string_view bytes);
 // Length in UTF-16 code units of well-formed UTF-8.
 std::size_t utf16Length(std::string_view text);
 
+// The longest beginning of well-formed UTF-8 that is at most so many UTF-16 code units long.
+std::string_view utf16Prefix(std::string_view text, std::size_t units);
+
 // Leading blanks, an optional sign, digits, up to the first other character, clamped to 64 bits;
 // 0 where there is no digit ("1 2" is 1, "x" is 0).
 std::int64_t integerValue(std::string_view text);

@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: MIT
+#include "platform/Bundle.h"
+
+#include <filesystem>
+#include <system_error>
+
+#include "platform/PropertyListFile.h"
+
+namespace tolvane {
+
+Bundle::Bundle(std::string_view programPath) {
+  std::filesystem::path folder = std::filesystem::path(programPath).parent_path();
+  const bool isMacOSBundle =
+      folder.filename() == "MacOS" && folder.parent_path().filename() == "Contents";
+  if (isMacOSBundle) folder = folder.parent_path();
+  infoPath_ = folder / "Info.plist";
+}
+
+Bundle Bundle::mainBundle() {
+  std::error_code failure;
+  return Bundle(std::filesystem::read_symlink("/proc/self/exe", failure).string());
+}
+
+std::string Bundle::infoText(std::string_view key) const {
+  return textInPropertyListFile(infoPath_, key);
+}
+
+}  // namespace tolvane

@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace tolvane {
+
+// What a program is installed with.
+class Bundle {
+ public:
+  explicit Bundle(std::string_view programPath);
+
+  // That of this process.
+  static Bundle mainBundle();
+
+  // The information property list: Info.plist in the folder above for a program in a folder
+  // "Contents/MacOS", else beside the program. It need not exist.
+  const std::string& infoPath() const { return infoPath_; }
+
+  // What that list says under a key, in its text form; "" where it says nothing.
+  std::string infoText(std::string_view key) const;
+
+ private:
+  std::string infoPath_;
+};
+
+}  // namespace tolvane
