@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <string>
+#include <sys/stat.h>
 
 #include "platform/File.h"
 #include "tests/support/TemporaryFolder.h"
@@ -71,6 +72,35 @@ TEST(File, AFolderIsCreatedWithAllAboveIt) {
   const TemporaryFolder folder;
   EXPECT_EQ(createFolder(folder.path("a/b/c/")), std::nullopt);
   EXPECT_TRUE(std::filesystem::is_directory(folder.path("a/b/c")));
+}
+
+TEST(File, AFilesBytesAreAppended) {
+  const TemporaryFolder folder;
+  std::string large;
+  for (int i = 0; large.size() < 1'000'000; ++i) large += std::to_string(i);
+  std::string bytes = "before ";
+  EXPECT_EQ(appendFile(folder.write("large", large), bytes), std::nullopt);
+  EXPECT_TRUE(bytes == "before " + large);
+  EXPECT_EQ(appendFile(folder.write("empty", ""), bytes), std::nullopt);
+  EXPECT_TRUE(bytes == "before " + large);
+}
+
+TEST(File, WhatIsNoRegularFileCannotBeRead) {
+  const TemporaryFolder folder;
+  ASSERT_EQ(mkfifo(folder.path("pipe").c_str(), 0600), 0);
+  std::string bytes = "before";
+  EXPECT_EQ(appendFile(folder.path("none"), bytes), posixError(ENOENT));
+  EXPECT_EQ(appendFile(folder.path(), bytes), posixError(EISDIR));
+  EXPECT_EQ(appendFile(folder.path("pipe"), bytes), posixError(EINVAL));
+  EXPECT_EQ(appendFile("", bytes), posixError(EINVAL));
+  EXPECT_EQ(appendFile("/proc/self/mem", bytes), posixError(EIO));
+  EXPECT_EQ(bytes, "before");
+}
+
+TEST(File, AFileThatIsLongerThanItSaidIsReadToItsEnd) {
+  std::string bytes;
+  EXPECT_EQ(appendFile("/proc/self/comm", bytes), std::nullopt);
+  EXPECT_NE(bytes, "");
 }
 
 TEST(File, CreatingAFolderThatIsThereSucceeds) {

@@ -144,6 +144,16 @@ TEST(Text, UTF16LengthOfLongTextsIsTheSumOfTheirParts) {
   }
 }
 
+TEST(Text, AUTF16PrefixEndsBeforeTheCharacterThatDoesNotFit) {
+  EXPECT_EQ(utf16Prefix("abc", 3), "abc");
+  EXPECT_EQ(utf16Prefix("abc", 2), "ab");
+  EXPECT_EQ(utf16Prefix("abc", 0), "");
+  EXPECT_EQ(utf16Prefix("", 2), "");
+  EXPECT_EQ(utf16Prefix("\u00E4\u20ACb", 2), "\u00E4\u20AC");
+  EXPECT_EQ(utf16Prefix("a\U0001F600b", 2), "a");
+  EXPECT_EQ(utf16Prefix("a\U0001F600b", 3), "a\U0001F600");
+}
+
 TEST(Text, AnIntegerIsReadUpToTheFirstOtherCharacter) {
   EXPECT_EQ(integerValue("123"), 123);
   EXPECT_EQ(integerValue("1 2"), 1);

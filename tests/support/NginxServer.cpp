@@ -1,23 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "tests/support/NginxServer.h"
 
-#include <arpa/inet.h>
-#include <chrono>
 #include <cstdlib>
-#include <fcntl.h>
 #include <fstream>
 #include <grp.h>
 #include <gtest/gtest.h>
 #include <map>
-#include <netinet/in.h>
 #include <pwd.h>
-#include <signal.h>
 #include <sstream>
-#include <sys/prctl.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <thread>
 #include <unistd.h>
 
 namespace tolvane {
@@ -32,34 +23,6 @@ std::string nginxPath() {
     if (access(path, X_OK) == 0) return path;
   }
   return "";
-}
-
-sockaddr_in loopback(int port) {
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(static_cast<in_port_t>(port));
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  return address;
-}
-
-// A port that was free a moment ago.
-int freePort() {
-  const int descriptor = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  sockaddr_in address = loopback(0);
-  socklen_t length = sizeof address;
-  bind(descriptor, reinterpret_cast<sockaddr*>(&address), length);
-  getsockname(descriptor, reinterpret_cast<sockaddr*>(&address), &length);
-  close(descriptor);
-  return ntohs(address.sin_port);
-}
-
-bool accepts(int port) {
-  const int descriptor = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  const sockaddr_in address = loopback(port);
-  const bool connected =
-      connect(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
-  close(descriptor);
-  return connected;
 }
 
 std::string contents(const std::string& path) {
@@ -97,10 +60,6 @@ NginxServer::NginxServer(const std::string& extra) {
   ADD_FAILURE() << "nginx does not start: " << contents(folder_.path("error.log"));
 }
 
-NginxServer::~NginxServer() {
-  stop();
-}
-
 bool NginxServer::makeCertificate() const {
   const std::string command =
       "openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -days 2"
@@ -124,43 +83,9 @@ void NginxServer::writeConfiguration(const std::string& extra) {
 }
 
 bool NginxServer::launch() {
-  const std::string program = nginxPath();
-  const std::string configuration = folder_.path("nginx.conf");
   const std::string log = folder_.path("error.log");
-  const char* arguments[] = {program.c_str(),       "-e",   log.c_str(), "-c",
-                             configuration.c_str(), nullptr};
-  process_ = fork();
-  if (process_ == 0) {
-    prctl(PR_SET_PDEATHSIG, SIGTERM);
-    const int output = ::open(log.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644);
-    dup2(output, STDERR_FILENO);
-    execv(program.c_str(), const_cast<char**>(arguments));
-    _exit(127);
-  }
-  if (waitUntilListening()) return true;
-  stop();
-  return false;
-}
-
-bool NginxServer::waitUntilListening() {
-  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-  while (std::chrono::steady_clock::now() < end) {
-    int status = 0;
-    if (waitpid(process_, &status, WNOHANG) != 0) {  // it could not have the ports, for instance
-      process_ = 0;
-      return false;
-    }
-    if (accepts(plainPort_) && accepts(securePort_)) return true;
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  }
-  return false;
-}
-
-void NginxServer::stop() {
-  if (process_ <= 0) return;
-  kill(process_, SIGTERM);
-  waitpid(process_, nullptr, 0);
-  process_ = 0;
+  return process_.start({nginxPath(), "-e", log, "-c", folder_.path("nginx.conf")}, folder_.path(),
+                        log, {plainPort_, securePort_});
 }
 
 void NginxServer::write(std::string_view name, std::string_view bytes) {

@@ -3,9 +3,9 @@
 
 #include <string>
 #include <string_view>
-#include <sys/types.h>
 #include <vector>
 
+#include "tests/support/ServerProcess.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace tolvane {
@@ -29,13 +29,9 @@ class NginxServer {
   // `extra` are configuration lines for the server block. A server that does not start fails the
   // test; isRunning() tells.
   explicit NginxServer(const std::string& extra = "");
-  ~NginxServer();
 
-  NginxServer(const NginxServer&) = delete;
-  NginxServer& operator=(const NginxServer&) = delete;
-
-  bool isRunning() const { return process_ > 0; }
-  void stop();
+  bool isRunning() const { return process_.isRunning(); }
+  void stop() { process_.stop(); }
 
   // Puts a file below the root of what is served.
   void write(std::string_view name, std::string_view bytes);
@@ -53,12 +49,11 @@ class NginxServer {
   bool makeCertificate() const;
   void writeConfiguration(const std::string& extra);
   bool launch();
-  bool waitUntilListening();
 
   TemporaryFolder folder_;
   int plainPort_ = 0;
   int securePort_ = 0;
-  pid_t process_ = 0;
+  ServerProcess process_;
 };
 
 }  // namespace tolvane

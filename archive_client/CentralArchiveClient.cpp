@@ -1,0 +1,309 @@
+// SPDX-License-Identifier: MIT
+#include "archive_client/CentralArchiveClient.h"
+
+#include <fmt/format.h>
+#include <mutex>
+#include <new>
+#include <utility>
+
+#include "archive_client/ArchiveAnswer.h"
+#include "archive_client/CentralArchiveErrors.h"
+#include "model/CrawlerLogger.h"
+#include "platform/SystemLog.h"
+#include "platform/Text.h"
+#include "platform/URL.h"
+
+namespace tolvane {
+
+namespace {
+
+using nlohmann::ordered_json;
+using std::chrono::seconds;
+
+// A list of a hundred thousand missing packages takes a tenth of it.
+constexpr std::size_t kLongestAnswer = std::size_t{128} << 20;
+constexpr std::size_t kLongestPreview = 1000;
+
+// A header field ends at a line break, and libcurl's texts at a NUL.
+bool canBeSent(std::string_view credential) {
+  return credential.find_first_of(std::string_view("\r\n\0", 3)) == std::string_view::npos;
+}
+
+// The name under which the archive would keep the package. A record has no absent texts: an empty
+// one stands for them.
+std::string archivedFilenameOf(const PackageEntry& package) {
+  for (const std::string_view address : {package.downloadURL(), package.filename()}) {
+    const std::string_view name = lastPathComponent(address);
+    if (!name.empty()) return std::string(name);
+  }
+  const auto either = [](std::string_view text, std::string_view otherwise) {
+    return text.empty() ? otherwise : text;
+  };
+  return fmt::format("{}_{}", either(package.packageName(), "package"),
+                     either(package.version(), "unknown"));
+}
+
+ordered_json jsonOf(const PackageEntry& package) {
+  return {{"identifier", package.packageName()},
+          {"version", package.version()},
+          {"name", package.displayName()},
+          {"filename", archivedFilenameOf(package)},
+          {"size", package.size()},
+          {"original_url", originalURLOf(package)}};
+}
+
+// No value where a text is not UTF-8, or where there is no memory for it.
+template <typename MakeJSON>
+std::optional<std::string> encoded(const MakeJSON& makeJSON) {
+  try {
+    return makeJSON().dump();
+  } catch (const ordered_json::exception&) {
+    return std::nullopt;
+  } catch (const std::bad_alloc&) {
+    return std::nullopt;
+  }
+}
+
+std::optional<std::string> checkBody(std::string_view repositoryURL,
+                                     std::string_view repositoryType,
+                                     const std::vector<PackageEntry>& packages) {
+  return encoded([&] {
+    ordered_json list = ordered_json::array();
+    list.get_ref<ordered_json::array_t&>().reserve(packages.size());
+    for (const PackageEntry& package : packages) list.push_back(jsonOf(package));
+    ordered_json body{{"repository_url", repositoryURL}, {"repository_type", repositoryType}};
+    body["packages"] = std::move(list);
+    return body;
+  });
+}
+
+std::optional<std::string> tokenBody(std::string_view repositoryURL,
+                                     std::string_view repositoryType, std::size_t packageCount) {
+  return encoded([&] {
+    return ordered_json{{"repository_url", repositoryURL},
+                        {"repository_type", repositoryType},
+                        {"package_count", packageCount}};
+  });
+}
+
+// Logs what the completion gets.
+template <typename Completion, typename Nothing>
+void fail(const Completion& completion, Nothing nothing, Error error) {
+  CrawlerLogger::logError(error.description);
+  completion(std::move(nothing), std::move(error));
+}
+
+// An answer that has come, and is not empty.
+void readCheckAnswer(std::string_view body,
+                     const CentralArchiveClient::CheckCompletion& completion) {
+  ArchiveAnswer answer(body);
+  if (const std::optional<Error>& error = answer.parseError()) {
+    SystemLog::write("[CentralArchive] JSON parse error: {}", describe(error));
+    CrawlerLogger::logError(fmt::format("Central archive JSON parse error: {}",
+                                        descriptionOf(error, "Unknown parse error")));
+    SystemLog::write("[CentralArchive] Response preview: {}", previewOf(body, kLongestPreview));
+  }
+  if (!answer.isDictionary()) {
+    CrawlerLogger::logError("Central archive response was not a JSON dictionary.");
+    return completion({}, answer.parseError());
+  }
+  if (!answer.isOK()) {
+    std::string message = answer.errorText("Central archive check failed.");
+    SystemLog::write("[CentralArchive] API error: {}", message);
+    CrawlerLogger::logError("Central archive API error: " + message);
+    return completion({}, archiveError(1003, std::move(message)));
+  }
+  CentralArchiveClient::MissingPackages missing;
+  nlohmann::json* list = answer.find("missing_packages");
+  if (list && list->is_array()) missing = std::move(list->get_ref<nlohmann::json::array_t&>());
+  SystemLog::write("[CentralArchive] Missing package count from server: {}", missing.size());
+  CrawlerLogger::logSuccess(
+      fmt::format("Central archive check complete. Missing package(s): {}", missing.size()));
+  completion(std::move(missing), std::nullopt);
+}
+
+void finishCheck(std::string_view body, const std::optional<URLResponse>& response,
+                 std::optional<Error> error,
+                 const CentralArchiveClient::CheckCompletion& completion) {
+  const int status = statusOf(response);
+  SystemLog::write("[CentralArchive] HTTP status: {}", status);
+  CrawlerLogger::logInfo(fmt::format("Central archive check HTTP status: {}", status));
+  SystemLog::write("[CentralArchive] Response bytes: {}", body.size());
+  if (error) {
+    SystemLog::write("[CentralArchive] Request error: {}", describe(error));
+    CrawlerLogger::logError("Central archive check failed: " +
+                            descriptionOf(error, "Unknown error"));
+    return completion({}, std::move(error));
+  }
+  if (body.empty()) {
+    SystemLog::write("[CentralArchive] Empty response from server. HTTP status was: {}", status);
+    return fail(completion, CentralArchiveClient::MissingPackages(),
+                archiveError(1002, "Central archive returned an empty response."));
+  }
+  readCheckAnswer(body, completion);
+}
+
+// The token of an answer, or why there is none; both absent for valid JSON that is no object.
+struct TokenResult {
+  std::optional<std::string> token;
+  std::optional<Error> error;
+};
+
+TokenResult readTokenAnswer(std::string_view body) {
+  ArchiveAnswer answer(body);
+  if (!answer.isDictionary()) {
+    CrawlerLogger::logError(
+        descriptionOf(answer.parseError(), "Upload token response was not a JSON dictionary."));
+    return {std::nullopt, answer.parseError()};
+  }
+  if (!answer.isOK()) {
+    std::string message = answer.errorText("Upload token request failed.");
+    CrawlerLogger::logError("Upload token API error: " + message);
+    return {std::nullopt, archiveError(3004, std::move(message))};
+  }
+  nlohmann::json* token = answer.find("upload_token");
+  if (token && token->is_string() && !token->get_ref<const std::string&>().empty()) {
+    return {std::move(token->get_ref<std::string&>()), std::nullopt};
+  }
+  Error error = archiveError(3005, "Upload token response did not contain a token.");
+  CrawlerLogger::logError(error.description);
+  return {std::nullopt, std::move(error)};
+}
+
+// Logs every failure.
+TokenResult tokenResultOf(std::string_view body, const std::optional<URLResponse>& response,
+                          std::optional<Error> error) {
+  SystemLog::write("[CentralArchive] Upload token HTTP status: {}", statusOf(response));
+  if (error) {
+    CrawlerLogger::logError("Upload token request failed: " +
+                            descriptionOf(error, "Unknown error"));
+    return {std::nullopt, std::move(error)};
+  }
+  if (body.empty()) {
+    Error empty = archiveError(3003, "Upload token request returned an empty response.");
+    CrawlerLogger::logError(empty.description);
+    return {std::nullopt, std::move(empty)};
+  }
+  return readTokenAnswer(body);
+}
+
+}  // namespace
+
+struct CentralArchiveClient::Token {
+  std::mutex mutex;
+  std::string value;
+
+  std::string get() {
+    const std::lock_guard lock(mutex);
+    return value;
+  }
+
+  void set(std::string token) {
+    const std::lock_guard lock(mutex);
+    value = std::move(token);
+  }
+};
+
+CentralArchiveClient::CentralArchiveClient(std::string apiBaseURL, std::string apiSecret,
+                                           URLSessionFactory sessionFactory)
+    : apiBaseURL_(std::move(apiBaseURL)),
+      apiSecret_(std::move(apiSecret)),
+      token_(std::make_shared<Token>()),
+      sessionFactory_(std::move(sessionFactory)) {}
+
+std::string CentralArchiveClient::uploadToken() const {
+  return token_->get();
+}
+
+void CentralArchiveClient::setUploadToken(std::string token) {
+  token_->set(std::move(token));
+}
+
+std::string CentralArchiveClient::endpointURLStringForPath(std::string_view path) const {
+  std::string endpoint = apiBaseURL_;
+  if (!endpoint.ends_with('/')) endpoint += '/';
+  return endpoint.append(path);
+}
+
+void CentralArchiveClient::checkRepositoryURL(std::string_view repositoryURL,
+                                              std::optional<std::string_view> repositoryType,
+                                              const std::vector<PackageEntry>& packages,
+                                              CheckCompletion completion) const {
+  std::optional<URL> url = URL::parse(endpointURLStringForPath("check_repo.php"));
+  SystemLog::write("[CentralArchive] Check endpoint: {}", describe(url));
+  SystemLog::write("[CentralArchive] Repository URL: {}", repositoryURL);
+  SystemLog::write("[CentralArchive] Repository type: {}", repositoryType.value_or(""));
+  SystemLog::write("[CentralArchive] Package count: {}", packages.size());
+  CrawlerLogger::logInfo(fmt::format("Checking central archive: {} package(s)", packages.size()));
+  if (!url) {
+    return fail(completion, MissingPackages(),
+                archiveError(1001, "Invalid central archive API URL."));
+  }
+  std::optional<std::string> body =
+      checkBody(repositoryURL, repositoryType.value_or(kDefaultRepositoryType), packages);
+  if (!body) {
+    return fail(completion, MissingPackages(),
+                encodingError("Could not encode central archive check request."));
+  }
+  SystemLog::write("[CentralArchive] JSON body size: {} bytes", body->size());
+  CrawlerLogger::logInfo(
+      fmt::format("Central archive check request prepared ({} bytes)", body->size()));
+  URLRequest request{std::move(url),
+                     {{"Content-Type", "application/json"},
+                      {"X-Archive-Secret", canBeSent(apiSecret_) ? apiSecret_ : ""}},
+                     std::move(body)};
+  send(std::move(request), seconds(60), seconds(120),
+       [completion = std::move(completion)](const std::string& answer,
+                                            const std::optional<URLResponse>& response,
+                                            std::optional<Error> error) {
+         finishCheck(answer, response, std::move(error), completion);
+       });
+}
+
+void CentralArchiveClient::requestUploadTokenForRepositoryURL(
+    std::string_view repositoryURL, std::optional<std::string_view> repositoryType,
+    std::size_t packageCount, TokenCompletion completion) {
+  std::optional<URL> url = URL::parse(endpointURLStringForPath("request_upload_token.php"));
+  if (!url) {
+    return fail(completion, std::optional<std::string>(),
+                archiveError(3001, "Invalid upload token API URL."));
+  }
+  std::optional<std::string> body =
+      tokenBody(repositoryURL, repositoryType.value_or(kDefaultRepositoryType), packageCount);
+  if (!body) {
+    return fail(completion, std::optional<std::string>(),
+                encodingError("Could not encode upload token request."));
+  }
+  CrawlerLogger::logInfo(fmt::format("Requesting upload token for {} package(s)", packageCount));
+  URLRequest request{std::move(url), {{"Content-Type", "application/json"}}, std::move(body)};
+  send(std::move(request), seconds(60), seconds(120),
+       [token = token_, completion = std::move(completion)](
+           const std::string& answer, const std::optional<URLResponse>& response,
+           std::optional<Error> error) {
+         TokenResult result = tokenResultOf(answer, response, std::move(error));
+         if (result.token) {
+           token->set(*result.token);
+           CrawlerLogger::logSuccess("Upload token received.");
+         }
+         completion(std::move(result.token), std::move(result.error));
+       });
+}
+
+void CentralArchiveClient::send(URLRequest request, seconds requestTimeout, seconds resourceTimeout,
+                                URLSession::DataCompletion completion) const {
+  URLSessionConfiguration configuration;
+  configuration.timeoutIntervalForRequest = requestTimeout;
+  configuration.timeoutIntervalForResource = resourceTimeout;
+  configuration.maximumBodySize = kLongestAnswer;
+  sessionFactory_(configuration)->dataTask(std::move(request), std::move(completion));
+}
+
+std::optional<std::pair<std::string, std::string>> CentralArchiveClient::uploadCredential() const {
+  std::string token = uploadToken();
+  if (!token.empty() && canBeSent(token)) return std::pair("X-Upload-Token", std::move(token));
+  if (!apiSecret_.empty() && canBeSent(apiSecret_))
+    return std::pair("X-Archive-Secret", apiSecret_);
+  return std::nullopt;
+}
+
+}  // namespace tolvane

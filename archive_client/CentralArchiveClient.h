@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "model/PackageEntry.h"
+#include "platform/Error.h"
+#include "platform/URLSession.h"
+
+namespace tolvane {
+
+// Domain of the client's own errors. Those of transport and JSON are handed on as they are.
+inline constexpr std::string_view kCentralArchiveErrorDomain = "CentralArchiveClient";
+
+// The client of a central archive, a server that collects the packages of repositories. Three
+// requests, all of them POST with a JSON answer: which packages of a repository are missing there,
+// a token for uploads, and the upload of one package. docs/central-archive-api.md has the wire
+// format.
+//
+// A completion is called exactly once: for a failure before anything is sent, on the caller's
+// thread before the operation returns, otherwise on a background thread. Calls may overlap, nothing
+// is tried again, and the client may go before they end. The HTTP status of an answer is logged and
+// decides nothing.
+//
+// Secret and token go to the base URL's own scheme, host and port and to nobody else. A redirect
+// elsewhere, or one that would drop the request's body, is a transport error.
+class CentralArchiveClient {
+ public:
+  // The entries as the server sent them: objects with "identifier" and "version", unless it errs.
+  using MissingPackages = std::vector<nlohmann::json>;
+  // The list is empty on failure. Valid JSON that is no object gives an empty list and no error.
+  using CheckCompletion = std::function<void(MissingPackages, std::optional<Error>)>;
+  // Valid JSON that is no object gives neither.
+  using TokenCompletion =
+      std::function<void(std::optional<std::string> token, std::optional<Error>)>;
+  // Valid JSON that is no object gives false and no error.
+  using UploadCompletion = std::function<void(bool uploaded, std::optional<Error>)>;
+
+  explicit CentralArchiveClient(std::string apiBaseURL, std::string apiSecret,
+                                URLSessionFactory sessionFactory = makeURLSession);
+
+  // The properties are not guarded, but for the token, which the background thread sets.
+  const std::string& apiBaseURL() const { return apiBaseURL_; }
+  void setApiBaseURL(std::string url) { apiBaseURL_ = std::move(url); }
+
+  // A secret, or token, with a line break or NUL in it counts as none.
+  const std::string& apiSecret() const { return apiSecret_; }
+  void setApiSecret(std::string secret) { apiSecret_ = std::move(secret); }
+
+  // The token that was received last; "" until then. A request that fails leaves it as it is.
+  std::string uploadToken() const;
+  void setUploadToken(std::string token);
+
+  // The base URL, "/" unless it ends in one, and the path. Nothing is encoded.
+  std::string endpointURLStringForPath(std::string_view path) const;
+
+  // Asks which of the packages the archive lacks. Errors 1001 to 1003. A repository type is "APT",
+  // which stands in for none, "Installer3" or "Installer4".
+  void checkRepositoryURL(std::string_view repositoryURL,
+                          std::optional<std::string_view> repositoryType,
+                          const std::vector<PackageEntry>& packages,
+                          CheckCompletion completion) const;
+
+  // Announces that many uploads and gets the token for them, which is also kept for
+  // uploadPackage(). Sends no credential. Errors 3001, 3003 to 3005.
+  void requestUploadTokenForRepositoryURL(std::string_view repositoryURL,
+                                          std::optional<std::string_view> repositoryType,
+                                          std::size_t packageCount, TokenCompletion completion);
+
+  // Sends a file from the disk with what the record says of it, under the token or, where there is
+  // none, the secret. The whole file is in memory meanwhile. Errors 2000 to 2004; what becomes of
+  // it is not told on the log bus.
+  void uploadPackage(const PackageEntry& package, std::string_view repositoryURL,
+                     std::optional<std::string_view> repositoryType,
+                     const std::string& localFilePath, UploadCompletion completion) const;
+
+  // Appends one text part of a multipart form (RFC 7578). Nothing is escaped.
+  static void appendFormField(std::string_view name, std::string_view value,
+                              std::string_view boundary, std::string& body);
+
+ private:
+  struct Token;
+
+  void send(URLRequest request, std::chrono::seconds requestTimeout,
+            std::chrono::seconds resourceTimeout, URLSession::DataCompletion completion) const;
+  std::optional<std::pair<std::string, std::string>> uploadCredential() const;
+
+  std::string apiBaseURL_;
+  std::string apiSecret_;
+  std::shared_ptr<Token> token_;  // also of the requests under way
+  URLSessionFactory sessionFactory_;
+};
+
+}  // namespace tolvane

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: MIT
+#include "archive_client/CentralArchiveErrors.h"
+
+#include <utility>
+
+#include "archive_client/ArchiveAnswer.h"
+#include "archive_client/CentralArchiveClient.h"
+
+namespace tolvane {
+
+Error archiveError(int code, std::string description) {
+  return {std::string(kCentralArchiveErrorDomain), code, std::move(description)};
+}
+
+Error encodingError(std::string description) {
+  return {std::string(kJSONErrorDomain), kJSONWriteError, std::move(description)};
+}
+
+std::string descriptionOf(const std::optional<Error>& error, std::string_view otherwise) {
+  return error && !error->description.empty() ? error->description : std::string(otherwise);
+}
+
+int statusOf(const std::optional<URLResponse>& response) {
+  return response ? response->statusCode : 0;
+}
+
+std::string_view originalURLOf(const PackageEntry& package) {
+  return package.downloadURL().empty() ? package.filename() : package.downloadURL();
+}
+
+}  // namespace tolvane

@@ -1,0 +1,246 @@
+// SPDX-License-Identifier: MIT
+#include <fstream>
+#include <iterator>
+#include <nlohmann/json.hpp>
+
+#include "tests/archive_client/ArchiveFixture.h"
+#include "tests/support/CentralArchiveServer.h"
+
+namespace tolvane {
+
+namespace {
+
+using nlohmann::ordered_json;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr const char* kCheckPage = "check_repo.php";
+constexpr const char* kTokenPage = "request_upload_token.php";
+constexpr const char* kUploadPage = "upload_package.php";
+
+// The client against a server that reads every byte, over the network.
+class CentralArchiveWire : public ArchiveFixture {
+ protected:
+  CentralArchiveWire() : wired_(server_.baseURL(), kSecret) {
+    package_.setDisplayName("Größe \"1\"");
+    package_.setVersion("1.2");
+    package_.setFilename("debs/tool.deb");
+    package_.setSize("22");
+  }
+
+  // The request's head, without what depends on the run.
+  std::string headOf(const ArchiveRequest& request) const {
+    std::string head = request.sent.head;
+    const std::size_t at = head.find("127.0.0.1:");
+    return head.replace(at, head.find("\r\n", at) - at, "HOST");
+  }
+
+  // The wire's common fields, and these before the length.
+  static std::string expectedHead(const std::string& page, const std::string& fields,
+                                  std::size_t length) {
+    return "POST /central_archive/archive-api/" + page +
+           " HTTP/1.1\r\nHost: HOST\r\nUser-Agent: Tolvane/0.1.0\r\nAccept: */*\r\n"
+           "Accept-Encoding: deflate, gzip, br, zstd\r\n" +
+           fields + "Content-Length: " + std::to_string(length) + "\r\n\r\n";
+  }
+
+  // The one request that the server has had.
+  ArchiveRequest received() const {
+    const auto requests = server_.requests();
+    EXPECT_EQ(requests.size(), 1u);
+    const ArchiveRequest request = requests.empty() ? ArchiveRequest() : requests.back();
+    EXPECT_EQ(request.fault, "");
+    return request;
+  }
+
+  CentralArchiveServer server_;
+  CentralArchiveClient wired_;
+};
+
+TEST_F(CentralArchiveWire, ACheckIsTheseBytes) {
+  EXPECT_EQ(check(wired_, {package_}).error, std::nullopt);
+  const ArchiveRequest request = received();
+  EXPECT_EQ(request.sent.body,
+            R"({"repository_url":"https://repo.example/","repository_type":"APT","packages":[)"
+            R"({"identifier":"com.example.tool","version":"1.2","name":"Größe \"1\"",)"
+            R"("filename":"tool.deb","size":"22","original_url":"debs/tool.deb"}]})");
+  EXPECT_EQ(headOf(request), expectedHead(kCheckPage,
+                                          "Content-Type: application/json\r\nX-Archive-Secret: " +
+                                              std::string(kSecret) + "\r\n",
+                                          request.sent.body.size()));
+}
+
+TEST_F(CentralArchiveWire, ACheckWithoutASecretHasItsEmptyField) {
+  wired_.setApiSecret("");
+  check(wired_);
+  EXPECT_NE(received().sent.head.find("\r\nX-Archive-Secret:\r\n"), std::string::npos);
+}
+
+TEST_F(CentralArchiveWire, ATokenRequestIsTheseBytes) {
+  EXPECT_EQ(requestToken(wired_, 7).value, "a-token");
+  const ArchiveRequest request = received();
+  EXPECT_EQ(
+      request.sent.body,
+      R"({"repository_url":"https://repo.example/","repository_type":"APT","package_count":7})");
+  EXPECT_EQ(headOf(request), expectedHead(kTokenPage, "Content-Type: application/json\r\n",
+                                          request.sent.body.size()));
+}
+
+TEST_F(CentralArchiveWire, AnUploadIsTheseBytes) {
+  wired_.setUploadToken(kToken);
+  EXPECT_TRUE(upload(wired_, file()).value);
+  const ArchiveRequest request = received();
+  EXPECT_EQ(headOf(request), expectedHead(kUploadPage,
+                                          "X-Upload-Token: " + std::string(kToken) +
+                                              "\r\nContent-Type: multipart/form-data; boundary=" +
+                                              request.boundary + "\r\n",
+                                          request.sent.body.size()));
+  EXPECT_THAT(
+      request.fields,
+      ElementsAre(std::pair("repository_url", kRepository), std::pair("repository_type", "APT"),
+                  std::pair("identifier", "com.example.tool"), std::pair("version", "1.2"),
+                  std::pair("name", "Größe \"1\""), std::pair("filename", "tool_1.2.deb"),
+                  std::pair("size", "22"), std::pair("original_url", "debs/tool.deb")));
+  EXPECT_EQ(request.filename, "tool_1.2.deb");
+  EXPECT_EQ(request.file, "the bytes of a package");
+}
+
+TEST_F(CentralArchiveWire, ALargeUploadArrivesWhole) {
+  std::string bytes;
+  for (int i = 0; bytes.size() < 20'000'000; ++i) bytes += std::to_string(i);
+  EXPECT_TRUE(upload(wired_, file(bytes)).value);
+  EXPECT_TRUE(received().file == bytes);
+}
+
+TEST_F(CentralArchiveWire, ALongListArrivesWhole) {
+  std::vector<PackageEntry> packages(5000, package_);
+  EXPECT_EQ(check(wired_, packages).error, std::nullopt);
+  EXPECT_EQ(received().json["packages"].size(), 5000u);
+}
+
+TEST_F(CentralArchiveWire, CredentialsReachNobodyElse) {
+  LoopbackServer other;
+  other.onAnyOther(respond(200, R"({"ok":true,"upload_token":"t"})"));
+  wired_.setUploadToken(kToken);
+  const Error refused{"NSURLErrorDomain", -1010, "The redirect to localhost was not followed."};
+  for (const int status : {301, 302, 303, 307, 308}) {
+    for (const char* page : {kCheckPage, kTokenPage, kUploadPage}) {
+      server_.answer(page, redirect(other.url("/taken", "localhost"), status));
+    }
+    const CheckReply checked = check(wired_);
+    EXPECT_EQ(checked.error, refused) << status << describe(checked.error);
+    EXPECT_FALSE(checked.onCallersThread);
+    EXPECT_EQ(requestToken(wired_).error, refused) << status;
+    EXPECT_EQ(upload(wired_, file()).error, refused) << status;
+  }
+  EXPECT_THAT(other.requests(), IsEmpty());
+  EXPECT_EQ(other.connectionsAccepted(), 0u);
+  EXPECT_EQ(server_.requests().size(), 15u);
+  EXPECT_THAT(log_.lines(), testing::Contains("[CentralArchive] HTTP status: 0"));
+  EXPECT_THAT(log_.lines(), testing::Contains("[CentralArchive] Upload token HTTP status: 0"));
+  EXPECT_THAT(log_.lines(), testing::Contains("[CentralArchive] Upload HTTP status: 0"));
+  EXPECT_EQ(wired_.uploadToken(), kToken);
+}
+
+TEST_F(CentralArchiveWire, ARedirectThatDropsTheBodyIsNoSuccess) {
+  for (const int status : {301, 302, 303}) {
+    server_.answer(kUploadPage, redirect(kCheckPage, status, R"({"ok":true})"));
+    const UploadReply reply = upload(wired_, file());
+    EXPECT_FALSE(reply.value) << status;
+    EXPECT_EQ(reply.error,
+              (Error{"NSURLErrorDomain", -1010, "The redirect to 127.0.0.1 was not followed."}))
+        << status;
+  }
+  EXPECT_EQ(server_.requests().size(), 3u);
+}
+
+TEST_F(CentralArchiveWire, ARedirectWithinTheServerRepeatsTheRequestWhole) {
+  for (const int status : {307, 308}) {
+    server_.answer(kUploadPage,
+                   inTurn({redirect(kUploadPage, status), respond(200, R"({"ok":true})")}));
+    EXPECT_TRUE(upload(wired_, file()).value) << status;
+  }
+  const auto requests = server_.requests();
+  ASSERT_EQ(requests.size(), 4u);
+  for (const ArchiveRequest& request : requests) {
+    EXPECT_EQ(request.fault, "");
+    EXPECT_EQ(request.file, "the bytes of a package");
+    EXPECT_EQ(request.sent.header("X-Archive-Secret"), kSecret);
+  }
+  EXPECT_EQ(requests[0].sent.body, requests[1].sent.body);
+}
+
+TEST_F(CentralArchiveWire, ARedirectWithoutALocationIsAnAnswer) {
+  server_.answer(kUploadPage, respond(302, R"({"ok":true})"));
+  EXPECT_TRUE(upload(wired_, file()).value);
+  EXPECT_THAT(log_.lines(), testing::Contains("[CentralArchive] Upload HTTP status: 302"));
+}
+
+TEST_F(CentralArchiveWire, AnUploadThatGetsNoAnswerIsLostAndNotSentAgain) {
+  server_.answer(kUploadPage, hangUp());
+  check(wired_);  // leaves no connection that an upload would use
+  const UploadReply reply = upload(wired_, file());
+  EXPECT_FALSE(reply.value);
+  EXPECT_EQ(reply.error, (Error{"NSURLErrorDomain", -1005, "The network connection was lost."}));
+  EXPECT_EQ(server_.requests().size(), 2u);
+}
+
+TEST_F(CentralArchiveWire, AnAnswerCutShortIsATransportError) {
+  const std::string body = R"({"ok":true,"upload_token":"t"})";
+  for (const char* page : {kCheckPage, kTokenPage, kUploadPage}) {
+    server_.answer(page, cutOff(body, body.size() - 1));
+  }
+  EXPECT_EQ(check(wired_).error->code, -1005);
+  EXPECT_EQ(requestToken(wired_).error->code, -1005);
+  const UploadReply reply = upload(wired_, file());
+  EXPECT_EQ(reply.error->code, -1005);
+  EXPECT_FALSE(reply.value);
+  EXPECT_EQ(log_.lines().at(log_.lines().size() - 3), "[CentralArchive] Upload HTTP status: 200");
+}
+
+TEST_F(CentralArchiveWire, AServerThatIsNotThereIsATransportError) {
+  wired_.setApiBaseURL("http://127.0.0.1:1");
+  const CheckReply reply = check(wired_);
+  EXPECT_EQ(reply.error->code, -1004);
+  EXPECT_FALSE(reply.onCallersThread);
+}
+
+TEST_F(CentralArchiveWire, AnAddressWithoutASchemeIsATransportError) {
+  wired_.setApiBaseURL("");
+  const CheckReply reply = check(wired_);
+  EXPECT_EQ(reply.error, (Error{"NSURLErrorDomain", -1002, "unsupported URL"}));
+  EXPECT_FALSE(reply.onCallersThread);
+  EXPECT_EQ(log_.lines().at(0), "[CentralArchive] Check endpoint: /check_repo.php");
+}
+
+TEST_F(CentralArchiveWire, AnAnswerOfMegabytesIsRead) {
+  server_.answer(kCheckPage, respond(200, R"({"ok":true,"missing_packages":[")" +
+                                              std::string(3'000'000, 'x') + "\"]}"));
+  const CheckReply reply = check(wired_);
+  EXPECT_EQ(reply.error, std::nullopt);
+  EXPECT_EQ(reply.value.size(), 1u);
+}
+
+TEST_F(CentralArchiveWire, AnAnswerOfAHundredMegabytesOfListsIsAParseError) {
+  std::string body = "[0";
+  while (body.size() < 100'000'000) body += ",[],{},0";
+  server_.answer(kCheckPage, respond(200, body + "]"));
+  EXPECT_EQ(check(wired_).error->code, 3840);
+}
+
+TEST_F(CentralArchiveWire, AnAnswerOfMoreThan128MiBIsATransportError) {
+  server_.answer(kCheckPage, respond(200, std::string((std::size_t{128} << 20) + 1, ' ')));
+  EXPECT_EQ(check(wired_).error->code, -1103);
+}
+
+TEST_F(CentralArchiveWire, TheSecretIsNoArgumentOfTheProcess) {
+  check(wired_);
+  std::ifstream file("/proc/self/cmdline");
+  const std::string arguments{std::istreambuf_iterator<char>(file), {}};
+  EXPECT_NE(arguments, "");
+  EXPECT_EQ(arguments.find(kSecret), std::string::npos);
+}
+
+}  // namespace
+
+}  // namespace tolvane

@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: MIT
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <string>
+
+#include "archive_client/ArchiveAnswer.h"
+#include "archive_client/CentralArchiveClient.h"
+#include "model/CrawlerLogger.h"
+#include "platform/NotificationCenter.h"
+#include "platform/Text.h"
+
+namespace tolvane {
+namespace {
+
+class InstantSession : public URLSession {
+ public:
+  explicit InstantSession(std::string body) : body_(std::move(body)) {}
+
+  void dataTask(URLRequest, DataCompletion completion) override {
+    completion(body_, URLResponse{200}, std::nullopt);
+  }
+  void downloadTask(URLRequest, const std::string&, DownloadCompletion) override { std::abort(); }
+
+ private:
+  std::string body_;
+};
+
+void require(bool condition) {
+  if (!condition) std::abort();
+}
+
+void checkError(const std::optional<Error>& error) {
+  if (error) require(isValidUTF8(error->description));
+}
+
+// Every answer ends in one call of each completion, and what is logged of it is text.
+void answerAll(const std::string& body) {
+  const CentralArchiveClient check("http://archive.example", "secret", [&body](const auto&) {
+    return std::make_shared<InstantSession>(body);
+  });
+  int calls = 0;
+  check.checkRepositoryURL("", {}, {}, [&calls](auto missing, const auto& error) {
+    ++calls;
+    require(!error || missing.empty());
+    checkError(error);
+  });
+  CentralArchiveClient client = check;
+  client.requestUploadTokenForRepositoryURL(
+      "", {}, 1, [&calls](const auto& token, const auto& error) {
+        ++calls;
+        require(!token || (!error && !token->empty() && isValidUTF8(*token)));
+        checkError(error);
+      });
+  client.uploadPackage(PackageEntry(), "", {}, "/proc/self/comm",
+                       [&calls](bool uploaded, const auto& error) {
+                         ++calls;
+                         require(!uploaded || !error);
+                         checkError(error);
+                       });
+  require(calls == 3);
+  require(isValidUTF8(previewOf(body, 10)));
+}
+
+}  // namespace
+}  // namespace tolvane
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  static const auto token = tolvane::NotificationCenter::defaultCenter().addObserver(
+      tolvane::CrawlerLoggerDidLogMessageNotification, [](const tolvane::UserInfo& message) {
+        if (!tolvane::isValidUTF8(message.at("message"))) std::abort();
+      });
+  tolvane::answerAll(std::string(reinterpret_cast<const char*>(data), size));
+  return 0;
+}
