@@ -22,26 +22,54 @@ Error readError(std::string_view what) {
           fmt::format("The answer is not JSON that can be read: {}.", what)};
 }
 
-// Ends the reading of what the parser would bear.
-struct Refusal {
-  const char* what;
-};
-
-// Keeps out what would take too much memory, or too much stack when it goes.
-class Limits {
+// Goes over a text without keeping anything, and finds what is wrong with it: the parser proper
+// would take all memory for what a short text can hold, and all stack when that goes.
+class Survey : public json::json_sax_t {
  public:
-  bool operator()(int depth, json::parse_event_t event, const json&) {
-    using Event = json::parse_event_t;
-    const bool opens = event == Event::object_start || event == Event::array_start;
-    if (opens && depth >= kMaximumDepth) throw Refusal{"it is nested deeper than 256 levels"};
-    if ((opens || event == Event::value) && ++values_ > kMaximumValues) {
-      throw Refusal{"it has more than 1,000,000 values"};
-    }
-    return true;
+  const std::optional<Error>& fault() const { return fault_; }
+
+  bool null() override { return scalar(); }
+  bool boolean(bool) override { return scalar(); }
+  bool number_integer(json::number_integer_t) override { return scalar(); }
+  bool number_unsigned(json::number_unsigned_t) override { return scalar(); }
+  bool number_float(json::number_float_t, const std::string&) override { return scalar(); }
+  bool string(std::string&) override { return scalar(); }
+  bool binary(json::binary_t&) override { return refuse("it holds bytes"); }
+  bool key(std::string&) override { return true; }
+  bool start_object(std::size_t) override { return open(); }
+  bool start_array(std::size_t) override { return open(); }
+  bool end_object() override { return close(); }
+  bool end_array() override { return close(); }
+
+  bool parse_error(std::size_t position, const std::string&, const json::exception&) override {
+    return refuse(fmt::format("it goes wrong at character {}", position));
   }
 
  private:
+  bool open() {
+    if (++depth_ > kMaximumDepth) return refuse("it is nested deeper than 256 levels");
+    return countValue();
+  }
+
+  bool close() {
+    --depth_;
+    return true;
+  }
+
+  bool scalar() { return depth_ > 0 ? countValue() : refuse("it is neither an object nor a list"); }
+
+  bool countValue() {
+    return ++values_ <= kMaximumValues || refuse("it has more than 1,000,000 values");
+  }
+
+  bool refuse(std::string_view what) {
+    fault_ = readError(what);
+    return false;
+  }
+
+  int depth_ = 0;
   std::size_t values_ = 0;
+  std::optional<Error> fault_;
 };
 
 template <typename Unit>
@@ -61,15 +89,24 @@ std::basic_string<Unit> unitsOf(std::string_view bytes, bool bigEndian) {
   return units;
 }
 
+struct Reading {
+  json value;
+  std::optional<Error> error;
+};
+
 template <typename Text>
-json read(const Text& text) {
+Reading read(const Text& text) {
   // The parser would take it for the end.
-  if (text.find(typename Text::value_type{0}) != Text::npos) throw Refusal{"it holds a NUL"};
-  return json::parse(text, Limits());
+  if (text.find(typename Text::value_type{0}) != Text::npos) {
+    return {nullptr, readError("it holds a NUL")};
+  }
+  Survey survey;
+  if (!json::sax_parse(text, &survey)) return {nullptr, survey.fault()};
+  return {json::parse(text), std::nullopt};
 }
 
 // The first character of JSON is ASCII, so zeros beside it tell the encoding where no mark does.
-json readInItsEncoding(std::string_view bytes) {
+Reading readInItsEncoding(std::string_view bytes) {
   const auto zeros = [&bytes](std::string_view pattern) {
     if (bytes.size() < pattern.size()) return false;
     for (std::size_t i = 0; i < pattern.size(); ++i) {
@@ -103,14 +140,9 @@ std::optional<std::string> textForm(const json& value) {
 
 ArchiveAnswer::ArchiveAnswer(std::string_view body) {
   try {
-    json_ = readInItsEncoding(body);
-    if (!json_.is_structured()) parseError_ = readError("it is neither an object nor a list");
-  } catch (const json::parse_error& failure) {
-    parseError_ = readError(fmt::format("it goes wrong at character {}", failure.byte));
-  } catch (const json::exception&) {
-    parseError_ = readError("it holds a number that is too large");
-  } catch (const Refusal& refusal) {
-    parseError_ = readError(refusal.what);
+    Reading reading = readInItsEncoding(body);
+    json_ = std::move(reading.value);
+    parseError_ = std::move(reading.error);
   } catch (const std::bad_alloc&) {
     parseError_ = readError("there is no memory for it");
   }
