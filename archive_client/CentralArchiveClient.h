@@ -47,6 +47,11 @@ class CentralArchiveClient {
   explicit CentralArchiveClient(std::string apiBaseURL, std::string apiSecret,
                                 URLSessionFactory sessionFactory = makeURLSession);
 
+  CentralArchiveClient(const CentralArchiveClient&) = delete;  // the token is one client's
+  CentralArchiveClient& operator=(const CentralArchiveClient&) = delete;
+  CentralArchiveClient(CentralArchiveClient&&) = default;
+  CentralArchiveClient& operator=(CentralArchiveClient&&) = default;
+
   // The properties are not guarded, but for the token, which the background thread sets.
   const std::string& apiBaseURL() const { return apiBaseURL_; }
   void setApiBaseURL(std::string url) { apiBaseURL_ = std::move(url); }

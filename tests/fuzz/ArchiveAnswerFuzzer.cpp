@@ -9,6 +9,7 @@
 #include "archive_client/CentralArchiveClient.h"
 #include "model/CrawlerLogger.h"
 #include "platform/NotificationCenter.h"
+#include "platform/SystemLog.h"
 #include "platform/Text.h"
 
 namespace tolvane {
@@ -37,16 +38,15 @@ void checkError(const std::optional<Error>& error) {
 
 // Every answer ends in one call of each completion, and what is logged of it is text.
 void answerAll(const std::string& body) {
-  const CentralArchiveClient check("http://archive.example", "secret", [&body](const auto&) {
+  CentralArchiveClient client("http://archive.example", "secret", [&body](const auto&) {
     return std::make_shared<InstantSession>(body);
   });
   int calls = 0;
-  check.checkRepositoryURL("", {}, {}, [&calls](auto missing, const auto& error) {
+  client.checkRepositoryURL("", {}, {}, [&calls](auto missing, const auto& error) {
     ++calls;
     require(!error || missing.empty());
     checkError(error);
   });
-  CentralArchiveClient client = check;
   client.requestUploadTokenForRepositoryURL(
       "", {}, 1, [&calls](const auto& token, const auto& error) {
         ++calls;
@@ -67,6 +67,9 @@ void answerAll(const std::string& body) {
 }  // namespace tolvane
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  static const auto lines = tolvane::SystemLog::observe([](std::string_view line) {
+    if (!tolvane::isValidUTF8(line)) std::abort();
+  });
   static const auto token = tolvane::NotificationCenter::defaultCenter().addObserver(
       tolvane::CrawlerLoggerDidLogMessageNotification, [](const tolvane::UserInfo& message) {
         if (!tolvane::isValidUTF8(message.at("message"))) std::abort();
