@@ -100,7 +100,7 @@ void readCheckAnswer(std::string_view body,
   if (const std::optional<Error>& error = answer.parseError()) {
     SystemLog::write("[CentralArchive] JSON parse error: {}", describe(error));
     CrawlerLogger::logError(fmt::format("Central archive JSON parse error: {}",
-                                        descriptionOf(error, "Unknown parse error")));
+                                        descriptionOr(error, "Unknown parse error")));
     SystemLog::write("[CentralArchive] Response preview: {}", previewOf(body, kLongestPreview));
   }
   if (!answer.isDictionary()) {
@@ -132,7 +132,7 @@ void finishCheck(std::string_view body, const std::optional<URLResponse>& respon
   if (error) {
     SystemLog::write("[CentralArchive] Request error: {}", describe(error));
     CrawlerLogger::logError("Central archive check failed: " +
-                            descriptionOf(error, "Unknown error"));
+                            descriptionOr(error, "Unknown error"));
     return completion({}, std::move(error));
   }
   if (body.empty()) {
@@ -153,7 +153,7 @@ TokenResult readTokenAnswer(std::string_view body) {
   ArchiveAnswer answer(body);
   if (!answer.isDictionary()) {
     CrawlerLogger::logError(
-        descriptionOf(answer.parseError(), "Upload token response was not a JSON dictionary."));
+        descriptionOr(answer.parseError(), "Upload token response was not a JSON dictionary."));
     return {std::nullopt, answer.parseError()};
   }
   if (!answer.isOK()) {
@@ -176,7 +176,7 @@ TokenResult tokenResultOf(std::string_view body, const std::optional<URLResponse
   SystemLog::write("[CentralArchive] Upload token HTTP status: {}", statusOf(response));
   if (error) {
     CrawlerLogger::logError("Upload token request failed: " +
-                            descriptionOf(error, "Unknown error"));
+                            descriptionOr(error, "Unknown error"));
     return {std::nullopt, std::move(error)};
   }
   if (body.empty()) {

@@ -16,14 +16,6 @@ Error encodingError(std::string description) {
   return {std::string(kJSONErrorDomain), kJSONWriteError, std::move(description)};
 }
 
-std::string descriptionOf(const std::optional<Error>& error, std::string_view otherwise) {
-  return error && !error->description.empty() ? error->description : std::string(otherwise);
-}
-
-int statusOf(const std::optional<URLResponse>& response) {
-  return response ? response->statusCode : 0;
-}
-
 std::string_view originalURLOf(const PackageEntry& package) {
   return package.downloadURL().empty() ? package.filename() : package.downloadURL();
 }

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 #include <benchmark/benchmark.h>
-#include <cerrno>
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
@@ -12,26 +11,11 @@
 #include <vector>
 
 #include "benchmarks/GeneratedPackageList.h"
+#include "benchmarks/InstantSession.h"
 #include "repository/Installer3RepositoryFetcher.h"
 
 namespace tolvane {
 namespace {
-
-// Answers every request at once, on the caller's thread, with the same body.
-class InstantSession : public URLSession {
- public:
-  explicit InstantSession(const std::string& body) : body_(body) {}
-
-  void dataTask(URLRequest, DataCompletion completion) override {
-    completion(body_, URLResponse{200}, std::nullopt);
-  }
-  void downloadTask(URLRequest, const std::string&, DownloadCompletion completion) override {
-    completion(TemporaryFile(), std::nullopt, posixError(ENOTSUP));
-  }
-
- private:
-  const std::string& body_;
-};
 
 // A whole repository from its bytes into records, whose end is outside the time.
 void fetchRepository(benchmark::State& state, const std::string& list) {

@@ -162,6 +162,7 @@ std::size_t utf16Length(std::string_view text) {
 }
 
 std::string_view utf16Prefix(std::string_view text, std::size_t units) {
+  if (text.size() <= units) return text;  // no unit without a byte
   std::string_view rest = text;
   while (!rest.empty()) {
     const std::string_view character = firstCharacter(rest);

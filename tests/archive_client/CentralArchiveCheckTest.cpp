@@ -183,6 +183,29 @@ TEST_F(CentralArchiveCheck, TellsEachStepOfASuccess) {
                   "[CentralArchive] Missing package count from server: 2"));
 }
 
+TEST_F(CentralArchiveCheck, TellsOfBothLogsInThisOrder) {
+  session_.answerNext({200, "?"});
+  check(client_);
+  std::vector<std::string> begins;
+  for (const std::string& line : log_.allLines())
+    begins.push_back(line.substr(0, line.find_last_of(":.(") + 1));
+  EXPECT_THAT(
+      begins,
+      ElementsAre(
+          "[CentralArchive] Check endpoint: https:", "[CentralArchive] Repository URL: https:",
+          "[CentralArchive] Repository type:", "[CentralArchive] Package count:",
+          "[CrawlerLogger][info] Checking central archive: 0 package(",
+          "[CentralArchive] JSON body size:",
+          "[CrawlerLogger][info] Central archive check request prepared (",
+          "[CentralArchive] HTTP status:",
+          "[CrawlerLogger][info] Central archive check HTTP status:",
+          "[CentralArchive] Response bytes:",
+          testing::StartsWith("[CentralArchive] JSON parse error: Error Domain"),
+          testing::StartsWith("[CrawlerLogger][error] Central archive JSON parse error:"),
+          "[CentralArchive] Response preview:",
+          "[CrawlerLogger][error] Central archive response was not a JSON dictionary."));
+}
+
 TEST_F(CentralArchiveCheck, TellsAnAbsentTypeAsAnEmptyOne) {
   sent({}, std::nullopt);
   EXPECT_EQ(log_.lines().at(2), "[CentralArchive] Repository type: ");

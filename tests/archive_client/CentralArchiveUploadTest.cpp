@@ -2,8 +2,8 @@
 #include <cstdio>
 #include <sys/stat.h>
 
+#include "platform/File.h"
 #include "tests/archive_client/ArchiveFixture.h"
-#include "tests/support/CentralArchiveServer.h"
 
 namespace tolvane {
 
@@ -234,6 +234,19 @@ TEST_F(CentralArchiveUpload, OfAFileThatHasVanishedFails) {
   std::remove(path.c_str());
   expectNothingSent(upload(client_, path), unreadable());
   EXPECT_THAT(log_.messages(), IsEmpty());
+}
+
+TEST_F(CentralArchiveUpload, OfAFileThatHasShrunkSendsWhatIsLeft) {
+  const std::string path = "/sys/devices/system/cpu/online";  // a page long, it says
+  std::string left;
+  if (appendFile(path, left)) GTEST_SKIP() << path << " is not there";
+  session_.answerNext({200, R"({"ok":true})"});
+  EXPECT_TRUE(upload(client_, path).value);
+  EXPECT_EQ(log_.lines().at(0),
+            "[CentralArchive] Uploading online (" + std::to_string(left.size()) + " bytes)");
+  EXPECT_NE(session_.requests().at(0).body->find("octet-stream\r\n\r\n" + left + "\r\n--" +
+                                                 boundaryOf(0) + "--\r\n"),
+            std::string::npos);
 }
 
 TEST_F(CentralArchiveUpload, OfWhatIsNoFileFails) {

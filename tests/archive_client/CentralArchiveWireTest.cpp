@@ -5,6 +5,7 @@
 
 #include "tests/archive_client/ArchiveFixture.h"
 #include "tests/support/CentralArchiveServer.h"
+#include "tests/support/NginxServer.h"
 
 namespace tolvane {
 
@@ -28,19 +29,17 @@ class CentralArchiveWire : public ArchiveFixture {
     package_.setSize("22");
   }
 
-  // The request's head, without what depends on the run.
-  std::string headOf(const ArchiveRequest& request) const {
-    std::string head = request.sent.head;
-    const std::size_t at = head.find("127.0.0.1:");
-    return head.replace(at, head.find("\r\n", at) - at, "HOST");
+  // The request's head, without what depends on the machine.
+  static std::string headOf(const ArchiveRequest& request) {
+    return withValue(withValue(request.sent.head, "Host", "HOST"), "Accept-Encoding", "ENCODINGS");
   }
 
-  // The wire's common fields, and these before the length.
+  // A whole head. `fields` are those between what all have in common.
   static std::string expectedHead(const std::string& page, const std::string& fields,
                                   std::size_t length) {
     return "POST /central_archive/archive-api/" + page +
-           " HTTP/1.1\r\nHost: HOST\r\nUser-Agent: Tolvane/0.1.0\r\nAccept: */*\r\n"
-           "Accept-Encoding: deflate, gzip, br, zstd\r\n" +
+           " HTTP/1.1\r\nHost: HOST\r\nUser-Agent: Tolvane/" TOLVANE_VERSION
+           "\r\nAccept: */*\r\nAccept-Encoding: ENCODINGS\r\n" +
            fields + "Content-Length: " + std::to_string(length) + "\r\n\r\n";
   }
 
@@ -55,6 +54,17 @@ class CentralArchiveWire : public ArchiveFixture {
 
   CentralArchiveServer server_;
   CentralArchiveClient wired_;
+
+ private:
+  // The head with another value for one of its fields.
+  static std::string withValue(std::string head, const std::string& name,
+                               const std::string& value) {
+    const std::string begin = "\r\n" + name + ": ";
+    const std::size_t at = head.find(begin);
+    EXPECT_NE(at, std::string::npos) << name;
+    const std::size_t from = at + begin.size();
+    return head.replace(from, head.find("\r\n", from) - from, value);
+  }
 };
 
 TEST_F(CentralArchiveWire, ACheckIsTheseBytes) {
@@ -203,6 +213,16 @@ TEST_F(CentralArchiveWire, AServerThatIsNotThereIsATransportError) {
   const CheckReply reply = check(wired_);
   EXPECT_EQ(reply.error->code, -1004);
   EXPECT_FALSE(reply.onCallersThread);
+}
+
+TEST_F(CentralArchiveWire, AServerWithACertificateOfItsOwnIsATransportError) {
+  if (!NginxServer::isInstalled()) GTEST_SKIP() << "nginx or openssl is not installed";
+  const NginxServer server;
+  wired_.setApiBaseURL(server.secureURL("/central_archive/archive-api"));
+  EXPECT_EQ(check(wired_).error->code, -1202);
+  EXPECT_EQ(requestToken(wired_).error->code, -1202);
+  EXPECT_EQ(upload(wired_, file()).error->code, -1202);
+  EXPECT_TRUE(server.accesses().empty());
 }
 
 TEST_F(CentralArchiveWire, AnAddressWithoutASchemeIsATransportError) {

@@ -103,6 +103,15 @@ TEST(File, AFileThatIsLongerThanItSaidIsReadToItsEnd) {
   EXPECT_NE(bytes, "");
 }
 
+TEST(File, AFileThatIsShorterThanItSaidIsReadToItsEnd) {
+  const std::string path = "/sys/devices/system/cpu/online";  // a page long, it says
+  if (!fileExists(path)) GTEST_SKIP() << path << " is not there";
+  std::string bytes = "before ";
+  EXPECT_EQ(appendFile(path, bytes), std::nullopt);
+  EXPECT_EQ(bytes.substr(0, 8), "before 0");
+  EXPECT_LT(bytes.size(), fileSize(path));
+}
+
 TEST(File, CreatingAFolderThatIsThereSucceeds) {
   const TemporaryFolder folder;
   std::filesystem::create_directory_symlink(folder.path(), folder.path("link"));
