@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "archive_client/CentralArchiveClient.h"
-#include "benchmarks/InstantSession.h"
+#include "tests/support/InstantSession.h"
 
 namespace tolvane {
 namespace {

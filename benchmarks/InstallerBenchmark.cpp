@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "benchmarks/GeneratedPackageList.h"
-#include "benchmarks/InstantSession.h"
 #include "repository/Installer3RepositoryFetcher.h"
+#include "tests/support/InstantSession.h"
 
 namespace tolvane {
 namespace {

@@ -11,22 +11,10 @@
 #include "platform/NotificationCenter.h"
 #include "platform/SystemLog.h"
 #include "platform/Text.h"
+#include "tests/support/InstantSession.h"
 
 namespace tolvane {
 namespace {
-
-class InstantSession : public URLSession {
- public:
-  explicit InstantSession(std::string body) : body_(std::move(body)) {}
-
-  void dataTask(URLRequest, DataCompletion completion) override {
-    completion(body_, URLResponse{200}, std::nullopt);
-  }
-  void downloadTask(URLRequest, const std::string&, DownloadCompletion) override { std::abort(); }
-
- private:
-  std::string body_;
-};
 
 void require(bool condition) {
   if (!condition) std::abort();
