@@ -96,6 +96,9 @@ class PackageEntry {
   // Installer 3 only: same text as filename.
   std::string_view downloadURL() const { return text(Field::downloadURL); }
 
+  // Whether the two are copies of one entry, neither changed since.
+  bool isSameRecordAs(const PackageEntry& other) const { return record_ == other.record_; }
+
   std::string_view text(Field field) const {
     return record_->texts[static_cast<std::size_t>(field)];
   }
