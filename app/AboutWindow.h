@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QIcon>
+#include <QLabel>
+#include <QPushButton>
+#include <QWidget>
+#include <string>
+
+namespace tolvane {
+
+// What the program's bundle says of its version; "" where it says nothing.
+struct VersionInfo {
+  std::string shortVersion;
+  std::string build;
+};
+
+// "Version 1.2 (34)"; "Beta Release" where there is no short version.
+std::string versionLine(const VersionInfo& version);
+
+// The page of the product.
+inline constexpr const char* kWebsite = "https://tolvane.example/";
+
+// Says what the program is. Stays above other windows, and for the life of the process.
+class AboutWindow : public QWidget {
+  Q_OBJECT
+
+ public:
+  AboutWindow(const QIcon& icon, const VersionInfo& version);
+
+  // In the middle of the screen, in front.
+  void present();
+
+ signals:
+  void linkClicked();
+
+ protected:
+  void changeEvent(QEvent* event) override;
+  void showEvent(QShowEvent* event) override;
+
+ private:
+  QLabel* addText(const char* name, const QString& text, const QRect& frame, int size);
+  void addIcon(const QIcon& icon);
+  void addLink();
+  void applyColors();
+
+  QLabel* versionLabel_ = nullptr;
+  QLabel* copyrightLabel_ = nullptr;
+  QPushButton* linkButton_ = nullptr;
+};
+
+}  // namespace tolvane

@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: MIT
+#include "app/Application.h"
+
+#include <QApplication>
+#include <QDesktopServices>
+#include <QPainter>
+#include <QStandardPaths>
+#include <QSvgRenderer>
+#include <csignal>
+
+#include "app/AppDelegate.h"
+#include "app/MainMenu.h"
+#include "app/MainWindow.h"
+#include "app/SQLiteContainer.h"
+#include "ui/MessageBoxSheets.h"
+#include "ui/QtMainQueue.h"
+#include "ui/Strings.h"
+
+// Resources of a static library have to be asked for, outside of any namespace.
+static void initResources() {
+  Q_INIT_RESOURCE(app);
+}
+
+namespace tolvane {
+
+namespace {
+
+constexpr const char* kBuildNumber = "1";
+
+std::unique_ptr<PersistentContainer> makeStore() {
+  const QString folder = QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
+  return std::make_unique<SQLiteContainer>("Tolvane", toText(folder));
+}
+
+// Ends the program where the delegate agrees, and says whether it does.
+bool terminate(AppDelegate& delegate, const MainWindow& window) {
+  if (delegate.applicationShouldTerminate() == TerminateReply::cancel) return false;
+  window.saveSettings();
+  delegate.applicationWillTerminate();
+  QCoreApplication::exit();
+  return true;
+}
+
+// On macOS the program goes on without its window, and a click on its icon in the Dock brings it
+// back; elsewhere nothing would be left to click on.
+void connectClosing(QApplication& application, AppDelegate& delegate, MainWindow& window) {
+#ifdef Q_OS_MACOS
+  QObject::connect(&application, &QGuiApplication::applicationStateChanged, &delegate,
+                   [&delegate, &window](Qt::ApplicationState state) {
+                     if (state != Qt::ApplicationActive) return;
+                     delegate.applicationShouldHandleReopen(window.isVisible());
+                   });
+#else
+  Q_UNUSED(application)
+  window.setMayClose([&delegate, &window] { return terminate(delegate, window); });
+#endif
+}
+
+}  // namespace
+
+QIcon applicationIcon() {
+  initResources();
+  QSvgRenderer drawing(QStringLiteral(":/icon.svg"));
+  QIcon icon;
+  for (const int side : {16, 24, 32, 48, 64, 96, 128, 192, 256}) {
+    QPixmap pixmap(side, side);
+    pixmap.fill(Qt::transparent);
+    QPainter painter(&pixmap);
+    drawing.render(&painter);
+    painter.end();
+    icon.addPixmap(pixmap);
+  }
+  return icon;
+}
+
+int runApplication(int argc, char** argv) {
+  std::signal(SIGPIPE, SIG_IGN);
+  QApplication application(argc, argv);
+  QApplication::setApplicationName(QStringLiteral("Tolvane"));
+  QApplication::setApplicationVersion(QStringLiteral(TOLVANE_VERSION));
+  QGuiApplication::setDesktopFileName(QStringLiteral("example.tolvane.Tolvane"));
+  QApplication::setWindowIcon(applicationIcon());
+  QApplication::setQuitOnLastWindowClosed(false);
+
+  // Never destroyed: background threads may post to it while the process exits.
+  auto& mainQueue = *new QtMainQueue;
+  MessageBoxSheets sheets;
+  MessageBoxAlerts alerts;
+  AppDelegate delegate(alerts, {makeStore,
+                                [](const QUrl& url) { QDesktopServices::openUrl(url); },
+                                QApplication::windowIcon(),
+                                {TOLVANE_VERSION, kBuildNumber}});
+  MainWindow window(mainQueue, sheets);
+  delegate.addWindow(&window);
+  buildMainMenu(window, delegate, [&] { terminate(delegate, window); });
+  connectClosing(application, delegate, window);
+  window.show();
+  delegate.applicationDidFinishLaunching(*window.menuBar());
+  return QApplication::exec();
+}
+
+}  // namespace tolvane

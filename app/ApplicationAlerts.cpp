@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: MIT
+#include "app/ApplicationAlerts.h"
+
+#include <QMessageBox>
+
+#include "ui/MessageBoxSheets.h"
+
+namespace tolvane {
+
+bool MessageBoxAlerts::presentError(const Error& error) {
+  QMessageBox box;
+  fillMessageBox(box, {error.description, "", {"OK"}});
+  box.setIcon(QMessageBox::Critical);
+  box.exec();
+  return false;
+}
+
+std::size_t MessageBoxAlerts::runModal(const Alert& alert) {
+  QMessageBox box;
+  fillMessageBox(box, alert);
+  box.setIcon(QMessageBox::Warning);
+  box.exec();
+  return answerOf(box, alert);
+}
+
+}  // namespace tolvane

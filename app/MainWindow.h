@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QMainWindow>
+#include <functional>
+
+#include "platform/MainQueue.h"
+#include "platform/URLSession.h"
+#include "ui/Sheets.h"
+#include "ui/ViewController.h"
+
+namespace tolvane {
+
+// The window around the controller. Its size, its place and the widths of the columns are kept in
+// the user's settings from one run to the next.
+class MainWindow : public QMainWindow {
+  Q_OBJECT
+
+ public:
+  MainWindow(MainQueue& mainQueue, Sheets& sheets,
+             const URLSessionFactory& sessionFactory = makeURLSession);
+
+  ViewController& controller() const { return *controller_; }
+
+  // Asked when the user closes the window; false keeps it open. Without one it may close.
+  void setMayClose(std::function<bool()> mayClose) { mayClose_ = std::move(mayClose); }
+
+  void restoreSettings();
+  void saveSettings() const;
+
+ protected:
+  void closeEvent(QCloseEvent* event) override;
+
+ private:
+  ViewController* controller_;
+  std::function<bool()> mayClose_;
+};
+
+}  // namespace tolvane

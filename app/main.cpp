@@ -1,0 +1,9 @@
+// SPDX-License-Identifier: MIT
+#include "app/Application.h"
+#include "platform/SystemLog.h"
+
+int main(int argc, char** argv) {
+  tolvane::SystemLog::writeToStandardError(true);
+  tolvane::SystemLog::write("[MAIN] App started");
+  return tolvane::runApplication(argc, argv);
+}

@@ -1,0 +1,384 @@
+// SPDX-License-Identifier: MIT
+#include <QClipboard>
+#include <QScrollBar>
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <ctime>
+#include <fmt/format.h>
+#include <thread>
+
+#include "model/CrawlerLogger.h"
+#include "tests/ui/support/Window.h"
+#include "ui/SystemColors.h"
+
+namespace tolvane {
+namespace {
+
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::MatchesRegex;
+
+class Console : public Window {
+ protected:
+  void append(std::string_view text, std::string_view type = "info") {
+    controller.appendConsoleMessage(text, type);
+  }
+
+  void chooseErrorsOnly() { c.consoleFilterPopup->setCurrentIndex(1); }
+  void chooseAll() { c.consoleFilterPopup->setCurrentIndex(0); }
+
+  // The lines without their time stamps.
+  std::vector<std::string> lines() const {
+    std::vector<std::string> lines;
+    for (const QString& line : c.consoleTextView->toPlainText().split('\n', Qt::SkipEmptyParts)) {
+      lines.push_back(toText(line.mid(line.startsWith('[') ? 11 : 0)));
+    }
+    return lines;
+  }
+
+  const ConsoleMessage& record(std::size_t index) const {
+    return controller.consoleMessages().at(index);
+  }
+};
+
+TEST_F(Console, AMessageIsAppendedWithItsTimeAndType) {
+  append("Hello", "success");
+  ASSERT_EQ(controller.consoleMessages().size(), 1u);
+  EXPECT_THAT(record(0).message, MatchesRegex("\\[[0-2][0-9]:[0-5][0-9]:[0-5][0-9]\\] Hello"));
+  EXPECT_EQ(record(0).type, "success");
+  EXPECT_EQ(console(), record(0).message + "\n");
+}
+
+TEST_F(Console, TheTimeIsTheLocalOneInTwentyFourHours) {
+  setenv("TZ", "UTC-14", 1);
+  tzset();
+  const auto hours = (std::time(nullptr) / 3600 + 14) % 24;
+  append("Hello");
+  EXPECT_EQ(record(0).message.substr(1, 2), fmt::format("{:02}", hours));
+  unsetenv("TZ");
+  tzset();
+}
+
+TEST_F(Console, AnAbsentTextDoesNothing) {
+  controller.appendConsoleMessage(std::nullopt, "error");
+  EXPECT_TRUE(controller.consoleMessages().empty());
+  EXPECT_EQ(console(), "Console messages will appear here.\n");
+}
+
+TEST_F(Console, AnEmptyTextIsABareTimeStamp) {
+  append("");
+  EXPECT_THAT(record(0).message, MatchesRegex("\\[..:..:..\\] "));
+}
+
+TEST_F(Console, AnAbsentTypeIsInfoAndAnUnknownOneIsKept) {
+  controller.appendConsoleMessage("Hello", std::nullopt);
+  EXPECT_EQ(record(0).type, "info");
+  append("Hello", "notice");
+  EXPECT_EQ(record(1).type, "notice");
+}
+
+TEST_F(Console, EachTypeHasItsColour) {
+  const QPalette palette = c.consoleTextView->palette();
+  const QColor info = consoleColor("info", palette);
+  EXPECT_EQ(info, secondaryLabelColor(palette));
+  EXPECT_EQ(consoleColor("notice", palette), info);
+  EXPECT_EQ(consoleColor("", palette), info);
+  const QColor red = consoleColor("error", palette);
+  const QColor green = consoleColor("success", palette);
+  const QColor orange = consoleColor("warning", palette);
+  EXPECT_TRUE(red.red() > 2 * red.green() && red.red() > 2 * red.blue());
+  EXPECT_TRUE(green.green() > 2 * green.red() && green.green() > 2 * green.blue());
+  EXPECT_TRUE(orange.red() > orange.green() && orange.green() > orange.blue());
+}
+
+TEST_F(Console, ColoursAreReadableOnLightAndDark) {
+  const auto luminance = [](const QColor& color) {
+    const auto part = [](double value) {
+      return value <= 0.03928 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
+    };
+    return 0.2126 * part(color.redF()) + 0.7152 * part(color.greenF()) +
+           0.0722 * part(color.blueF());
+  };
+  for (const auto& [base, text] : {std::pair(Qt::white, Qt::black), {Qt::black, Qt::white}}) {
+    QPalette palette;
+    palette.setColor(QPalette::Base, base);
+    palette.setColor(QPalette::Text, text);
+    for (const char* type : {"info", "success", "warning", "error"}) {
+      const double one = luminance(base) + 0.05;
+      const double other = luminance(consoleColor(type, palette)) + 0.05;
+      EXPECT_GE(std::max(one, other) / std::min(one, other), 4.5) << type;
+    }
+  }
+}
+
+// The colour of the pixels that differ most from the background.
+TEST_F(Console, AMessageIsDrawnInItsColour) {
+  show();
+  for (const char* type : {"info", "success", "warning", "error"}) {
+    append(std::string(60, 'M'), type);
+    const QImage image = c.consoleTextView->viewport()->grab().toImage();
+    const QRgb wanted = consoleColor(type, c.consoleTextView->palette()).rgb();
+    const int y = image.height() - 10;
+    bool found = false;
+    for (int row = y - 10; row < y; ++row) {
+      for (int x = 0; x < image.width(); ++x) found |= image.pixel(x, row) == wanted;
+    }
+    EXPECT_TRUE(found) << type;
+  }
+}
+
+TEST_F(Console, ErrorsOnlyKeepsRecordsWhoseTypeIsExactlyError) {
+  append("one", "info");
+  append("two", "error");
+  append("three", "Error");
+  append("four", "error ");
+  append("five", "warning");
+  append("six", "error");
+  chooseErrorsOnly();
+  EXPECT_THAT(lines(), ElementsAre("two", "six"));
+  append("seven", "error");
+  append("eight", "success");
+  EXPECT_THAT(lines(), ElementsAre("two", "six", "seven"));
+  chooseAll();
+  EXPECT_EQ(lines().size(), 8u);
+}
+
+TEST_F(Console, BeforeAnyMessageErrorsOnlySaysSo) {
+  chooseErrorsOnly();
+  EXPECT_EQ(console(), "No console messages.\n");
+  chooseAll();
+  EXPECT_EQ(console(), "No console messages.\n");
+}
+
+TEST_F(Console, WithoutErrorsErrorsOnlySaysSoAndAllMessagesComeBackWithTheirTimes) {
+  append("one");
+  append("two");
+  const std::string before = console();
+  chooseErrorsOnly();
+  EXPECT_EQ(console(), "No console messages.\n");
+  chooseAll();
+  EXPECT_EQ(console(), before);
+}
+
+TEST_F(Console, TheFirstMessageReplacesThePlaceholder) {
+  append("one");
+  EXPECT_THAT(lines(), ElementsAre("one"));
+}
+
+TEST_F(Console, FollowsTheNewestLineEvenAfterTheUserScrolledUp) {
+  show();
+  for (int i = 0; i < 100; ++i) append("message " + std::to_string(i));
+  QScrollBar& bar = *c.consoleTextView->verticalScrollBar();
+  EXPECT_EQ(bar.value(), bar.maximum());
+  bar.setValue(0);
+  EXPECT_FALSE(c.consoleTextView->isAtEnd());
+  append("newest");
+  EXPECT_TRUE(c.consoleTextView->isAtEnd());
+  EXPECT_EQ(bar.value(), bar.maximum());
+  bar.setValue(0);
+  chooseErrorsOnly();
+  chooseAll();
+  EXPECT_TRUE(c.consoleTextView->isAtEnd());
+}
+
+TEST_F(Console, ResizingKeepsTheEndInView) {
+  show();
+  for (int i = 0; i < 100; ++i) append(std::string(90, 'x') + std::to_string(i));
+  controller.resize(1600, 900);
+  EXPECT_TRUE(c.consoleTextView->isAtEnd());
+}
+
+TEST_F(Console, IsNeverTrimmed) {
+  for (int i = 0; i < 3000; ++i) append("message " + std::to_string(i));
+  EXPECT_EQ(controller.consoleMessages().size(), 3000u);
+  EXPECT_EQ(lines().size(), 3000u);
+  EXPECT_EQ(lines().front(), "message 0");
+  EXPECT_EQ(lines().back(), "message 2999");
+}
+
+TEST_F(Console, ShowsWhatIsPostedOnTheLogBusOnceTheMainQueueGetsThere) {
+  CrawlerLogger::logWarning("Careful");
+  EXPECT_TRUE(controller.consoleMessages().empty());
+  queue.drain();
+  EXPECT_THAT(lines(), ElementsAre("Careful"));
+  EXPECT_EQ(record(0).type, "warning");
+}
+
+TEST_F(Console, ANotificationWithoutEntriesIsAnEmptyInfoMessage) {
+  NotificationCenter::defaultCenter().post(CrawlerLoggerDidLogMessageNotification, {});
+  queue.drain();
+  ASSERT_EQ(controller.consoleMessages().size(), 1u);
+  EXPECT_THAT(record(0).message, MatchesRegex("\\[..:..:..\\] "));
+  EXPECT_EQ(record(0).type, "info");
+}
+
+TEST_F(Console, ItsOwnMessagesDoNotGoToTheLogs) {
+  const auto before = log.allLines();
+  append("Hello");
+  EXPECT_EQ(log.allLines(), before);
+  EXPECT_TRUE(log.messages().empty());
+}
+
+TEST_F(Console, AMessageForAControllerThatIsGoneIsDropped) {
+  auto other = std::make_unique<ViewController>(queue, sheets);
+  CrawlerLogger::logInfo("Hello");
+  other.reset();
+  CrawlerLogger::logInfo("Again");
+  queue.drain();
+  EXPECT_EQ(controller.consoleMessages().size(), 2u);
+}
+
+// Remembers in which order tasks were posted, beside running them.
+TEST_F(Console, TenThousandMessagesFromFourThreadsArriveInTheOrderOfTheMainQueue) {
+  constexpr int kThreads = 4;
+  constexpr int kMessages = 2500;
+  const char* const types[] = {"info", "success", "warning", "error"};
+  std::vector<std::thread> threads;
+  for (int thread = 0; thread < kThreads; ++thread) {
+    threads.emplace_back([thread] {
+      for (int i = 0; i < kMessages; ++i) {
+        CrawlerLogger::logMessage(fmt::format("{} {}", thread, i), thread);
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_TRUE(controller.consoleMessages().empty());
+  queue.drain();
+  ASSERT_EQ(controller.consoleMessages().size(), std::size_t{kThreads * kMessages});
+  int next[kThreads] = {};
+  for (const ConsoleMessage& message : controller.consoleMessages()) {
+    int thread = -1;
+    int number = -1;
+    int hours = 0;
+    int minutes = 0;
+    int seconds = 0;
+    ASSERT_EQ(std::sscanf(message.message.c_str(), "[%2d:%2d:%2d] %d %d", &hours, &minutes,
+                          &seconds, &thread, &number),
+              5)
+        << message.message;
+    EXPECT_EQ(number, next[thread]++);
+    EXPECT_EQ(message.type, types[thread]);
+  }
+  EXPECT_EQ(lines().size(), controller.consoleMessages().size());
+}
+
+class ConsoleSelecting : public Console {
+ protected:
+  ConsoleSelecting() {
+    show();
+    append("first line");
+    append("second line");
+    append("third line");
+    view.setFocus();
+  }
+
+  QPoint at(int line, int column) const {
+    const QFontMetricsF metrics(view.font());
+    return {8 + static_cast<int>(metrics.horizontalAdvance('x') * column + 1),
+            6 + static_cast<int>(std::ceil(metrics.height()) * line + 5)};
+  }
+
+  std::string selected() const { return toText(view.selectedText()); }
+  static std::string clipboard() { return toText(QApplication::clipboard()->text()); }
+
+  ConsoleTextView& view = *c.consoleTextView;
+};
+
+TEST_F(ConsoleSelecting, TheMouseSelectsAcrossLines) {
+  QTest::mousePress(view.viewport(), Qt::LeftButton, {}, at(0, 11));
+  QTest::mouseMove(view.viewport(), at(1, 17));
+  QTest::mouseRelease(view.viewport(), Qt::LeftButton, {}, at(1, 17));
+  EXPECT_THAT(selected(), MatchesRegex("first line\n\\[..:..:..\\] second"));
+  QTest::keySequence(&view, QKeySequence::Copy);
+  EXPECT_EQ(clipboard(), selected());
+}
+
+TEST_F(ConsoleSelecting, ADoubleClickSelectsAWord) {
+  QTest::mouseDClick(view.viewport(), Qt::LeftButton, {}, at(1, 13));
+  EXPECT_EQ(selected(), "second");
+}
+
+TEST_F(ConsoleSelecting, AClickDropsTheSelection) {
+  QTest::mouseDClick(view.viewport(), Qt::LeftButton, {}, at(1, 13));
+  QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, at(0, 2));
+  EXPECT_EQ(selected(), "");
+}
+
+TEST_F(ConsoleSelecting, KeysSelectAcrossLines) {
+  QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, at(0, 11));
+  QTest::keyClick(&view, Qt::Key_Down, Qt::ShiftModifier);
+  QTest::keyClick(&view, Qt::Key_End, Qt::ShiftModifier);
+  EXPECT_THAT(selected(), MatchesRegex("first line\n\\[..:..:..\\] second line"));
+  QTest::keyClick(&view, Qt::Key_Home, Qt::ShiftModifier | Qt::ControlModifier);
+  EXPECT_THAT(selected(), MatchesRegex("\\[..:..:..\\] "));
+  QTest::keyClick(&view, Qt::Key_Right);
+  EXPECT_EQ(selected(), "");
+  QTest::keyClick(&view, Qt::Key_End, Qt::ShiftModifier | Qt::ControlModifier);
+  EXPECT_THAT(selected(), EndsWith("third line"));
+}
+
+TEST_F(ConsoleSelecting, TheArrowsPassFromLineToLine) {
+  QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, at(1, 0));
+  QTest::keyClick(&view, Qt::Key_Left, Qt::ShiftModifier);
+  EXPECT_EQ(selected(), "\n");
+  QTest::keyClick(&view, Qt::Key_Right, Qt::ShiftModifier);
+  QTest::keyClick(&view, Qt::Key_Right, Qt::ShiftModifier);
+  EXPECT_EQ(selected(), "[");
+  QTest::keyClick(&view, Qt::Key_Up, Qt::ShiftModifier);
+  EXPECT_THAT(selected(), EndsWith("first line\n"));
+}
+
+TEST_F(ConsoleSelecting, AllIsSelectedByItsKey) {
+  QTest::keySequence(&view, QKeySequence::SelectAll);
+  EXPECT_EQ(selected() + "\n", console());
+}
+
+TEST_F(ConsoleSelecting, ASelectionOutlivesTheNextMessage) {
+  QTest::mouseDClick(view.viewport(), Qt::LeftButton, {}, at(1, 13));
+  append("fourth line");
+  EXPECT_EQ(selected(), "second");
+  chooseErrorsOnly();
+  EXPECT_EQ(selected(), "");
+}
+
+TEST_F(ConsoleSelecting, KeysFromTheTopOfALongTextCostNoMoreThanAtItsEnd) {
+  for (int i = 0; i < 20'000; ++i) append("message");
+  QTest::keyClick(&view, Qt::Key_Home, Qt::ControlModifier);
+  EXPECT_EQ(view.verticalScrollBar()->value(), 0);
+  view.scrollToEnd();
+  QTest::keyClick(&view, Qt::Key_Down);
+  EXPECT_LT(view.verticalScrollBar()->value(), view.verticalScrollBar()->maximum() / 2);
+  QTest::keyClick(&view, Qt::Key_End, Qt::ControlModifier);
+  EXPECT_TRUE(view.isAtEnd());
+}
+
+TEST_F(ConsoleSelecting, TheWheelScrollsThroughALineTallerThanTheView) {
+  append(std::string(20'000, 'x'));
+  QScrollBar& bar = *view.verticalScrollBar();
+  const int end = bar.value();
+  const auto wheel = [this](int notches) {
+    QWheelEvent event({20, 20}, view.viewport()->mapToGlobal(QPointF(20, 20)), {},
+                      {0, 120 * notches}, Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
+    QApplication::sendEvent(view.viewport(), &event);
+  };
+  wheel(10);
+  EXPECT_LT(bar.value(), end);
+  EXPECT_GT(bar.value(), 3 * 64);
+  wheel(-10);
+  EXPECT_TRUE(view.isAtEnd());
+  wheel(1000);
+  EXPECT_EQ(bar.value(), 0);
+}
+
+TEST_F(ConsoleSelecting, DraggingBeyondTheEdgeScrolls) {
+  for (int i = 0; i < 50; ++i) append("message");
+  QTest::mousePress(view.viewport(), Qt::LeftButton, {}, at(3, 4));
+  QTest::mouseMove(view.viewport(), QPoint(20, -40));
+  EXPECT_TRUE(QTest::qWaitFor([this] { return view.verticalScrollBar()->value() == 0; }));
+  QTest::mouseRelease(view.viewport(), Qt::LeftButton, {}, QPoint(20, -40));
+  EXPECT_GT(selected().size(), 400u);
+}
+
+}  // namespace
+}  // namespace tolvane

@@ -1,0 +1,251 @@
+// SPDX-License-Identifier: MIT
+#include <QFontInfo>
+#include <QHeaderView>
+#include <QScrollBar>
+
+#include "tests/ui/support/Window.h"
+
+namespace tolvane {
+namespace {
+
+using testing::ElementsAre;
+
+std::vector<std::string> itemsOf(const QComboBox& popup) {
+  std::vector<std::string> items;
+  for (int i = 0; i < popup.count(); ++i) items.push_back(toText(popup.itemText(i)));
+  return items;
+}
+
+using Controls = Window;
+
+TEST_F(Controls, LoadingTheViewWritesTwoLinesToTheSystemLogAndNothingToTheBus) {
+  EXPECT_THAT(log.lines(), ElementsAre("[UI] viewDidLoad", "[UI] buildInterface"));
+  EXPECT_TRUE(log.messages().empty());
+  EXPECT_TRUE(controller.consoleMessages().empty());
+}
+
+TEST_F(Controls, AllListsStartEmptyAndNoRepositoryIsLoaded) {
+  EXPECT_TRUE(controller.packages().empty());
+  EXPECT_TRUE(controller.allPackages().empty());
+  EXPECT_TRUE(controller.selectedPackageKeys().empty());
+  EXPECT_FALSE(controller.currentRepositoryURL());
+}
+
+TEST_F(Controls, EachIsNamedAfterItsProperty) {
+  const std::pair<const QWidget*, const char*> names[] = {
+      {c.repoURLField, "repoURLField"},
+      {c.repositoryTypePopup, "repositoryTypePopup"},
+      {c.fetchButton, "fetchButton"},
+      {c.searchField, "searchField"},
+      {c.selectAllButton, "selectAllButton"},
+      {c.archiveMetadataButton, "archiveMetadataButton"},
+      {c.archiveMetadataInfoButton, "archiveMetadataInfoButton"},
+      {c.downloadSelectedButton, "downloadSelectedButton"},
+      {c.downloadMissingButton, "downloadMissingButton"},
+      {c.checkArchiveButton, "checkArchiveButton"},
+      {c.cancelDownloadsButton, "cancelDownloadsButton"},
+      {c.downloadSelectedSubtitleLabel, "downloadSelectedSubtitleLabel"},
+      {c.downloadMissingSubtitleLabel, "downloadMissingSubtitleLabel"},
+      {c.checkArchiveSubtitleLabel, "checkArchiveSubtitleLabel"},
+      {c.statusLabel, "statusLabel"},
+      {c.statsLabel, "statsLabel"},
+      {c.progressIndicator, "progressIndicator"},
+      {c.tableView, "tableView"},
+      {c.scrollView, "scrollView"},
+      {c.detailBox, "detailBox"},
+      {c.detailTitleLabel, "detailTitleLabel"},
+      {c.detailTextView, "detailTextView"},
+      {c.detailScrollView, "detailScrollView"},
+      {c.consoleBox, "consoleBox"},
+      {c.consoleTitleLabel, "consoleTitleLabel"},
+      {c.consoleFilterPopup, "consoleFilterPopup"},
+      {c.consoleTextView, "consoleTextView"},
+      {c.consoleScrollView, "consoleScrollView"},
+  };
+  for (const auto& [control, name] : names) EXPECT_EQ(toText(control->objectName()), name);
+}
+
+TEST_F(Controls, TheURLFieldIsEmptyAndShowsAnExample) {
+  EXPECT_EQ(c.repoURLField->text(), "");
+  const auto example = URL::parse(toText(c.repoURLField->placeholderText()));
+  ASSERT_TRUE(example);
+  EXPECT_EQ(example->scheme(), "https");
+  EXPECT_EQ(example->path(), "/repo/");
+  EXPECT_TRUE(c.repoURLField->isEnabled());
+}
+
+TEST_F(Controls, TheTypePopupHoldsFourKindsAndStartsWithTheFirst) {
+  EXPECT_THAT(itemsOf(*c.repositoryTypePopup),
+              ElementsAre("Cydia / APT", "Auto-detect", "Installer 4", "Installer 3"));
+  EXPECT_EQ(c.repositoryTypePopup->currentIndex(), 0);
+  EXPECT_FALSE(c.repositoryTypePopup->isEditable());
+  EXPECT_TRUE(c.repositoryTypePopup->isEnabled());
+}
+
+TEST_F(Controls, ButtonsHaveTheirTitlesAndFirstStates) {
+  EXPECT_EQ(c.fetchButton->text(), "Fetch");
+  EXPECT_TRUE(c.fetchButton->isEnabled());
+  EXPECT_EQ(c.downloadSelectedButton->text(), "Download");
+  EXPECT_FALSE(c.downloadSelectedButton->isEnabled());
+  EXPECT_EQ(c.downloadMissingButton->text(), "Missing");
+  EXPECT_FALSE(c.downloadMissingButton->isEnabled());
+  EXPECT_EQ(c.checkArchiveButton->text(), "Archive");
+  EXPECT_FALSE(c.checkArchiveButton->isEnabled());
+  EXPECT_EQ(c.cancelDownloadsButton->text(), "Cancel");
+  EXPECT_FALSE(c.cancelDownloadsButton->isEnabled());
+  EXPECT_EQ(c.archiveMetadataInfoButton->text(), "\u24D8");
+  EXPECT_TRUE(c.archiveMetadataInfoButton->isEnabled());
+}
+
+TEST_F(Controls, CheckboxesStartOff) {
+  EXPECT_EQ(c.selectAllButton->text(), "Select All");
+  EXPECT_FALSE(c.selectAllButton->isEnabled());
+  EXPECT_FALSE(c.selectAllButton->isChecked());
+  EXPECT_EQ(c.archiveMetadataButton->text(), "Archive repository metadata");
+  EXPECT_TRUE(c.archiveMetadataButton->isEnabled());
+  EXPECT_FALSE(c.archiveMetadataButton->isChecked());
+}
+
+TEST_F(Controls, CaptionsAreSmallCentredAndNotSelectable) {
+  EXPECT_EQ(c.downloadSelectedSubtitleLabel->text(), "To Local Folder");
+  EXPECT_EQ(c.downloadMissingSubtitleLabel->text(), "In Local Folder");
+  EXPECT_EQ(c.checkArchiveSubtitleLabel->text(), "To Central Server");
+  for (const QLabel* caption : {c.downloadSelectedSubtitleLabel, c.downloadMissingSubtitleLabel,
+                                c.checkArchiveSubtitleLabel}) {
+    EXPECT_EQ(caption->alignment() & Qt::AlignHorizontal_Mask, Qt::AlignHCenter);
+    EXPECT_EQ(QFontInfo(caption->font()).pixelSize(), 10);
+    EXPECT_FALSE(caption->textInteractionFlags() & Qt::TextSelectableByMouse);
+  }
+}
+
+TEST_F(Controls, TheStatusIsFixedTextAndTheStatisticsCanBeSelected) {
+  EXPECT_EQ(status(), "Enter a repository URL.");
+  EXPECT_FALSE(c.statusLabel->textInteractionFlags() & Qt::TextSelectableByMouse);
+  EXPECT_EQ(stats(), "No repository loaded.");
+  EXPECT_TRUE(c.statsLabel->textInteractionFlags() & Qt::TextSelectableByMouse);
+}
+
+TEST_F(Controls, TheSearchFieldStartsDisabled) {
+  EXPECT_EQ(c.searchField->placeholderText(), "Search packages");
+  EXPECT_FALSE(c.searchField->isEnabled());
+}
+
+TEST_F(Controls, TheProgressBarStartsHiddenEmptyAndDeterminate) {
+  EXPECT_TRUE(c.progressIndicator->isHidden());
+  EXPECT_FALSE(c.progressIndicator->isIndeterminate());
+  EXPECT_EQ(c.progressIndicator->minValue(), 0);
+  EXPECT_EQ(c.progressIndicator->maxValue(), 100);
+  EXPECT_EQ(c.progressIndicator->doubleValue(), 0);
+}
+
+TEST_F(Controls, TheTableHasNineColumnsOfTheirWidths) {
+  struct Column {
+    const char* identifier;
+    const char* title;
+    int width;
+  };
+  constexpr Column kColumns[] = {{"selected", "\u2713", 40},
+                                 {"displayName", "Name", 220},
+                                 {"version", "Version", 120},
+                                 {"packageDescription", "Description", 300},
+                                 {"packageName", "Identifier", 220},
+                                 {"section", "Section", 140},
+                                 {"size", "Size", 100},
+                                 {"filename", "Filename", 420},
+                                 {"architecture", "Arch", 80}};
+  const auto& model = *static_cast<const PackageTableModel*>(c.tableView->model());
+  ASSERT_EQ(model.columnCount(), static_cast<int>(std::size(kColumns)));
+  for (int i = 0; i < model.columnCount(); ++i) {
+    EXPECT_EQ(model.identifierOfColumn(i), kColumns[i].identifier);
+    EXPECT_EQ(toText(model.headerData(i, Qt::Horizontal, Qt::DisplayRole).toString()),
+              kColumns[i].title);
+    EXPECT_EQ(c.tableView->columnWidth(i), kColumns[i].width) << kColumns[i].identifier;
+    EXPECT_EQ(model.isSortable(i), i != 0);
+  }
+}
+
+TEST_F(Controls, TheTableHasStripesLinesAndOneHighlightedRowAtMost) {
+  EXPECT_TRUE(c.tableView->alternatingRowColors());
+  EXPECT_TRUE(c.tableView->showGrid());
+  EXPECT_EQ(c.tableView->gridStyle(), Qt::SolidLine);
+  EXPECT_EQ(c.tableView->selectionMode(), QAbstractItemView::SingleSelection);
+  EXPECT_EQ(c.tableView->selectionBehavior(), QAbstractItemView::SelectRows);
+  EXPECT_EQ(c.tableView->verticalHeader()->defaultSectionSize(), 28);
+  EXPECT_EQ(c.tableView->horizontalScrollBarPolicy(), Qt::ScrollBarAlwaysOff);
+  EXPECT_FALSE(c.tableView->sortDescriptor());
+}
+
+TEST_F(Controls, TheDetailsAreReadOnlyTextThatCanBeSelected) {
+  EXPECT_EQ(c.detailTitleLabel->text(), "Package Details");
+  EXPECT_TRUE(c.detailTitleLabel->font().bold());
+  EXPECT_EQ(QFontInfo(c.detailTitleLabel->font()).pixelSize(), 12);
+  EXPECT_TRUE(c.detailTextView->isReadOnly());
+  EXPECT_TRUE(c.detailTextView->textInteractionFlags() & Qt::TextSelectableByMouse);
+  EXPECT_EQ(QFontInfo(c.detailTextView->font()).pixelSize(), 12);
+  EXPECT_EQ(details(), "Select a package to view details.");
+  EXPECT_EQ(c.detailTextView->horizontalScrollBarPolicy(), Qt::ScrollBarAlwaysOff);
+}
+
+TEST_F(Controls, TheDetailsTextIsInsetEightAndSix) {
+  show();
+  const QRect first = c.detailTextView->cursorRect();
+  const QPoint corner = c.detailTextView->viewport()->mapTo(c.detailTextView, first.topLeft());
+  EXPECT_EQ(corner, QPoint(8, 6));
+}
+
+TEST_F(Controls, TheConsoleIsReadOnlyMonospacedText) {
+  EXPECT_EQ(c.consoleTitleLabel->text(), "Console");
+  EXPECT_TRUE(c.consoleTitleLabel->font().bold());
+  EXPECT_EQ(QFontInfo(c.consoleTitleLabel->font()).pixelSize(), 12);
+  EXPECT_TRUE(QFontInfo(c.consoleTextView->font()).fixedPitch());
+  EXPECT_EQ(QFontInfo(c.consoleTextView->font()).pixelSize(), 11);
+  EXPECT_EQ(c.consoleTextView->font().weight(), QFont::Normal);
+  EXPECT_EQ(c.consoleTextView->textInset(), QSize(8, 6));
+  EXPECT_EQ(console(), "Console messages will appear here.\n");
+  EXPECT_THAT(itemsOf(*c.consoleFilterPopup), ElementsAre("All Messages", "Errors Only"));
+  EXPECT_EQ(c.consoleFilterPopup->currentIndex(), 0);
+  EXPECT_TRUE(c.consoleFilterPopup->isEnabled());
+}
+
+TEST_F(Controls, BoxesHaveALineAroundThemAndScrollViewsABezel) {
+  for (const QFrame* box : {c.detailBox, c.consoleBox}) EXPECT_GT(box->frameWidth(), 0);
+  for (const QFrame* view : {c.detailScrollView, c.consoleScrollView}) {
+    EXPECT_EQ(view->frameShadow(), QFrame::Sunken);
+    EXPECT_GT(view->frameWidth(), 0);
+  }
+}
+
+TEST_F(Controls, TheInfoButtonExplainsTheOptionInASheetOnTheWindow) {
+  QTest::mouseClick(c.archiveMetadataInfoButton, Qt::LeftButton);
+  ASSERT_EQ(sheets.shown.size(), 1u);
+  EXPECT_EQ(sheets.shown[0].window, controller.window());
+  const Alert& alert = sheets.shown[0].alert;
+  EXPECT_EQ(alert.messageText, "Archive repository metadata");
+  EXPECT_EQ(alert.informativeText,
+            "When enabled, the crawler also tries to save repository index files such as "
+            "Packages, Packages.gz, Release, InRelease, Release.gpg, and CydiaIcon.png next to "
+            "the downloaded .deb files.\n\nFor most normal package downloads this is not "
+            "required. Enable it only if you want a more complete long-term archive or mirror "
+            "of the repository.");
+  EXPECT_THAT(alert.buttons, ElementsAre("OK"));
+  sheets.shown[0].answered(0);
+  EXPECT_EQ(status(), "Enter a repository URL.");
+  EXPECT_FALSE(c.archiveMetadataButton->isChecked());
+}
+
+TEST_F(Controls, AStatusThatIsTooLongEndsInAnEllipsisAndIsWholeInTheToolTip) {
+  show();
+  c.statusLabel->setText("Short.");
+  EXPECT_FALSE(c.statusLabel->isElided());
+  EXPECT_EQ(c.statusLabel->toolTip(), "");
+  const QString text = QStringLiteral("<b>not bold</b> & ") + QString(400, 'x');
+  c.statusLabel->setText(text);
+  EXPECT_TRUE(c.statusLabel->isElided());
+  EXPECT_EQ(c.statusLabel->toolTip(), "<p>" + text.toHtmlEscaped() + "</p>");
+  controller.resize(6000, 614);
+  EXPECT_FALSE(c.statusLabel->isElided());
+  EXPECT_EQ(c.statusLabel->toolTip(), "");
+}
+
+}  // namespace
+}  // namespace tolvane

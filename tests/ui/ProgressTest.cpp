@@ -1,0 +1,109 @@
+// SPDX-License-Identifier: MIT
+#include <QElapsedTimer>
+
+#include "tests/ui/support/Window.h"
+
+namespace tolvane {
+namespace {
+
+class Progress : public Window {
+ protected:
+  bool hidden() const { return bar.isHidden(); }
+  const ProgressIndicator& bar = *c.progressIndicator;
+};
+
+TEST_F(Progress, IndeterminateMovesAndKeepsItsValue) {
+  controller.showDeterminateProgressWithCompleted(1, 4);
+  controller.showIndeterminateProgress();
+  EXPECT_FALSE(hidden());
+  EXPECT_TRUE(bar.isIndeterminate());
+  EXPECT_TRUE(bar.isAnimating());
+  EXPECT_EQ(bar.doubleValue(), 25);
+  EXPECT_EQ(bar.maxValue(), 100);
+}
+
+TEST_F(Progress, DeterminateShowsTheShareInHundredths) {
+  controller.showIndeterminateProgress();
+  controller.showDeterminateProgressWithCompleted(1, 3);
+  EXPECT_FALSE(hidden());
+  EXPECT_FALSE(bar.isIndeterminate());
+  EXPECT_FALSE(bar.isAnimating());
+  EXPECT_EQ(bar.minValue(), 0);
+  EXPECT_EQ(bar.maxValue(), 100);
+  EXPECT_DOUBLE_EQ(bar.doubleValue(), 1.0 / 3.0 * 100);
+}
+
+TEST_F(Progress, OfNothingIsAnEmptyBar) {
+  controller.showDeterminateProgressWithCompleted(0, 0);
+  EXPECT_FALSE(hidden());
+  EXPECT_FALSE(bar.isIndeterminate());
+  EXPECT_EQ(bar.doubleValue(), 0);
+  controller.showDeterminateProgressWithCompleted(7, 0);
+  EXPECT_EQ(bar.doubleValue(), 0);
+}
+
+TEST_F(Progress, AboveTheTotalIsNotClampedButShownAsFull) {
+  controller.showDeterminateProgressWithCompleted(3, 2);
+  EXPECT_EQ(bar.doubleValue(), 150);
+  EXPECT_EQ(bar.value(), 100);
+}
+
+TEST_F(Progress, ACompletedRunIsFullWhateverItsSuccess) {
+  for (const bool success : {true, false}) {
+    controller.showIndeterminateProgress();
+    controller.showCompletedProgressSuccess(success);
+    EXPECT_FALSE(hidden());
+    EXPECT_FALSE(bar.isIndeterminate());
+    EXPECT_EQ(bar.doubleValue(), 100);
+  }
+}
+
+TEST_F(Progress, HidingLeavesAnEmptyDeterminateBar) {
+  controller.showDeterminateProgressWithCompleted(1, 2);
+  controller.showIndeterminateProgress();
+  controller.hideProgressIndicator();
+  EXPECT_TRUE(hidden());
+  EXPECT_FALSE(bar.isIndeterminate());
+  EXPECT_FALSE(bar.isAnimating());
+  EXPECT_EQ(bar.doubleValue(), 0);
+}
+
+TEST_F(Progress, ADelayedHideComesAfterItsDelayOnTheMainThread) {
+  controller.showCompletedProgressSuccess(true);
+  QElapsedTimer timer;
+  timer.start();
+  controller.hideProgressIndicatorAfterDelay(0.3);
+  EXPECT_FALSE(hidden());
+  EXPECT_TRUE(QTest::qWaitFor([this] { return hidden(); }));
+  EXPECT_GE(timer.elapsed(), 270);
+}
+
+TEST_F(Progress, ADelayedHideHidesWhatHasBegunSince) {
+  controller.showCompletedProgressSuccess(true);
+  controller.hideProgressIndicatorAfterDelay(0.3);
+  QTest::qWait(100);
+  controller.showIndeterminateProgress();
+  EXPECT_FALSE(hidden());
+  EXPECT_TRUE(QTest::qWaitFor([this] { return hidden(); }));
+  EXPECT_FALSE(bar.isIndeterminate());
+}
+
+TEST_F(Progress, TheBarIsDrawnAsFarAsTheRunHasCome) {
+  show();
+  const auto filled = [this] {
+    const QImage image = c.progressIndicator->grab().toImage();
+    const QRgb color = image.pixel(4, image.height() / 2);
+    int x = 4;
+    while (x < image.width() &&
+           qAbs(qGreen(image.pixel(x, image.height() / 2)) - qGreen(color)) < 24)
+      ++x;
+    return static_cast<double>(x) / image.width();
+  };
+  controller.showDeterminateProgressWithCompleted(1, 4);
+  EXPECT_NEAR(filled(), 0.25, 0.02);
+  controller.showDeterminateProgressWithCompleted(1999, 4000);
+  EXPECT_NEAR(filled(), 0.5, 0.02);
+}
+
+}  // namespace
+}  // namespace tolvane

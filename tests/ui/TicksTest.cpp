@@ -1,0 +1,172 @@
+// SPDX-License-Identifier: MIT
+#include "tests/ui/support/Window.h"
+
+namespace tolvane {
+namespace {
+
+using testing::ElementsAre;
+using testing::UnorderedElementsAre;
+
+class Ticks : public Window {
+ protected:
+  bool selectAllIsOn() const { return c.selectAllButton->isChecked(); }
+  void clickSelectAll() {
+    QTest::mouseClick(c.selectAllButton, Qt::LeftButton, {}, QPoint(10, 11));
+  }
+  std::vector<std::string> ticked() const { return identifiersOf(controller.selectedPackages()); }
+};
+
+TEST_F(Ticks, AKeyIsNameVersionArchitectureAndFilename) {
+  EXPECT_EQ(keyForPackage(makePackages(1)[0]), "p0|1.0|iphoneos-arm|debs/p0.deb");
+  EXPECT_EQ(keyForPackage(makePackage({})), "|||");
+}
+
+TEST_F(Ticks, AClickTicksAndAnotherOneUnticks) {
+  loadAndShow(makePackages(3));
+  click(1, "selected");
+  EXPECT_THAT(controller.selectedPackageKeys(),
+              UnorderedElementsAre("p1|1.1|iphoneos-arm|debs/p1.deb"));
+  EXPECT_TRUE(isTicked(1));
+  EXPECT_FALSE(isTicked(0));
+  click(1, "selected");
+  EXPECT_TRUE(controller.selectedPackageKeys().empty());
+  EXPECT_FALSE(isTicked(1));
+}
+
+TEST_F(Ticks, ATickDoesNotHighlightItsRow) {
+  loadAndShow(makePackages(3));
+  click(1, "selected");
+  EXPECT_EQ(c.tableView->highlightedRow(), -1);
+  EXPECT_EQ(details(), "Select a package to view details.");
+}
+
+TEST_F(Ticks, TwoQuickClicksAreTwoClicks) {
+  loadAndShow(makePackages(3));
+  click(1, "selected");
+  QTest::mouseDClick(c.tableView->viewport(), Qt::LeftButton, {}, centerOf(1, "selected"));
+  EXPECT_FALSE(isTicked(1));
+}
+
+TEST_F(Ticks, APressThatIsLetGoElsewhereDoesNothing) {
+  loadAndShow(makePackages(3));
+  QTest::mousePress(c.tableView->viewport(), Qt::LeftButton, {}, centerOf(1, "selected"));
+  QTest::mouseRelease(c.tableView->viewport(), Qt::LeftButton, {}, centerOf(2, "selected"));
+  EXPECT_TRUE(controller.selectedPackageKeys().empty());
+}
+
+TEST_F(Ticks, ARowOutsideTheListIsIgnored) {
+  load(makePackages(2));
+  controller.packageCheckboxClicked(-1, true);
+  controller.packageCheckboxClicked(2, true);
+  EXPECT_TRUE(controller.selectedPackageKeys().empty());
+}
+
+TEST_F(Ticks, PackagesWithoutAnythingShareOneTick) {
+  load({makePackage({}), makePackage({{"Description", "another"}}),
+        makePackage({{"Package", "p"}})});
+  controller.packageCheckboxClicked(0, true);
+  EXPECT_TRUE(isTicked(0));
+  EXPECT_TRUE(isTicked(1));
+  EXPECT_FALSE(isTicked(2));
+  EXPECT_EQ(controller.selectedPackages().size(), 2u);
+}
+
+TEST_F(Ticks, TickingEveryRowOneByOneTurnsSelectAllOn) {
+  load(makePackages(2));
+  controller.packageCheckboxClicked(0, true);
+  EXPECT_FALSE(selectAllIsOn());
+  controller.packageCheckboxClicked(1, true);
+  EXPECT_TRUE(selectAllIsOn());
+  controller.packageCheckboxClicked(0, false);
+  EXPECT_FALSE(selectAllIsOn());
+}
+
+TEST_F(Ticks, TheStatisticsFollowEachTick) {
+  load(makePackages(2));
+  controller.packageCheckboxClicked(0, true);
+  EXPECT_THAT(stats(), testing::HasSubstr("Selected: 1 "));
+  controller.packageCheckboxClicked(0, false);
+  EXPECT_THAT(stats(), testing::HasSubstr("Selected: 0 "));
+}
+
+TEST_F(Ticks, SelectAllTicksExactlyTheShownRows) {
+  loadAndShow(makePackages(12));
+  search("p1");
+  clickSelectAll();
+  EXPECT_TRUE(selectAllIsOn());
+  EXPECT_EQ(controller.selectedPackageKeys().size(), 3u);
+  EXPECT_THAT(ticked(), ElementsAre("p1", "p10", "p11"));
+  EXPECT_TRUE(isTicked(0));
+  EXPECT_THAT(stats(), testing::HasSubstr("Selected: 3 "));
+}
+
+TEST_F(Ticks, SelectAllTurnedOffUnticksEverything) {
+  loadAndShow(makePackages(3));
+  clickSelectAll();
+  clickSelectAll();
+  EXPECT_FALSE(selectAllIsOn());
+  EXPECT_TRUE(controller.selectedPackageKeys().empty());
+  EXPECT_FALSE(isTicked(0));
+}
+
+TEST_F(Ticks, SharedKeysKeepSelectAllOffThoughEveryRowIsTicked) {
+  load({makePackage({}), makePackage({}), makePackage({{"Package", "p"}})});
+  controller.packageCheckboxClicked(0, true);
+  controller.packageCheckboxClicked(2, true);
+  EXPECT_EQ(controller.selectedPackages().size(), 3u);
+  EXPECT_EQ(controller.selectedPackageKeys().size(), 2u);
+  EXPECT_FALSE(selectAllIsOn());
+}
+
+TEST_F(Ticks, SurviveASort) {
+  load(makePackages(3));
+  controller.packageCheckboxClicked(0, true);
+  sortBy("displayName");
+  sortBy("displayName");
+  EXPECT_THAT(identifiersOf(controller.packages()), ElementsAre("p2", "p1", "p0"));
+  EXPECT_TRUE(isTicked(2));
+  EXPECT_FALSE(isTicked(0));
+}
+
+TEST_F(Ticks, AreTakenByEverySearch) {
+  load(makePackages(3));
+  controller.packageCheckboxClicked(0, true);
+  search("p");
+  EXPECT_TRUE(controller.selectedPackageKeys().empty());
+  EXPECT_FALSE(isTicked(0));
+}
+
+TEST_F(Ticks, TickedPackagesComeInTheOrderOnTheScreen) {
+  load(makePackages(3));
+  controller.packageCheckboxClicked(0, true);
+  controller.packageCheckboxClicked(2, true);
+  EXPECT_THAT(ticked(), ElementsAre("p0", "p2"));
+  sortBy("packageName");
+  sortBy("packageName");
+  EXPECT_THAT(ticked(), ElementsAre("p2", "p0"));
+}
+
+TEST_F(Ticks, SelectAllKeepsTheHighlightTheDetailsAndThePlace) {
+  loadAndShow(makePackages(200));
+  c.tableView->scrollTo(c.tableView->model()->index(120, 1), QAbstractItemView::PositionAtTop);
+  click(122, "displayName");
+  const int top = c.tableView->rowAt(0);
+  const std::string before = details();
+  clickSelectAll();
+  QApplication::processEvents();
+  EXPECT_EQ(c.tableView->highlightedRow(), 122);
+  EXPECT_EQ(details(), before);
+  EXPECT_EQ(c.tableView->rowAt(0), top);
+}
+
+TEST_F(Ticks, AHundredThousandRowsWithOneKeyHaveOneTick) {
+  load(std::vector<PackageEntry>(100'000, makePackage({{"Package", "same"}})));
+  show();
+  clickSelectAll();
+  EXPECT_EQ(controller.selectedPackageKeys().size(), 1u);
+  EXPECT_EQ(controller.selectedPackages().size(), 100'000u);
+  EXPECT_TRUE(isTicked(99'999));
+}
+
+}  // namespace
+}  // namespace tolvane

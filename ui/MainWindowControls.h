@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QFrame>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QToolButton>
+
+#include "ui/ConsoleTextView.h"
+#include "ui/ElidedLabel.h"
+#include "ui/PackageTableView.h"
+#include "ui/ProgressIndicator.h"
+#include "ui/SearchField.h"
+
+namespace tolvane {
+
+// Every control of the main window under its name, which is its object name too. The window owns
+// them; they are made once and never replaced.
+struct MainWindowControls {
+  QLineEdit* repoURLField = nullptr;
+  QComboBox* repositoryTypePopup = nullptr;
+  QPushButton* fetchButton = nullptr;
+  SearchField* searchField = nullptr;
+  QCheckBox* selectAllButton = nullptr;
+  QCheckBox* archiveMetadataButton = nullptr;
+  QToolButton* archiveMetadataInfoButton = nullptr;
+  QPushButton* downloadSelectedButton = nullptr;
+  QPushButton* downloadMissingButton = nullptr;
+  QPushButton* checkArchiveButton = nullptr;
+  QPushButton* cancelDownloadsButton = nullptr;
+  QLabel* downloadSelectedSubtitleLabel = nullptr;
+  QLabel* downloadMissingSubtitleLabel = nullptr;
+  QLabel* checkArchiveSubtitleLabel = nullptr;
+  ElidedLabel* statusLabel = nullptr;
+  ElidedLabel* statsLabel = nullptr;
+  ProgressIndicator* progressIndicator = nullptr;
+  // A scroll view is the frame around a view that scrolls itself.
+  PackageTableView* tableView = nullptr;
+  QFrame* scrollView = nullptr;
+  QFrame* detailBox = nullptr;
+  QLabel* detailTitleLabel = nullptr;
+  QPlainTextEdit* detailTextView = nullptr;
+  QFrame* detailScrollView = nullptr;
+  QFrame* consoleBox = nullptr;
+  QLabel* consoleTitleLabel = nullptr;
+  QComboBox* consoleFilterPopup = nullptr;
+  ConsoleTextView* consoleTextView = nullptr;
+  QFrame* consoleScrollView = nullptr;
+};
+
+}  // namespace tolvane

@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QMessageBox>
+
+#include "ui/Sheets.h"
+
+namespace tolvane {
+
+// Puts the alert's texts and buttons into a message box, in their order. Texts are shown as they
+// stand, never as markup.
+void fillMessageBox(QMessageBox& box, const Alert& alert);
+
+// The index of the button that was pressed; the last one where the box was closed in another way.
+std::size_t answerOf(const QMessageBox& box, const Alert& alert);
+
+// Sheets as window-modal message boxes.
+class MessageBoxSheets : public Sheets {
+ public:
+  void beginAlert(QWidget* window, const Alert& alert, Answered answered) override;
+};
+
+}  // namespace tolvane

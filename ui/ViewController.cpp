@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: MIT
+#include "ui/ViewController.h"
+
+#include <QEvent>
+#include <utility>
+
+#include "model/CrawlerLogger.h"
+#include "platform/SystemLog.h"
+
+namespace tolvane {
+
+ViewController::ViewController(MainQueue& mainQueue, Sheets& sheets,
+                               const URLSessionFactory& sessionFactory, QWidget* parent)
+    : QWidget(parent), mainQueue_(mainQueue), sheets_(sheets) {
+  viewDidLoad(sessionFactory);
+}
+
+ViewController::~ViewController() {
+  logToken_.reset();
+  lifetime_.reset();
+}
+
+void ViewController::viewDidLoad(const URLSessionFactory& sessionFactory) {
+  SystemLog::write("[UI] viewDidLoad");
+  lifetime_ = std::make_shared<Lifetime>(Lifetime{this});
+  logToken_ = NotificationCenter::defaultCenter().addObserver(
+      CrawlerLoggerDidLogMessageNotification,
+      [&queue = mainQueue_, receiver = std::weak_ptr(lifetime_)](const UserInfo& userInfo) {
+        crawlerLoggerDidLogMessage(queue, receiver, userInfo);
+      });
+  fetcher_ = std::make_unique<RepositoryFetcher>(sessionFactory);
+  queueManager_ = std::make_unique<DownloadQueueManager>(mainQueue_, sessionFactory);
+  metadataArchiver_ = std::make_unique<RepositoryMetadataArchiver>(mainQueue_, sessionFactory);
+  buildInterface();
+  updateMinimumWindowSize();
+}
+
+void ViewController::viewDidLayout() {
+  layoutCrawlerViews();
+  updateMinimumWindowSize();
+}
+
+void ViewController::resizeEvent(QResizeEvent* event) {
+  QWidget::resizeEvent(event);
+  viewDidLayout();
+}
+
+void ViewController::showEvent(QShowEvent* event) {
+  QWidget::showEvent(event);
+  viewDidLayout();
+}
+
+void ViewController::changeEvent(QEvent* event) {
+  QWidget::changeEvent(event);
+  const QEvent::Type type = event->type();
+  const bool fontsMayDiffer = type == QEvent::FontChange || type == QEvent::StyleChange;
+  if (fontsMayDiffer && controls_.detailBox != nullptr) {
+    fitTitles();
+    layoutCrawlerViews();
+  }
+}
+
+void ViewController::archiveMetadataInfoButtonClicked() {
+  sheets_.beginAlert(
+      window(),
+      {"Archive repository metadata",
+       "When enabled, the crawler also tries to save repository index files such as Packages, "
+       "Packages.gz, Release, InRelease, Release.gpg, and CydiaIcon.png next to the downloaded "
+       ".deb files.\n\nFor most normal package downloads this is not required. Enable it only if "
+       "you want a more complete long-term archive or mirror of the repository.",
+       {"OK"}},
+      [](std::size_t) {});
+}
+
+}  // namespace tolvane

@@ -1,0 +1,161 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QAction>
+#include <QSize>
+#include <QWidget>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "download/DownloadQueueManager.h"
+#include "download/RepositoryMetadataArchiver.h"
+#include "model/PackageEntry.h"
+#include "platform/MainQueue.h"
+#include "platform/NotificationCenter.h"
+#include "platform/URL.h"
+#include "platform/URLSession.h"
+#include "repository/RepositoryFetcher.h"
+#include "ui/ConsoleText.h"
+#include "ui/MainWindowControls.h"
+#include "ui/PackageKeys.h"
+#include "ui/PackageTableModel.h"
+#include "ui/Sheets.h"
+
+namespace tolvane {
+
+// The content of the main window: all of its controls, the loaded repository, and what the controls
+// do. Everything belongs to the main thread but for the log bus, which any thread may use.
+//
+// Its definitions stand in one source a concern: the controls, the layout, the table, the search,
+// the console with the progress bar, and each workflow.
+class ViewController : public QWidget {
+  Q_OBJECT
+
+ public:
+  using PackageList = std::vector<PackageEntry>;
+
+  // The main queue and the sheets outlive the controller.
+  ViewController(MainQueue& mainQueue, Sheets& sheets,
+                 const URLSessionFactory& sessionFactory = makeURLSession,
+                 QWidget* parent = nullptr);
+  ~ViewController() override;
+
+  const MainWindowControls& controls() const { return controls_; }
+  const PackageList& packages() const { return packages_; }        // the shown rows, in their order
+  const PackageList& allPackages() const { return allPackages_; }  // in the order of the index
+  const PackageKeys& selectedPackageKeys() const { return selectedPackageKeys_; }
+  const ConsoleMessages& consoleMessages() const { return consoleMessages_; }
+  const std::optional<URL>& currentRepositoryURL() const { return currentRepositoryURL_; }
+
+  // What keys and menus offer beside the controls.
+  QAction* focusURLAction() const { return focusURLAction_; }        // Ctrl+L
+  QAction* focusSearchAction() const { return focusSearchAction_; }  // Ctrl+F
+  QAction* fetchAction() const { return fetchAction_; }              // F5
+  const std::vector<QAction*>& sortActions() const { return sortActions_; }
+
+  // Layout. Frames are those of a picture whose y grows upward from the bottom.
+  void layoutCrawlerViews();
+  static QSize minimumWindowSizeForCurrentLayout() { return {1030, 614}; }
+  void updateMinimumWindowSize();
+  void archiveMetadataInfoButtonClicked();
+
+  // Table.
+  void addColumnWithIdentifier(std::string_view identifier, std::string_view title, int width);
+  int numberOfRowsInTableView() const { return static_cast<int>(packages_.size()); }
+  int heightOfRow(int row) const;
+  void sortDescriptorsDidChange();
+  void tableViewSelectionDidChange();
+  void tableViewDoubleClicked(int row);
+  void showDetailsForPackage(const PackageEntry& package);
+  void packageCheckboxClicked(int row, bool on);
+  void selectAllButtonClicked();
+  PackageList selectedPackages() const;
+
+  // Search.
+  void searchFieldChanged() { applySearchFilter(); }
+  void applySearchFilter();
+  void updateStatsLabel();
+
+  // Console. An absent text does nothing; an absent type is "info".
+  void appendConsoleMessage(std::optional<std::string_view> text,
+                            std::optional<std::string_view> type);
+  void consoleFilterChanged() { refreshConsoleView(); }
+  void refreshConsoleView();
+
+  // Progress.
+  void showIndeterminateProgress();
+  void showDeterminateProgressWithCompleted(std::uint64_t completed, std::uint64_t total);
+  void showCompletedProgressSuccess(bool success);
+  void hideProgressIndicator();
+  // Hides whatever the bar shows by then; cannot be taken back.
+  void hideProgressIndicatorAfterDelay(double seconds);
+
+  // Fetch.
+  void loadPackagesIntoUI(PackageList packages, const std::optional<URL>& repositoryURL);
+
+ protected:
+  void changeEvent(QEvent* event) override;
+  void resizeEvent(QResizeEvent* event) override;
+  void showEvent(QShowEvent* event) override;
+
+ private:
+  struct Lifetime {
+    ViewController* controller;
+  };
+
+  void viewDidLoad(const URLSessionFactory& sessionFactory);
+  void viewDidLayout();
+  static void crawlerLoggerDidLogMessage(MainQueue& mainQueue,
+                                         const std::weak_ptr<Lifetime>& receiver,
+                                         const UserInfo& userInfo);
+
+  void buildInterface();
+  void buildToolbar();
+  void buildActionButtons();
+  void buildTable();
+  void buildDetails();
+  void buildConsole();
+  void connectControls();
+  void setAccessibleNames();
+  void setKeyOrder();
+  void buildActions();
+  void buildSortActions();
+  void fitTitles();
+
+  void place(QWidget* control, int x, int y, int width, int height);
+  void layoutToolbar();
+  void layoutBoxes();
+
+  void showNoDetails();
+  void copyDetails(int row);
+
+  MainQueue& mainQueue_;
+  Sheets& sheets_;
+  MainWindowControls controls_;
+
+  PackageList packages_;
+  PackageList allPackages_;
+  PackageKeys selectedPackageKeys_;
+  ConsoleMessages consoleMessages_;
+  std::optional<URL> currentRepositoryURL_;
+
+  std::unique_ptr<RepositoryFetcher> fetcher_;
+  std::unique_ptr<DownloadQueueManager> queueManager_;
+  std::unique_ptr<RepositoryMetadataArchiver> metadataArchiver_;
+
+  PackageTableModel* tableModel_ = nullptr;
+  QAction* focusURLAction_ = nullptr;
+  QAction* focusSearchAction_ = nullptr;
+  QAction* fetchAction_ = nullptr;
+  std::vector<QAction*> sortActions_;
+
+  // What other threads hold of the controller, so that it may go while they report.
+  std::shared_ptr<Lifetime> lifetime_;
+  NotificationCenter::Token logToken_;
+};
+
+}  // namespace tolvane

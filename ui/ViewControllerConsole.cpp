@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: MIT
+#include <QTimer>
+#include <chrono>
+#include <ctime>
+#include <fmt/chrono.h>
+
+#include "ui/ViewController.h"
+
+// The console and the progress bar.
+namespace tolvane {
+
+namespace {
+
+constexpr int kErrorsOnlyItem = 1;
+
+const ConsoleMessage kNoMessages{"No console messages.", "info"};
+
+std::string entryOr(const UserInfo& userInfo, const std::string& key, const char* otherwise) {
+  const auto found = userInfo.find(key);
+  return found == userInfo.end() ? otherwise : found->second;
+}
+
+}  // namespace
+
+// On any thread; the controller may be gone by the time the main queue gets there.
+void ViewController::crawlerLoggerDidLogMessage(MainQueue& mainQueue,
+                                                const std::weak_ptr<Lifetime>& receiver,
+                                                const UserInfo& userInfo) {
+  mainQueue.post([receiver, message = entryOr(userInfo, "message", ""),
+                  type = entryOr(userInfo, "type", "info")] {
+    if (const auto lifetime = receiver.lock()) {
+      lifetime->controller->appendConsoleMessage(message, type);
+    }
+  });
+}
+
+void ViewController::appendConsoleMessage(std::optional<std::string_view> text,
+                                          std::optional<std::string_view> type) {
+  if (!text) return;
+  const std::string line =
+      fmt::format("[{:%H:%M:%S}] {}", fmt::localtime(std::time(nullptr)), *text);
+  consoleMessages_.push_back({line, std::string(type.value_or("info"))});
+  refreshConsoleView();
+}
+
+void ViewController::refreshConsoleView() {
+  const bool errorsOnly = controls_.consoleFilterPopup->currentIndex() == kErrorsOnlyItem;
+  ConsoleText text = ConsoleText::ofMessages(consoleMessages_, errorsOnly);
+  if (text.isEmpty()) text = ConsoleText::notice(kNoMessages);
+  controls_.consoleTextView->setText(std::move(text));
+  controls_.consoleTextView->scrollToEnd();
+}
+
+void ViewController::showIndeterminateProgress() {
+  controls_.progressIndicator->showIndeterminate();
+}
+
+void ViewController::showDeterminateProgressWithCompleted(std::uint64_t completed,
+                                                          std::uint64_t total) {
+  const double part = total == 0 ? 0 : static_cast<double>(completed) / static_cast<double>(total);
+  controls_.progressIndicator->showValue(part * 100);
+}
+
+// Failures are told in words; the bar only says that the run is over.
+void ViewController::showCompletedProgressSuccess(bool /*success*/) {
+  controls_.progressIndicator->showValue(controls_.progressIndicator->maxValue());
+}
+
+void ViewController::hideProgressIndicator() {
+  controls_.progressIndicator->hideAndReset();
+}
+
+void ViewController::hideProgressIndicatorAfterDelay(double seconds) {
+  const auto delay =
+      std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::duration<double>(seconds));
+  QTimer::singleShot(delay, this, &ViewController::hideProgressIndicator);
+}
+
+}  // namespace tolvane

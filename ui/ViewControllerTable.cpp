@@ -1,0 +1,114 @@
+// SPDX-License-Identifier: MIT
+#include <QApplication>
+#include <QClipboard>
+#include <algorithm>
+
+#include "ui/DescriptionText.h"
+#include "ui/PackageSorting.h"
+#include "ui/PackageTexts.h"
+#include "ui/Strings.h"
+#include "ui/ViewController.h"
+
+// The package table: rows, sorting, ticks, and the details of the highlighted package.
+namespace tolvane {
+
+namespace {
+
+constexpr int kWidthWithoutColumn = 300;
+
+}  // namespace
+
+void ViewController::addColumnWithIdentifier(std::string_view identifier, std::string_view title,
+                                             int width) {
+  tableModel_->addColumn(identifier, toQString(title));
+  controls_.tableView->setColumnWidth(tableModel_->columnCount() - 1, width);
+}
+
+int ViewController::heightOfRow(int row) const {
+  const PackageEntry* const package = tableModel_->packageAt(row);
+  if (package == nullptr) return kBaseRowHeight;
+  const int column = tableModel_->columnWithIdentifier(kDescriptionColumn);
+  const int width = column < 0 ? kWidthWithoutColumn : controls_.tableView->columnWidth(column);
+  return rowHeightForDescription(package->packageDescription(), width, QApplication::font());
+}
+
+void ViewController::sortDescriptorsDidChange() {
+  const auto descriptor = controls_.tableView->sortDescriptor();
+  if (!descriptor) return;
+  const PackageEntry* const package = tableModel_->packageAt(controls_.tableView->highlightedRow());
+  const auto highlighted = package == nullptr ? std::nullopt : std::optional(*package);
+  packages_ = sortedPackages(packages_, *descriptor);
+  int row = -1;
+  if (highlighted) {
+    const auto found = std::find_if(packages_.begin(), packages_.end(), [&](const auto& candidate) {
+      return candidate.isSameRecordAs(*highlighted);
+    });
+    row = static_cast<int>(found - packages_.begin());
+  }
+  controls_.tableView->reloadInPlace(row);
+}
+
+void ViewController::tableViewSelectionDidChange() {
+  const PackageEntry* const package = tableModel_->packageAt(controls_.tableView->highlightedRow());
+  if (package != nullptr) {
+    showDetailsForPackage(*package);
+  } else {
+    showNoDetails();
+  }
+}
+
+void ViewController::tableViewDoubleClicked(int row) {
+  if (const PackageEntry* package = tableModel_->packageAt(row)) showDetailsForPackage(*package);
+}
+
+void ViewController::showDetailsForPackage(const PackageEntry& package) {
+  controls_.detailTextView->setPlainText(toQString(detailsText(package)));
+}
+
+void ViewController::showNoDetails() {
+  controls_.detailTextView->setPlainText(QStringLiteral("Select a package to view details."));
+}
+
+void ViewController::copyDetails(int row) {
+  if (const PackageEntry* package = tableModel_->packageAt(row)) {
+    QApplication::clipboard()->setText(toQString(detailsText(*package)));
+  }
+}
+
+void ViewController::packageCheckboxClicked(int row, bool on) {
+  const PackageEntry* const package = tableModel_->packageAt(row);
+  if (package == nullptr) return;
+  if (on) {
+    selectedPackageKeys_.insert(keyForPackage(*package));
+  } else {
+    selectedPackageKeys_.erase(keyForPackage(*package));
+  }
+  // Ticks on rows that a search hides count too.
+  controls_.selectAllButton->setChecked(!packages_.empty() &&
+                                        selectedPackageKeys_.size() == packages_.size());
+  tableModel_->reloadTicks();
+  updateStatsLabel();
+}
+
+void ViewController::selectAllButtonClicked() {
+  selectedPackageKeys_.clear();
+  if (controls_.selectAllButton->isChecked()) {
+    selectedPackageKeys_.reserve(packages_.size());
+    for (const PackageEntry& package : packages_) {
+      selectedPackageKeys_.insert(keyForPackage(package));
+    }
+  }
+  controls_.tableView->reloadInPlace(controls_.tableView->highlightedRow());
+  updateStatsLabel();
+}
+
+ViewController::PackageList ViewController::selectedPackages() const {
+  PackageList ticked;
+  std::copy_if(packages_.begin(), packages_.end(), std::back_inserter(ticked),
+               [this](const PackageEntry& package) {
+                 return selectedPackageKeys_.contains(keyForPackage(package));
+               });
+  return ticked;
+}
+
+}  // namespace tolvane
