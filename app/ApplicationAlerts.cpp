@@ -10,7 +10,6 @@ namespace tolvane {
 bool MessageBoxAlerts::presentError(const Error& error) {
   QMessageBox box;
   fillMessageBox(box, {error.description, "", {"OK"}});
-  box.setIcon(QMessageBox::Critical);
   box.exec();
   return false;
 }
@@ -18,7 +17,6 @@ bool MessageBoxAlerts::presentError(const Error& error) {
 std::size_t MessageBoxAlerts::runModal(const Alert& alert) {
   QMessageBox box;
   fillMessageBox(box, alert);
-  box.setIcon(QMessageBox::Warning);
   box.exec();
   return answerOf(box, alert);
 }

@@ -6,12 +6,13 @@
 #include <QFrame>
 #include <QLabel>
 #include <QLineEdit>
-#include <QPlainTextEdit>
 #include <QPushButton>
-#include <QToolButton>
 
 #include "ui/ConsoleTextView.h"
+#include "ui/DetailTextView.h"
 #include "ui/ElidedLabel.h"
+#include "ui/InfoButton.h"
+#include "ui/LineBox.h"
 #include "ui/PackageTableView.h"
 #include "ui/ProgressIndicator.h"
 #include "ui/SearchField.h"
@@ -27,7 +28,7 @@ struct MainWindowControls {
   SearchField* searchField = nullptr;
   QCheckBox* selectAllButton = nullptr;
   QCheckBox* archiveMetadataButton = nullptr;
-  QToolButton* archiveMetadataInfoButton = nullptr;
+  InfoButton* archiveMetadataInfoButton = nullptr;
   QPushButton* downloadSelectedButton = nullptr;
   QPushButton* downloadMissingButton = nullptr;
   QPushButton* checkArchiveButton = nullptr;
@@ -41,11 +42,11 @@ struct MainWindowControls {
   // A scroll view is the frame around a view that scrolls itself.
   PackageTableView* tableView = nullptr;
   QFrame* scrollView = nullptr;
-  QFrame* detailBox = nullptr;
+  LineBox* detailBox = nullptr;
   QLabel* detailTitleLabel = nullptr;
-  QPlainTextEdit* detailTextView = nullptr;
+  DetailTextView* detailTextView = nullptr;
   QFrame* detailScrollView = nullptr;
-  QFrame* consoleBox = nullptr;
+  LineBox* consoleBox = nullptr;
   QLabel* consoleTitleLabel = nullptr;
   QComboBox* consoleFilterPopup = nullptr;
   ConsoleTextView* consoleTextView = nullptr;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ui/MessageBoxSheets.h"
 
+#include <QApplication>
 #include <QLabel>
 #include <QPushButton>
 #include <utility>
@@ -10,6 +11,8 @@
 namespace tolvane {
 
 namespace {
+
+constexpr int kIconSide = 64;
 
 // On each button: its place among the alert's buttons, whatever the style makes of their order.
 constexpr const char* kIndexProperty = "alertButton";
@@ -25,11 +28,16 @@ std::size_t answerOf(const QMessageBox& box, const Alert& alert) {
 }
 
 void fillMessageBox(QMessageBox& box, const Alert& alert) {
-  box.setIcon(QMessageBox::Information);
   box.setText(toQString(alert.messageText));
   box.setInformativeText(toQString(alert.informativeText));
   // Both texts are labels of the box, and a label guesses at markup unless told otherwise.
   for (QLabel* label : box.findChildren<QLabel*>()) label->setTextFormat(Qt::PlainText);
+  if (auto* const message = box.findChild<QLabel*>(QStringLiteral("qt_msgbox_label"))) {
+    QFont bold = message->font();
+    bold.setBold(true);
+    message->setFont(bold);
+  }
+  box.setIconPixmap(QApplication::windowIcon().pixmap(kIconSide));
   QPushButton* last = nullptr;
   for (std::size_t i = 0; i < alert.buttons.size(); ++i) {
     // One role for all keeps the buttons in the order in which they are added.

@@ -9,6 +9,7 @@
 
 #include "ui/DescriptionText.h"
 #include "ui/PackageCellDelegate.h"
+#include "ui/PackageTableHeader.h"
 #include "ui/PackageTableModel.h"
 #include "ui/PackageTexts.h"
 
@@ -29,10 +30,7 @@ PackageTableView::PackageTableView(QWidget* parent) : QTableView(parent) {
   verticalHeader()->hide();
   verticalHeader()->setMinimumSectionSize(kBaseRowHeight);
   verticalHeader()->setDefaultSectionSize(kBaseRowHeight);
-  horizontalHeader()->setHighlightSections(false);
-  horizontalHeader()->setSectionsClickable(true);
-  horizontalHeader()->setSortIndicator(sortSection_, sortOrder_);
-  horizontalHeader()->setSortIndicatorShown(true);
+  setHorizontalHeader(new PackageTableHeader(this));
   connect(horizontalHeader(), &QHeaderView::sortIndicatorChanged, this,
           &PackageTableView::takeSortIndicator);
   connect(this, &QTableView::doubleClicked, this,

@@ -13,10 +13,16 @@ constexpr QRgb kGreenOnDark = 0xff4cd964;
 constexpr QRgb kOrange = 0xffa65200;
 constexpr QRgb kOrangeOnDark = 0xffffa33a;
 
+// How much of the text's colour there is in a colour between it and its background.
 constexpr double kSecondaryWeight = 0.65;
+constexpr double kSeparatorWeight = 0.25;
 
-double mixed(double front, double back) {
-  return front * kSecondaryWeight + back * (1 - kSecondaryWeight);
+QColor mixed(const QColor& front, const QColor& back, double weight) {
+  const auto part = [weight](double first, double second) {
+    return static_cast<float>(first * weight + second * (1 - weight));
+  };
+  return QColor::fromRgbF(part(front.redF(), back.redF()), part(front.greenF(), back.greenF()),
+                          part(front.blueF(), back.blueF()));
 }
 
 }  // namespace
@@ -26,11 +32,12 @@ bool isDark(const QPalette& palette) {
 }
 
 QColor secondaryLabelColor(const QPalette& palette) {
-  const QColor text = palette.color(QPalette::Text);
-  const QColor base = palette.color(QPalette::Base);
-  return QColor::fromRgbF(static_cast<float>(mixed(text.redF(), base.redF())),
-                          static_cast<float>(mixed(text.greenF(), base.greenF())),
-                          static_cast<float>(mixed(text.blueF(), base.blueF())));
+  return mixed(palette.color(QPalette::Text), palette.color(QPalette::Base), kSecondaryWeight);
+}
+
+QColor separatorColor(const QPalette& palette) {
+  return mixed(palette.color(QPalette::WindowText), palette.color(QPalette::Window),
+               kSeparatorWeight);
 }
 
 QColor consoleColor(std::string_view type, const QPalette& palette) {

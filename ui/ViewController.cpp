@@ -18,6 +18,9 @@ ViewController::ViewController(MainQueue& mainQueue, Sheets& sheets,
 ViewController::~ViewController() {
   logToken_.reset();
   lifetime_.reset();
+  // The controls read the controller's lists, so they go first, and quietly.
+  for (QWidget* const control : findChildren<QWidget*>()) control->disconnect(this);
+  qDeleteAll(findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly));
 }
 
 void ViewController::viewDidLoad(const URLSessionFactory& sessionFactory) {

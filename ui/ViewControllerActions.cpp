@@ -11,7 +11,7 @@ namespace tolvane {
 namespace {
 
 QAction* makeAction(QWidget* widget, const QString& text, const char* name,
-                   const QKeySequence& keys) {
+                    const QKeySequence& keys) {
   auto* const action = new QAction(text, widget);
   action->setObjectName(QLatin1String(name));
   action->setShortcut(keys);

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <QApplication>
 #include <QFontDatabase>
-#include <QTextDocument>
 
 #include "platform/SystemLog.h"
 #include "ui/Strings.h"
@@ -34,12 +33,6 @@ QFont consoleFont() {
   return font;
 }
 
-QFont infoFont() {
-  QFont font = QApplication::font();
-  font.setPixelSize(15);
-  return font;
-}
-
 template <typename Widget>
 void make(Widget*& control, const char* name, QWidget* parent) {
   control = new Widget(parent);
@@ -59,11 +52,6 @@ void makeCaption(QLabel*& label, const char* name, const char* text, QWidget* pa
   label->setText(QLatin1String(text));
   label->setAlignment(Qt::AlignHCenter | Qt::AlignVCenter);
   label->setFont(systemFont(kCaptionSize));
-}
-
-void makeBox(QFrame*& box, const char* name, QWidget* parent) {
-  make(box, name, parent);
-  box->setFrameStyle(QFrame::StyledPanel | QFrame::Plain);
 }
 
 void makeBoxTitle(QLabel*& label, const char* name, const char* text, QWidget* box) {
@@ -112,9 +100,6 @@ void ViewController::buildToolbar() {
   make(c.archiveMetadataButton, "archiveMetadataButton", this);
   c.archiveMetadataButton->setText(QStringLiteral("Archive repository metadata"));
   make(c.archiveMetadataInfoButton, "archiveMetadataInfoButton", this);
-  c.archiveMetadataInfoButton->setText(QStringLiteral("\u24D8"));
-  c.archiveMetadataInfoButton->setAutoRaise(true);
-  c.archiveMetadataInfoButton->setFocusPolicy(Qt::StrongFocus);
 
   make(c.statusLabel, "statusLabel", this);
   c.statusLabel->setText(QStringLiteral("Enter a repository URL."));
@@ -161,22 +146,17 @@ void ViewController::buildTable() {
 
 void ViewController::buildDetails() {
   MainWindowControls& c = controls_;
-  makeBox(c.detailBox, "detailBox", this);
+  make(c.detailBox, "detailBox", this);
   makeBoxTitle(c.detailTitleLabel, "detailTitleLabel", "Package Details", c.detailBox);
   makeScrollView(c.detailScrollView, "detailScrollView", c.detailBox);
   make(c.detailTextView, "detailTextView", c.detailScrollView);
-  c.detailTextView->setReadOnly(true);
-  c.detailTextView->setFrameShape(QFrame::NoFrame);
-  c.detailTextView->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-  c.detailTextView->setTextInteractionFlags(Qt::TextSelectableByMouse |
-                                            Qt::TextSelectableByKeyboard);
   c.detailTextView->setFont(systemFont(kTextSize));
   showNoDetails();
 }
 
 void ViewController::buildConsole() {
   MainWindowControls& c = controls_;
-  makeBox(c.consoleBox, "consoleBox", this);
+  make(c.consoleBox, "consoleBox", this);
   makeBoxTitle(c.consoleTitleLabel, "consoleTitleLabel", "Console", c.consoleBox);
   make(c.consoleFilterPopup, "consoleFilterPopup", c.consoleBox);
   c.consoleFilterPopup->addItems({QStringLiteral("All Messages"), QStringLiteral("Errors Only")});
@@ -190,7 +170,7 @@ void ViewController::buildConsole() {
 void ViewController::connectControls() {
   const MainWindowControls& c = controls_;
   connect(c.selectAllButton, &QCheckBox::clicked, this, &ViewController::selectAllButtonClicked);
-  connect(c.archiveMetadataInfoButton, &QToolButton::clicked, this,
+  connect(c.archiveMetadataInfoButton, &InfoButton::clicked, this,
           &ViewController::archiveMetadataInfoButtonClicked);
   connect(c.searchField, &SearchField::searchRequested, this, &ViewController::searchFieldChanged);
   connect(c.consoleFilterPopup, &QComboBox::currentIndexChanged, this,
@@ -218,7 +198,6 @@ void ViewController::fitTitles() {
   tolvane::fitTitles({{c.selectAllButton, 100}, {c.archiveMetadataButton, 205}}, system);
   tolvane::fitTitles({{c.repositoryTypePopup, 170}}, system);
   tolvane::fitTitles({{c.consoleFilterPopup, 120}}, systemFont(kTextSize));
-  tolvane::fitTitles({{c.archiveMetadataInfoButton, 24}}, infoFont());
   tolvane::fitTitles({{c.downloadSelectedSubtitleLabel, 100},
                       {c.downloadMissingSubtitleLabel, 100},
                       {c.checkArchiveSubtitleLabel, 100}},

@@ -99,6 +99,7 @@ class Pictures : public testing::TestWithParam<Theme> {
   Pictures() {
     QApplication::setStyle(QStyleFactory::create("Fusion"));
     if (GetParam().dark) QApplication::setPalette(darkPalette());
+    QApplication::setWindowIcon(applicationIcon());
     buildMainMenu(window, delegate, [] {});
     resizeTo({1030, 614});
   }
@@ -202,7 +203,6 @@ TEST_P(Pictures, OfTheQuitAlert) {
                        "Quitting now will lose any changes you have made since the last "
                        "successful save",
                        {"Quit anyway", "Cancel"}});
-  box.setIcon(QMessageBox::Warning);
   box.show();
   keep(box, "quit-alert");
 }

@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QFrame>
+
+namespace tolvane {
+
+// A box with a thin line around it, which shows in every theme.
+class LineBox : public QFrame {
+ public:
+  explicit LineBox(QWidget* parent);
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+};
+
+}  // namespace tolvane
