@@ -24,3 +24,42 @@ endfunction()
 
 tolvane_window_tests(ui tolvane_ui)
 tolvane_window_tests(app tolvane_app Qt6::Svg SQLite::SQLite3)
+
+# The real program, and the window in a process of its own, on a display in memory. Python's module
+# for the accessibility tree belongs to the system's interpreter.
+add_executable(tolvane_sample_window ${CMAKE_CURRENT_SOURCE_DIR}/app/window/main.cpp)
+tolvane_target(tolvane_sample_window)
+target_link_libraries(tolvane_sample_window PRIVATE tolvane_app)
+
+set(with_display ${CMAKE_CURRENT_SOURCE_DIR}/app/with_display)
+add_test(NAME app.program
+         COMMAND ${with_display} ${CMAKE_CURRENT_SOURCE_DIR}/app/start_program.py
+                 $<TARGET_FILE:tolvane> ${CMAKE_CURRENT_BINARY_DIR}/program.xwd)
+add_test(NAME app.accessibility
+         COMMAND ${with_display} ${CMAKE_CURRENT_SOURCE_DIR}/app/use_window.py
+                 $<TARGET_FILE:tolvane_sample_window>)
+set_tests_properties(app.program app.accessibility
+                     PROPERTIES TIMEOUT 120 SKIP_RETURN_CODE 77
+                                ENVIRONMENT PYTHONDONTWRITEBYTECODE=1)
+
+# The whole layout again where a point is more than a pixel.
+foreach(scale 1.5 2)
+  add_test(NAME ui.layout.scale_${scale} COMMAND tolvane_ui_tests --gtest_filter=*Layout*)
+  set_tests_properties(ui.layout.scale_${scale} PROPERTIES TIMEOUT 120
+                                                           ENVIRONMENT QT_SCALE_FACTOR=${scale})
+endforeach()
+
+# What a desktop reads of the program.
+set(packaging ${PROJECT_SOURCE_DIR}/packaging)
+find_program(DESKTOP_FILE_VALIDATE desktop-file-validate)
+find_program(APPSTREAMCLI appstreamcli)
+if(DESKTOP_FILE_VALIDATE)
+  add_test(NAME packaging.desktop
+           COMMAND ${DESKTOP_FILE_VALIDATE} ${packaging}/example.tolvane.Tolvane.desktop)
+  set_tests_properties(packaging.desktop PROPERTIES FAIL_REGULAR_EXPRESSION "error;warning;hint")
+endif()
+if(APPSTREAMCLI)
+  add_test(NAME packaging.metainfo
+           COMMAND ${APPSTREAMCLI} validate --no-net
+                   ${packaging}/example.tolvane.Tolvane.metainfo.xml)
+endif()

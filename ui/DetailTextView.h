@@ -1,14 +1,22 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <QPlainTextEdit>
+#include <string>
+
+#include "ui/LongTextView.h"
 
 namespace tolvane {
 
-// Plain text to read, select and copy, with some room around it.
-class DetailTextView : public QPlainTextEdit {
+// Plain text to read, select and copy.
+class DetailTextView : public LongTextView {
  public:
-  explicit DetailTextView(QWidget* parent);
+  explicit DetailTextView(QWidget* parent) : LongTextView(parent) {}
+
+  void setPlainText(std::string text);
+
+ private:
+  std::string plainText_;
+  TextLines lines_;
 };
 
 }  // namespace tolvane

@@ -67,11 +67,13 @@ void PackageTableView::measureVisibleRows() {
   const QScopedValueRollback guard(measuring_, true);
   QScrollBar* const bar = verticalScrollBar();
   const bool atEnd = bar->maximum() > 0 && bar->value() == bar->maximum();
-  const int first = rowAt(0);
-  if (first < 0 || !measureFrom(first, rowViewportPosition(first))) return;
-  QTableView::updateGeometries();
-  if (atEnd) bar->setValue(bar->maximum());
-  viewport()->update();
+  // Staying at an end that moves away brings further rows into view.
+  for (int first = rowAt(0); first >= 0; first = rowAt(0)) {
+    if (!measureFrom(first, rowViewportPosition(first))) break;
+    QTableView::updateGeometries();
+    if (atEnd) bar->setValue(bar->maximum());
+    viewport()->update();
+  }
 }
 
 // Measures the rows that have come into view above the given one; returns by how much they grew.

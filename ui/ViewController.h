@@ -19,7 +19,8 @@
 #include "platform/URL.h"
 #include "platform/URLSession.h"
 #include "repository/RepositoryFetcher.h"
-#include "ui/ConsoleText.h"
+#include "ui/ConsoleMessage.h"
+#include "ui/LongText.h"
 #include "ui/MainWindowControls.h"
 #include "ui/PackageKeys.h"
 #include "ui/PackageTableModel.h"
@@ -141,6 +142,7 @@ class ViewController : public QWidget {
   PackageList allPackages_;
   PackageKeys selectedPackageKeys_;
   ConsoleMessages consoleMessages_;
+  TextLines consoleLines_;  // of the messages, as they are shown
   std::optional<URL> currentRepositoryURL_;
 
   std::unique_ptr<RepositoryFetcher> fetcher_;

@@ -13,7 +13,7 @@ namespace {
 
 constexpr int kErrorsOnlyItem = 1;
 
-const ConsoleMessage kNoMessages{"No console messages.", "info"};
+constexpr TextLine kNoMessages{"No console messages.", "info", true};
 
 std::string entryOr(const UserInfo& userInfo, const std::string& key, const char* otherwise) {
   const auto found = userInfo.find(key);
@@ -40,13 +40,17 @@ void ViewController::appendConsoleMessage(std::optional<std::string_view> text,
   const std::string line =
       fmt::format("[{:%H:%M:%S}] {}", fmt::localtime(std::time(nullptr)), *text);
   consoleMessages_.push_back({line, std::string(type.value_or("info"))});
+  appendLines(consoleLines_, consoleMessages_.back().message, consoleMessages_.back().type);
   refreshConsoleView();
 }
 
 void ViewController::refreshConsoleView() {
   const bool errorsOnly = controls_.consoleFilterPopup->currentIndex() == kErrorsOnlyItem;
-  ConsoleText text = ConsoleText::ofMessages(consoleMessages_, errorsOnly);
-  if (text.isEmpty()) text = ConsoleText::notice(kNoMessages);
+  // The text is by definition a view over all lines of all records, so it is made anew for each
+  // message.
+  LongText text = errorsOnly ? LongText::ofLinesOfType(consoleLines_, "error")
+                             : LongText::ofLines(consoleLines_);
+  if (text.isEmpty()) text = LongText::notice(kNoMessages);
   controls_.consoleTextView->setText(std::move(text));
   controls_.consoleTextView->scrollToEnd();
 }

@@ -17,7 +17,7 @@ constexpr int kTextSize = 12;
 constexpr int kConsoleSize = 11;
 constexpr QSize kTextInset(8, 6);
 
-const ConsoleMessage kConsolePlaceholder{"Console messages will appear here.", "info"};
+constexpr TextLine kConsolePlaceholder{"Console messages will appear here.", "info", false};
 
 QFont systemFont(int size, bool bold = false) {
   QFont font = QApplication::font();
@@ -151,6 +151,7 @@ void ViewController::buildDetails() {
   makeScrollView(c.detailScrollView, "detailScrollView", c.detailBox);
   make(c.detailTextView, "detailTextView", c.detailScrollView);
   c.detailTextView->setFont(systemFont(kTextSize));
+  c.detailTextView->setTextInset(kTextInset);
   showNoDetails();
 }
 
@@ -164,7 +165,7 @@ void ViewController::buildConsole() {
   make(c.consoleTextView, "consoleTextView", c.consoleScrollView);
   c.consoleTextView->setFont(consoleFont());
   c.consoleTextView->setTextInset(kTextInset);
-  c.consoleTextView->setText(ConsoleText::notice(kConsolePlaceholder));
+  c.consoleTextView->setText(LongText::notice(kConsolePlaceholder));
 }
 
 void ViewController::connectControls() {

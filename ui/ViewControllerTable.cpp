@@ -62,11 +62,11 @@ void ViewController::tableViewDoubleClicked(int row) {
 }
 
 void ViewController::showDetailsForPackage(const PackageEntry& package) {
-  controls_.detailTextView->setPlainText(toQString(detailsText(package)));
+  controls_.detailTextView->setPlainText(detailsText(package));
 }
 
 void ViewController::showNoDetails() {
-  controls_.detailTextView->setPlainText(QStringLiteral("Select a package to view details."));
+  controls_.detailTextView->setPlainText("Select a package to view details.");
 }
 
 void ViewController::copyDetails(int row) {

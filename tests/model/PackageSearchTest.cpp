@@ -58,5 +58,30 @@ TEST(PackageSearch, KnowsNoWildcardsAndFoldsNoAccents) {
   EXPECT_TRUE(PackageSearch("CAFÉ").matches(package));
 }
 
+// Texts are compared in blocks and, above a length, in another way: no length may matter.
+TEST(PackageSearch, FindsATextAtEveryPlaceOfATextOfEveryLength) {
+  for (const std::size_t length : {1, 31, 32, 33, 63, 64, 65, 1000, 1023, 1024, 1025, 5000}) {
+    for (std::size_t at = 0; at + 3 <= length; at += 1 + length / 40) {
+      std::string text(length, 'x');
+      text.replace(at, 3, "Key");
+      EXPECT_TRUE(PackageSearch("kEY").matches(packageWith(Field::packageDescription, text)))
+          << length << " " << at;
+      text.replace(at, 3, "Kex");
+      EXPECT_FALSE(PackageSearch("key").matches(packageWith(Field::packageDescription, text)))
+          << length << " " << at;
+    }
+  }
+}
+
+TEST(PackageSearch, LettersBesideTheAlphabetAreNotChanged) {
+  EXPECT_FALSE(PackageSearch("`").matches(packageWith(Field::displayName, "@")));
+  EXPECT_FALSE(PackageSearch("{").matches(packageWith(Field::displayName, "[")));
+  EXPECT_TRUE(PackageSearch("az").matches(packageWith(Field::displayName, "AZ")));
+}
+
+TEST(PackageSearch, ALetterOutsideASCIIMayHaveALowerCaseWithinIt) {
+  EXPECT_TRUE(PackageSearch("kelvin").matches(packageWith(Field::displayName, "\u212Aelvin")));
+}
+
 }  // namespace
 }  // namespace tolvane

@@ -215,12 +215,12 @@ TEST_F(MinimumSize, ALargerWindowIsLeftUntouched) {
   EXPECT_EQ(opened.window.geometry(), QRect(40, 50, 1200, 700));
   struct Watcher : QObject {
     bool eventFilter(QObject*, QEvent* event) override {
-      changes += event->type() == QEvent::Resize || event->type() == QEvent::UpdateRequest;
+      changes += event->type() == QEvent::Resize || event->type() == QEvent::Move;
       return false;
     }
     int changes = 0;
   } watcher;
-  QApplication::processEvents();
+  QTest::qWait(100);
   opened.window.installEventFilter(&watcher);
   opened.controller->updateMinimumWindowSize();
   QApplication::processEvents();

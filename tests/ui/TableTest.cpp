@@ -127,6 +127,7 @@ TEST_F(Table, RowsThatComeIntoViewHaveTheirHeightsAndOthersAreEstimated) {
   EXPECT_EQ(c.tableView->rowHeight(0), 86);
   EXPECT_EQ(c.tableView->rowHeight(999), 28);
   c.tableView->scrollToBottom();
+  QApplication::processEvents();
   EXPECT_EQ(c.tableView->rowHeight(999), 86);
   EXPECT_EQ(c.tableView->rowHeight(500), 28);
 }

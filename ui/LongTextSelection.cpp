@@ -9,7 +9,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "ui/ConsoleTextView.h"
+#include "ui/LongTextView.h"
 #include "ui/Strings.h"
 
 // Selecting in the console with mouse and keys, and copying.
@@ -25,27 +25,27 @@ int lengthOf(const QTextLayout& layout) {
 
 }  // namespace
 
-ConsoleTextView::Place ConsoleTextView::lastPlace() const {
+LongTextView::Place LongTextView::lastPlace() const {
   if (text_.isEmpty()) return {};
   const std::size_t line = text_.lineCount() - 1;
   return {line, lengthOf(layoutOf(line))};
 }
 
 // The line's upper edge in the viewport; for lines near the screen.
-int ConsoleTextView::topOf(std::size_t line) const {
+int LongTextView::topOf(std::size_t line) const {
   int y = -top_.hidden;
   for (std::size_t above = top_.line; above < line; ++above) y += heightOf(above);
   for (std::size_t below = top_.line; below > line; --below) y -= heightOf(below - 1);
   return y;
 }
 
-ConsoleTextView::Place ConsoleTextView::placeAt(QPoint point) const {
+LongTextView::Place LongTextView::placeAt(QPoint point) const {
   if (text_.isEmpty()) return {};
   return placeIn(movedBy(top_, point.y()), point.x() - inset_.width());
 }
 
 // The place that is nearest to a point of a line, x being the distance from the text's left edge.
-ConsoleTextView::Place ConsoleTextView::placeIn(Top point, double x) const {
+LongTextView::Place LongTextView::placeIn(Top point, double x) const {
   const QTextLayout& layout = layoutOf(point.line);
   const double y = point.hidden - insetAbove(point.line);
   QTextLine row = layout.lineAt(0);
@@ -53,7 +53,7 @@ ConsoleTextView::Place ConsoleTextView::placeIn(Top point, double x) const {
   return {point.line, row.isValid() ? row.xToCursor(x) : 0};
 }
 
-ConsoleTextView::Place ConsoleTextView::placeBeside(Place place, int steps) const {
+LongTextView::Place LongTextView::placeBeside(Place place, int steps) const {
   const QTextLayout& layout = layoutOf(place.line);
   if (steps < 0) {
     if (place.offset > 0) return {place.line, layout.previousCursorPosition(place.offset)};
@@ -66,7 +66,7 @@ ConsoleTextView::Place ConsoleTextView::placeBeside(Place place, int steps) cons
 }
 
 // The place so many rows of text further down, or up.
-ConsoleTextView::Place ConsoleTextView::placeBelow(Place place, int rows) const {
+LongTextView::Place LongTextView::placeBelow(Place place, int rows) const {
   const QTextLine row = layoutOf(place.line).lineForTextPosition(place.offset);
   if (!row.isValid()) return place;
   const int rowHeight = std::max(1, static_cast<int>(row.height()));
@@ -74,18 +74,18 @@ ConsoleTextView::Place ConsoleTextView::placeBelow(Place place, int rows) const 
   return placeIn(movedBy({place.line, middle}, rows * rowHeight), row.cursorToX(place.offset));
 }
 
-void ConsoleTextView::select(Place anchor, Place cursor) {
+void LongTextView::select(Place anchor, Place cursor) {
   anchor_ = anchor;
   cursor_ = cursor;
   viewport()->update();
 }
 
-void ConsoleTextView::moveCursor(Place place, bool keepAnchor) {
+void LongTextView::moveCursor(Place place, bool keepAnchor) {
   select(keepAnchor ? anchor_ : place, place);
   showPlace(place);
 }
 
-void ConsoleTextView::showPlace(Place place) {
+void LongTextView::showPlace(Place place) {
   if (place.line > top_.line + static_cast<std::size_t>(viewHeight())) {
     top_ = {place.line, 0};  // far below: no need to measure all that is between
   } else if (place.line < top_.line) {
@@ -104,7 +104,7 @@ void ConsoleTextView::showPlace(Place place) {
   }
 }
 
-QTextLayout::FormatRange ConsoleTextView::selectionIn(std::size_t line) const {
+QTextLayout::FormatRange LongTextView::selectionIn(std::size_t line) const {
   const Place first = std::min(anchor_, cursor_);
   const Place last = std::max(anchor_, cursor_);
   QTextLayout::FormatRange range;
@@ -119,38 +119,38 @@ QTextLayout::FormatRange ConsoleTextView::selectionIn(std::size_t line) const {
   return range;
 }
 
-QString ConsoleTextView::selectedText() const {
+QString LongTextView::selectedText() const {
   const Place first = std::min(anchor_, cursor_);
   const Place last = std::max(anchor_, cursor_);
   return first == last ? QString()
                        : text_.textBetween(first.line, first.offset, last.line, last.offset);
 }
 
-void ConsoleTextView::copy() {
+void LongTextView::copy() {
   if (const QString text = selectedText(); !text.isEmpty())
     QApplication::clipboard()->setText(text);
 }
 
-void ConsoleTextView::selectAll() {
+void LongTextView::selectAll() {
   select(firstPlace(), lastPlace());
 }
 
-void ConsoleTextView::contextMenuEvent(QContextMenuEvent* event) {
+void LongTextView::contextMenuEvent(QContextMenuEvent* event) {
   QMenu menu(this);
-  QAction* const copyAction = menu.addAction(tr("Copy"), this, &ConsoleTextView::copy);
+  QAction* const copyAction = menu.addAction(tr("Copy"), this, &LongTextView::copy);
   copyAction->setEnabled(!selectedText().isEmpty());
-  menu.addAction(tr("Select All"), this, &ConsoleTextView::selectAll);
+  menu.addAction(tr("Select All"), this, &LongTextView::selectAll);
   menu.exec(event->globalPos());
 }
 
-void ConsoleTextView::mousePressEvent(QMouseEvent* event) {
+void LongTextView::mousePressEvent(QMouseEvent* event) {
   if (event->button() != Qt::LeftButton) return;
   const Place place = placeAt(event->position().toPoint());
   select(event->modifiers() & Qt::ShiftModifier ? anchor_ : place, place);
   selecting_ = true;
 }
 
-void ConsoleTextView::mouseDoubleClickEvent(QMouseEvent* event) {
+void LongTextView::mouseDoubleClickEvent(QMouseEvent* event) {
   if (event->button() != Qt::LeftButton || text_.isEmpty()) return;
   const Place place = placeAt(event->position().toPoint());
   const QTextLayout& layout = layoutOf(place.line);
@@ -160,7 +160,7 @@ void ConsoleTextView::mouseDoubleClickEvent(QMouseEvent* event) {
   select({place.line, begin}, {place.line, begin + static_cast<int>(word.trimmed().size())});
 }
 
-void ConsoleTextView::mouseMoveEvent(QMouseEvent* event) {
+void LongTextView::mouseMoveEvent(QMouseEvent* event) {
   if (!selecting_) return;
   mouse_ = event->position().toPoint();
   select(anchor_, placeAt(mouse_));
@@ -171,7 +171,7 @@ void ConsoleTextView::mouseMoveEvent(QMouseEvent* event) {
   }
 }
 
-void ConsoleTextView::mouseReleaseEvent(QMouseEvent* event) {
+void LongTextView::mouseReleaseEvent(QMouseEvent* event) {
   if (event->button() != Qt::LeftButton) return;
   selecting_ = false;
   dragTimer_.stop();
@@ -182,14 +182,14 @@ void ConsoleTextView::mouseReleaseEvent(QMouseEvent* event) {
 }
 
 // The mouse is held beyond an edge: the text moves under it.
-void ConsoleTextView::timerEvent(QTimerEvent* event) {
+void LongTextView::timerEvent(QTimerEvent* event) {
   if (event->timerId() != dragTimer_.timerId()) return QAbstractScrollArea::timerEvent(event);
   const int beyond = mouse_.y() < 0 ? mouse_.y() : std::max(0, mouse_.y() - viewHeight());
   setTop(movedBy(top_, beyond));
   select(anchor_, placeAt(mouse_));
 }
 
-bool ConsoleTextView::moveByKey(const QKeyEvent& event) {
+bool LongTextView::moveByKey(const QKeyEvent& event) {
   const bool shift = event.modifiers() & Qt::ShiftModifier;
   const bool whole = event.modifiers() & Qt::ControlModifier;
   const int rowsOnScreen = std::max(1, viewHeight() / std::max(1, fontMetrics().height()) - 1);
@@ -225,7 +225,7 @@ bool ConsoleTextView::moveByKey(const QKeyEvent& event) {
   }
 }
 
-void ConsoleTextView::keyPressEvent(QKeyEvent* event) {
+void LongTextView::keyPressEvent(QKeyEvent* event) {
   if (event->matches(QKeySequence::Copy)) return copy();
   if (event->matches(QKeySequence::SelectAll)) return selectAll();
   if (text_.isEmpty() || !moveByKey(*event)) QAbstractScrollArea::keyPressEvent(event);

@@ -1,0 +1,215 @@
+// SPDX-License-Identifier: MIT
+#include <QApplication>
+#include <QScrollBar>
+#include <benchmark/benchmark.h>
+#include <fmt/format.h>
+#include <fstream>
+#include <malloc.h>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+#include "benchmarks/ui/GeneratedRepository.h"
+#include "platform/RunLoop.h"
+#include "ui/ViewController.h"
+
+// What a person waits for in the window with a large repository, up to the painted picture, on a
+// screen in memory. Compare with the yardsticks: the same texts copied, or compared, once.
+namespace tolvane {
+namespace {
+
+const std::vector<PackageEntry>& repository() {
+  static const std::vector<PackageEntry> packages = generatedRepository();
+  return packages;
+}
+
+class NoSheets : public Sheets {
+ public:
+  void beginAlert(QWidget*, const Alert&, Answered) override {}
+};
+
+struct Window {
+  Window() {
+    controller.resize(1600, 1000);
+    controller.show();
+    paint();
+  }
+
+  void load() { controller.loadPackagesIntoUI(repository(), std::nullopt); }
+
+  void loadAndPaint() {
+    load();
+    paint();
+  }
+
+  // Delivers what is pending and waits for the picture.
+  void paint() {
+    QApplication::processEvents();
+    controller.repaint();
+  }
+
+  RunLoop queue;
+  NoSheets sheets;
+  ViewController controller{queue, sheets};
+  const MainWindowControls& c = controller.controls();
+};
+
+std::size_t residentBytes() {
+  std::size_t pages = 0;
+  std::size_t resident = 0;
+  std::ifstream("/proc/self/statm") >> pages >> resident;
+  return resident * static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+}
+
+void YardstickCopyAllTexts(benchmark::State& state) {
+  for (auto round : state) {
+    std::string all;
+    for (const PackageEntry& package : repository()) {
+      for (std::size_t i = 0; i < PackageEntry::kTextCount; ++i) {
+        all += package.text(static_cast<PackageEntry::Field>(i));
+      }
+    }
+    benchmark::DoNotOptimize(all.data());
+  }
+}
+
+void YardstickSortNamesAsBytes(benchmark::State& state) {
+  for (auto round : state) {
+    std::vector<std::string_view> names;
+    for (const PackageEntry& package : repository()) names.push_back(package.displayName());
+    std::sort(names.begin(), names.end());
+    benchmark::DoNotOptimize(names.data());
+  }
+}
+
+void LoadToFirstPaint(benchmark::State& state) {
+  Window window;
+  for (auto round : state) window.loadAndPaint();
+}
+
+void sortBy(benchmark::State& state, int column) {
+  Window window;
+  for (auto round : state) {
+    state.PauseTiming();
+    window.loadAndPaint();
+    state.ResumeTiming();
+    window.c.tableView->sortByClickOn(column);
+    window.paint();
+  }
+}
+
+void SortByName(benchmark::State& state) {
+  sortBy(state, 1);
+}
+void SortBySize(benchmark::State& state) {
+  sortBy(state, 6);
+}
+
+// From a text with many hits to one with few and to one with none, a key at a time.
+void SearchKeystroke(benchmark::State& state) {
+  Window window;
+  window.loadAndPaint();
+  const QStringList texts = {"b", "ba", "bat", "battery q", "battery qx", "qqqq", "z", ""};
+  qsizetype i = 0;
+  for (auto round : state) {
+    window.c.searchField->setText(texts[i++ % texts.size()]);
+    window.paint();
+  }
+}
+
+// The slowest of them: every text of every package is read to its end.
+void SearchWithoutAHit(benchmark::State& state) {
+  Window window;
+  window.loadAndPaint();
+  int i = 0;
+  for (auto round : state) {
+    window.c.searchField->setText(i++ % 2 == 0 ? "qqqq" : "qqqqq");
+    window.paint();
+  }
+}
+
+void SelectAll(benchmark::State& state) {
+  Window window;
+  window.loadAndPaint();
+  for (auto round : state) {
+    window.c.selectAllButton->click();
+    window.paint();
+    state.PauseTiming();
+    window.c.selectAllButton->click();
+    window.paint();
+    state.ResumeTiming();
+  }
+}
+
+void ScrollStep(benchmark::State& state) {
+  Window window;
+  window.loadAndPaint();
+  QScrollBar& bar = *window.c.tableView->verticalScrollBar();
+  for (auto round : state) {
+    bar.setValue((bar.value() + 90) % bar.maximum());
+    window.paint();
+  }
+}
+
+// The rows, the ticks and the heights; not the records themselves.
+void MemoryAboveTheRecords(benchmark::State& state) {
+  for (auto round : state) {
+    Window window;
+    benchmark::DoNotOptimize(repository().data());
+    malloc_trim(0);
+    const std::size_t before = residentBytes();
+    window.loadAndPaint();
+    window.c.selectAllButton->click();
+    window.c.tableView->sortByClickOn(1);
+    window.paint();
+    malloc_trim(0);
+    state.counters["MB"] = static_cast<double>(residentBytes() - before) / 1e6;
+  }
+}
+
+// One message on top of many, painted each time, as the worst case has it.
+void ConsoleMessageOnTopOf(benchmark::State& state) {
+  Window window;
+  const auto text = [](long i) {
+    return fmt::format("Downloaded and verified: org.example.package{}_1.0_iphoneos-arm.deb", i);
+  };
+  if (state.range(1) != 0) window.c.consoleFilterPopup->setCurrentIndex(1);
+  long count = 0;
+  const char* const types[] = {"info", "success", "warning", "error"};
+  while (count < state.range(0)) {
+    window.controller.appendConsoleMessage(text(count), types[count % 4]);
+    ++count;
+  }
+  for (auto round : state) {
+    window.controller.appendConsoleMessage(text(count), types[count % 4]);
+    ++count;
+    window.paint();
+  }
+}
+
+BENCHMARK(YardstickCopyAllTexts)->Unit(benchmark::kMillisecond);
+BENCHMARK(YardstickSortNamesAsBytes)->Unit(benchmark::kMillisecond);
+BENCHMARK(LoadToFirstPaint)->Unit(benchmark::kMillisecond);
+BENCHMARK(SortByName)->Unit(benchmark::kMillisecond);
+BENCHMARK(SortBySize)->Unit(benchmark::kMillisecond);
+BENCHMARK(SearchKeystroke)->Unit(benchmark::kMillisecond);
+BENCHMARK(SearchWithoutAHit)->Unit(benchmark::kMillisecond);
+BENCHMARK(SelectAll)->Unit(benchmark::kMillisecond);
+BENCHMARK(ScrollStep)->Unit(benchmark::kMillisecond);
+BENCHMARK(MemoryAboveTheRecords)->Iterations(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(ConsoleMessageOnTopOf)
+    ->ArgNames({"messages", "errorsOnly"})
+    ->ArgsProduct({{1'000, 10'000, 50'000}, {0, 1}})
+    ->Iterations(200)
+    ->Unit(benchmark::kMicrosecond);
+
+}  // namespace
+}  // namespace tolvane
+
+int main(int argc, char** argv) {
+  qputenv("QT_QPA_PLATFORM", "offscreen");
+  QApplication application(argc, argv);
+  benchmark::Initialize(&argc, argv);
+  benchmark::RunSpecifiedBenchmarks();
+  return 0;
+}

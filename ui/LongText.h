@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QString>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <string_view>
+#include <vector>
+
+namespace tolvane {
+
+// A part of a text that is laid out by itself: one line of it, or a piece of a line that is too
+// long for the toolkit, whose time grows with the square of a line's length.
+struct TextLine {
+  std::string_view text;
+  std::string_view type;
+  bool endsWithNewline = true;
+};
+
+// Lines stay at their address when others are appended.
+using TextLines = std::deque<TextLine>;
+
+// Cuts the text into lines; the last one ends with a newline too. The texts outlive the lines.
+void appendLines(TextLines& lines, std::string_view text, std::string_view type);
+
+// A text of any length, as a view over its lines: making one costs next to nothing, however many
+// there are. The lines outlive it.
+class LongText {
+ public:
+  LongText() = default;
+
+  // A single line.
+  static LongText notice(const TextLine& line);
+
+  static LongText ofLines(const TextLines& lines);
+  // Only the lines whose type is exactly the given one.
+  static LongText ofLinesOfType(const TextLines& lines, std::string_view type);
+
+  bool isEmpty() const { return lineCount() == 0; }
+  std::size_t lineCount() const { return filtered_ ? kept_.size() : count_; }
+  const TextLine& line(std::size_t index) const;
+
+  // Whether the two show the same lines from the first one on, so that a place in one is the same
+  // place in the other.
+  bool continues(const LongText& other) const;
+
+  // The text from one place to another; offsets count UTF-16 units.
+  QString textBetween(std::size_t firstLine, qsizetype firstOffset, std::size_t lastLine,
+                      qsizetype lastOffset) const;
+  QString toPlainText() const;
+
+ private:
+  const TextLines* lines_ = nullptr;
+  const TextLine* notice_ = nullptr;
+  std::size_t count_ = 0;
+  bool filtered_ = false;
+  std::vector<std::uint32_t> kept_;  // of the lines, while they are filtered
+};
+
+}  // namespace tolvane
