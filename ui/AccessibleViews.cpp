@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include "ui/AccessibleLongText.h"
+#include "ui/AccessibleViews.h"
 
 #include <QAccessibleWidget>
 
 #include "ui/LongTextView.h"
+#include "ui/PopupButton.h"
 
 namespace tolvane {
 
@@ -59,15 +60,44 @@ class AccessibleLongText : public QAccessibleWidget, public QAccessibleTextInter
   LongTextView* view_;
 };
 
+class AccessiblePopup : public QAccessibleWidget {
+ public:
+  explicit AccessiblePopup(PopupButton* popup)
+      : QAccessibleWidget(popup, QAccessible::ComboBox), popup_(popup) {}
+
+  QAccessible::State state() const override {
+    QAccessible::State state = QAccessibleWidget::state();
+    state.expandable = true;
+    state.expanded = popup_->view()->isVisible();
+    return state;
+  }
+
+  QString text(QAccessible::Text kind) const override {
+    const bool choice = kind == QAccessible::Value || kind == QAccessible::Description;
+    return choice ? popup_->currentText() : QAccessibleWidget::text(kind);
+  }
+
+  QStringList actionNames() const override { return {showMenuAction(), pressAction()}; }
+  void doAction(const QString& /*name*/) override { popup_->showPopup(); }
+
+ private:
+  PopupButton* popup_;
+};
+
+// Asked for the object's class and then for each class that it derives from.
 QAccessibleInterface* makeInterface(const QString& className, QObject* object) {
-  // Asked for the object's class and then for each class that it derives from.
-  if (className != QLatin1String("tolvane::LongTextView")) return nullptr;
-  return new AccessibleLongText(static_cast<LongTextView*>(object));
+  if (className == QLatin1String("tolvane::LongTextView")) {
+    return new AccessibleLongText(static_cast<LongTextView*>(object));
+  }
+  if (className == QLatin1String("tolvane::PopupButton")) {
+    return new AccessiblePopup(static_cast<PopupButton*>(object));
+  }
+  return nullptr;
 }
 
 }  // namespace
 
-void installAccessibleLongText() {
+void installAccessibleViews() {
   static const bool installed = [] {
     QAccessible::installFactory(makeInterface);
     return true;

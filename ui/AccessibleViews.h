@@ -3,7 +3,8 @@
 
 namespace tolvane {
 
-// Lets screen readers read the long texts of the window. Before the first one is made; once.
-void installAccessibleLongText();
+// Tells screen readers what the toolkit does not of this folder's views. Before the first of them
+// is made; further calls do nothing.
+void installAccessibleViews();
 
 }  // namespace tolvane

@@ -12,7 +12,7 @@
 #include <set>
 #include <utility>
 
-#include "ui/AccessibleLongText.h"
+#include "ui/AccessibleViews.h"
 #include "ui/Strings.h"
 
 namespace tolvane {
@@ -27,7 +27,7 @@ constexpr std::size_t kMostLayouts = 256;
 }  // namespace
 
 LongTextView::LongTextView(QWidget* parent) : QAbstractScrollArea(parent) {
-  installAccessibleLongText();
+  installAccessibleViews();
   setFrameShape(NoFrame);
   setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
   setFocusPolicy(Qt::StrongFocus);

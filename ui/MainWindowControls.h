@@ -2,7 +2,6 @@
 #pragma once
 
 #include <QCheckBox>
-#include <QComboBox>
 #include <QFrame>
 #include <QLabel>
 #include <QLineEdit>
@@ -14,6 +13,7 @@
 #include "ui/InfoButton.h"
 #include "ui/LineBox.h"
 #include "ui/PackageTableView.h"
+#include "ui/PopupButton.h"
 #include "ui/ProgressIndicator.h"
 #include "ui/SearchField.h"
 
@@ -23,7 +23,7 @@ namespace tolvane {
 // them; they are made once and never replaced.
 struct MainWindowControls {
   QLineEdit* repoURLField = nullptr;
-  QComboBox* repositoryTypePopup = nullptr;
+  PopupButton* repositoryTypePopup = nullptr;
   QPushButton* fetchButton = nullptr;
   SearchField* searchField = nullptr;
   QCheckBox* selectAllButton = nullptr;
@@ -48,7 +48,7 @@ struct MainWindowControls {
   QFrame* detailScrollView = nullptr;
   LineBox* consoleBox = nullptr;
   QLabel* consoleTitleLabel = nullptr;
-  QComboBox* consoleFilterPopup = nullptr;
+  PopupButton* consoleFilterPopup = nullptr;
   ConsoleTextView* consoleTextView = nullptr;
   QFrame* consoleScrollView = nullptr;
 };
