@@ -20,7 +20,6 @@ class AccessibleLongText : public QAccessibleWidget, public QAccessibleTextInter
     QAccessible::State state = QAccessibleWidget::state();
     state.readOnly = true;
     state.multiLine = true;
-    state.selectableText = true;
     return state;
   }
 

@@ -4,6 +4,8 @@
 #include <QPainter>
 #include <QStyleOptionToolButton>
 
+#include "ui/SystemColors.h"
+
 namespace tolvane {
 
 InfoButton::InfoButton(QWidget* parent) : QToolButton(parent) {
@@ -25,7 +27,7 @@ void InfoButton::paintEvent(QPaintEvent* /*event*/) {
 
   painter.setRenderHint(QPainter::Antialiasing);
   const QPointF center = QRectF(rect()).center();
-  const QColor color = palette().color(QPalette::Link);
+  const QColor color = secondaryLabelColor(palette());
   painter.setPen(QPen(color, 1.25));
   painter.drawEllipse(center, 7, 7);
   painter.setPen(Qt::NoPen);

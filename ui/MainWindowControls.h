@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <QCheckBox>
 #include <QFrame>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 
+#include "ui/CheckBox.h"
 #include "ui/ConsoleTextView.h"
 #include "ui/DetailTextView.h"
 #include "ui/ElidedLabel.h"
@@ -26,8 +26,8 @@ struct MainWindowControls {
   PopupButton* repositoryTypePopup = nullptr;
   QPushButton* fetchButton = nullptr;
   SearchField* searchField = nullptr;
-  QCheckBox* selectAllButton = nullptr;
-  QCheckBox* archiveMetadataButton = nullptr;
+  CheckBox* selectAllButton = nullptr;
+  CheckBox* archiveMetadataButton = nullptr;
   InfoButton* archiveMetadataInfoButton = nullptr;
   QPushButton* downloadSelectedButton = nullptr;
   QPushButton* downloadMissingButton = nullptr;

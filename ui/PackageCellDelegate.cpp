@@ -5,11 +5,11 @@
 #include <QPainter>
 #include <QStyle>
 
+#include "ui/CheckBox.h"
 #include "ui/DescriptionText.h"
 #include "ui/PackageTableModel.h"
 #include "ui/PackageTexts.h"
 #include "ui/Strings.h"
-#include "ui/SystemColors.h"
 
 namespace tolvane {
 
@@ -50,13 +50,7 @@ void drawTick(QPainter* painter, const QStyleOptionViewItem& option, bool on) {
   tick.state &= ~(QStyle::State_On | QStyle::State_Off | QStyle::State_HasFocus);
   tick.state |= on ? QStyle::State_On : QStyle::State_Off;
   style->drawPrimitive(QStyle::PE_IndicatorItemViewItemCheck, &tick, painter, option.widget);
-  if (!isDark(option.palette)) return;
-  // Some styles draw the box's edge darker than its ground, where nothing can be darker.
-  painter->save();
-  painter->setRenderHint(QPainter::Antialiasing);
-  painter->setPen(secondaryLabelColor(option.palette));
-  painter->drawRoundedRect(QRectF(tick.rect).adjusted(0.5, 0.5, -0.5, -0.5), 2, 2);
-  painter->restore();
+  drawIndicatorEdge(*painter, tick.rect, option.palette);
 }
 
 void drawLine(QPainter* painter, const QRect& rectangle, const QString& text) {

@@ -170,7 +170,7 @@ void ViewController::buildConsole() {
 
 void ViewController::connectControls() {
   const MainWindowControls& c = controls_;
-  connect(c.selectAllButton, &QCheckBox::clicked, this, &ViewController::selectAllButtonClicked);
+  connect(c.selectAllButton, &CheckBox::clicked, this, &ViewController::selectAllButtonClicked);
   connect(c.archiveMetadataInfoButton, &InfoButton::clicked, this,
           &ViewController::archiveMetadataInfoButtonClicked);
   connect(c.searchField, &SearchField::searchRequested, this, &ViewController::searchFieldChanged);
