@@ -12,6 +12,7 @@
 #include "app/MainMenu.h"
 #include "app/MainWindow.h"
 #include "app/SQLiteContainer.h"
+#include "platform/Bundle.h"
 #include "ui/MessageBoxSheets.h"
 #include "ui/QtMainQueue.h"
 #include "ui/Strings.h"
@@ -26,6 +27,17 @@ namespace tolvane {
 namespace {
 
 constexpr const char* kBuildNumber = "1";
+
+// What the bundle says; a program that is no bundle knows its own version.
+VersionInfo versionInfo() {
+  const Bundle bundle = Bundle::mainBundle();
+  VersionInfo version{bundle.infoText("CFBundleShortVersionString"),
+                      bundle.infoText("CFBundleVersion")};
+  if (version.shortVersion.empty() && version.build.empty()) {
+    version = {TOLVANE_VERSION, kBuildNumber};
+  }
+  return version;
+}
 
 std::unique_ptr<PersistentContainer> makeStore() {
   const QString folder = QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
@@ -86,10 +98,8 @@ int runApplication(int argc, char** argv) {
   auto& mainQueue = *new QtMainQueue;
   MessageBoxSheets sheets;
   MessageBoxAlerts alerts;
-  AppDelegate delegate(alerts, {makeStore,
-                                [](const QUrl& url) { QDesktopServices::openUrl(url); },
-                                QApplication::windowIcon(),
-                                {TOLVANE_VERSION, kBuildNumber}});
+  AppDelegate delegate(alerts, {makeStore, [](const QUrl& url) { QDesktopServices::openUrl(url); },
+                                QApplication::windowIcon(), versionInfo()});
   MainWindow window(mainQueue, sheets);
   delegate.addWindow(&window);
   buildMainMenu(window, delegate, [&] { terminate(delegate, window); });

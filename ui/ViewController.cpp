@@ -34,6 +34,8 @@ void ViewController::viewDidLoad(const URLSessionFactory& sessionFactory) {
   fetcher_ = std::make_unique<RepositoryFetcher>(sessionFactory);
   queueManager_ = std::make_unique<DownloadQueueManager>(mainQueue_, sessionFactory);
   metadataArchiver_ = std::make_unique<RepositoryMetadataArchiver>(mainQueue_, sessionFactory);
+  centralArchiveClient_ = std::make_unique<CentralArchiveClient>(
+      std::string(centralArchiveBaseURL()), centralArchiveAPISecret(), sessionFactory);
   buildInterface();
   updateMinimumWindowSize();
 }

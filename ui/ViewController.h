@@ -11,6 +11,8 @@
 #include <string_view>
 #include <vector>
 
+#include "archive_client/CentralArchiveClient.h"
+#include "archive_client/CentralArchiveConfiguration.h"
 #include "download/DownloadQueueManager.h"
 #include "download/RepositoryMetadataArchiver.h"
 #include "model/PackageEntry.h"
@@ -51,6 +53,12 @@ class ViewController : public QWidget {
   const PackageKeys& selectedPackageKeys() const { return selectedPackageKeys_; }
   const ConsoleMessages& consoleMessages() const { return consoleMessages_; }
   const std::optional<URL>& currentRepositoryURL() const { return currentRepositoryURL_; }
+
+  const CentralArchiveClient& centralArchiveClient() const { return *centralArchiveClient_; }
+
+  // As the program's configuration has it now; "" where it has none.
+  static std::string centralArchiveAPISecret() { return tolvane::centralArchiveAPISecret(); }
+  static bool centralArchiveIsConfigured() { return !centralArchiveAPISecret().empty(); }
 
   // What keys and menus offer beside the controls.
   QAction* focusURLAction() const { return focusURLAction_; }        // Ctrl+L
@@ -148,6 +156,7 @@ class ViewController : public QWidget {
   std::unique_ptr<RepositoryFetcher> fetcher_;
   std::unique_ptr<DownloadQueueManager> queueManager_;
   std::unique_ptr<RepositoryMetadataArchiver> metadataArchiver_;
+  std::unique_ptr<CentralArchiveClient> centralArchiveClient_;
 
   PackageTableModel* tableModel_ = nullptr;
   QAction* focusURLAction_ = nullptr;
