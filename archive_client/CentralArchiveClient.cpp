@@ -8,9 +8,9 @@
 
 #include "archive_client/ArchiveAnswer.h"
 #include "archive_client/CentralArchiveErrors.h"
+#include "archive_client/CheckRequestBody.h"
 #include "model/CrawlerLogger.h"
 #include "platform/SystemLog.h"
-#include "platform/Text.h"
 #include "platform/URL.h"
 
 namespace tolvane {
@@ -29,61 +29,19 @@ bool canBeSent(std::string_view credential) {
   return credential.find_first_of(std::string_view("\r\n\0", 3)) == std::string_view::npos;
 }
 
-// The name under which the archive would keep the package. A record has no absent texts: an empty
-// one stands for them.
-std::string archivedFilenameOf(const PackageEntry& package) {
-  for (const std::string_view address : {package.downloadURL(), package.filename()}) {
-    const std::string_view name = lastPathComponent(address);
-    if (!name.empty()) return std::string(name);
-  }
-  const auto either = [](std::string_view text, std::string_view otherwise) {
-    return text.empty() ? otherwise : text;
-  };
-  return fmt::format("{}_{}", either(package.packageName(), "package"),
-                     either(package.version(), "unknown"));
-}
-
-ordered_json jsonOf(const PackageEntry& package) {
-  return {{"identifier", package.packageName()},
-          {"version", package.version()},
-          {"name", package.displayName()},
-          {"filename", archivedFilenameOf(package)},
-          {"size", package.size()},
-          {"original_url", originalURLOf(package)}};
-}
-
 // No value where a text is not UTF-8, or where there is no memory for it.
-template <typename MakeJSON>
-std::optional<std::string> encoded(const MakeJSON& makeJSON) {
+std::optional<std::string> tokenBody(std::string_view repositoryURL,
+                                     std::string_view repositoryType, std::size_t packageCount) {
   try {
-    return makeJSON().dump();
+    return ordered_json{{"repository_url", repositoryURL},
+                        {"repository_type", repositoryType},
+                        {"package_count", packageCount}}
+        .dump();
   } catch (const ordered_json::exception&) {
     return std::nullopt;
   } catch (const std::bad_alloc&) {
     return std::nullopt;
   }
-}
-
-std::optional<std::string> checkBody(std::string_view repositoryURL,
-                                     std::string_view repositoryType,
-                                     const std::vector<PackageEntry>& packages) {
-  return encoded([&] {
-    ordered_json list = ordered_json::array();
-    list.get_ref<ordered_json::array_t&>().reserve(packages.size());
-    for (const PackageEntry& package : packages) list.push_back(jsonOf(package));
-    ordered_json body{{"repository_url", repositoryURL}, {"repository_type", repositoryType}};
-    body["packages"] = std::move(list);
-    return body;
-  });
-}
-
-std::optional<std::string> tokenBody(std::string_view repositoryURL,
-                                     std::string_view repositoryType, std::size_t packageCount) {
-  return encoded([&] {
-    return ordered_json{{"repository_url", repositoryURL},
-                        {"repository_type", repositoryType},
-                        {"package_count", packageCount}};
-  });
 }
 
 // Logs what the completion gets.
@@ -240,7 +198,7 @@ void CentralArchiveClient::checkRepositoryURL(std::string_view repositoryURL,
                 archiveError(1001, "Invalid central archive API URL."));
   }
   std::optional<std::string> body =
-      checkBody(repositoryURL, repositoryType.value_or(kDefaultRepositoryType), packages);
+      checkRequestBody(repositoryURL, repositoryType.value_or(kDefaultRepositoryType), packages);
   if (!body) {
     return fail(completion, MissingPackages(),
                 encodingError("Could not encode central archive check request."));

@@ -21,7 +21,7 @@ namespace {
 constexpr int kMaximumRedirects = 20;
 constexpr long kReceiveBufferSize = 128 * 1024;
 constexpr long kSendBufferSize = 512 * 1024;
-constexpr int kLargestUnsent = 256 * 1024;
+constexpr int kLargestUnsent = 1024 * 1024;
 constexpr std::size_t kLongestRedirectBody = std::size_t{64} << 10;
 constexpr auto kLongestRedirect = std::chrono::seconds(1);  // from the end of its head
 constexpr std::size_t kLargestReservation = std::size_t{64} << 20;

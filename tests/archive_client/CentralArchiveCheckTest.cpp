@@ -126,6 +126,15 @@ TEST_F(CentralArchiveCheck, SendsSixTextsOfAPackage) {
                             "original_url": "debs/tool.deb"})"));
 }
 
+TEST_F(CentralArchiveCheck, SendsEveryCharacterAsWhatItIs) {
+  for (char c = 1; c > 0; ++c) {
+    const std::string text = std::string("a") + c + "b";
+    EXPECT_EQ(sentOf(package({{"Version", text}}))["version"], text) << static_cast<int>(c);
+  }
+  const std::string text = "\\u0041 \"quoted\" \U0001F600 \u2028" + std::string(1, '\0');
+  EXPECT_EQ(sentOf(package({{"Version", text}}))["version"], text);
+}
+
 TEST_F(CentralArchiveCheck, SendsEmptyTextsOfAnEmptyRecord) {
   EXPECT_EQ(sentOf(PackageEntry()), json::parse(R"({"identifier": "", "version": "", "name": "",
                             "filename": "package_unknown", "size": "", "original_url": ""})"));

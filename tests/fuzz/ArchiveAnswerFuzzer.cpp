@@ -24,7 +24,8 @@ void checkError(const std::optional<Error>& error) {
   if (error) require(isValidUTF8(error->description));
 }
 
-// Every answer ends in one call of each completion, and what is logged of it is text.
+// Every answer ends in one call of each completion, and what is logged of it is text. An upload
+// reads its answer with the same code, and would read a file for each input.
 void answerAll(const std::string& body) {
   CentralArchiveClient client("http://archive.example", "secret", [&body](const auto&) {
     return std::make_shared<InstantSession>(body);
@@ -41,13 +42,7 @@ void answerAll(const std::string& body) {
         require(!token || (!error && !token->empty() && isValidUTF8(*token)));
         checkError(error);
       });
-  client.uploadPackage(PackageEntry(), "", {}, "/proc/self/comm",
-                       [&calls](bool uploaded, const auto& error) {
-                         ++calls;
-                         require(!uploaded || !error);
-                         checkError(error);
-                       });
-  require(calls == 3);
+  require(calls == 2);
   require(isValidUTF8(previewOf(body, 10)));
 }
 

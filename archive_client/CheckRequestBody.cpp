@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: MIT
+#include "archive_client/CheckRequestBody.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+#include <initializer_list>
+#include <new>
+#include <nlohmann/json.hpp>
+#include <utility>
+
+#include "archive_client/CentralArchiveErrors.h"
+#include "platform/Text.h"
+
+namespace tolvane {
+
+namespace {
+
+using nlohmann::json;
+
+// The name under which the archive would keep the package. A record has no absent texts: an empty
+// one stands for them.
+std::string archivedFilenameOf(const PackageEntry& package) {
+  for (const std::string_view address : {package.downloadURL(), package.filename()}) {
+    const std::string_view name = lastPathComponent(address);
+    if (!name.empty()) return std::string(name);
+  }
+  const auto either = [](std::string_view text, std::string_view otherwise) {
+    return text.empty() ? otherwise : text;
+  };
+  return fmt::format("{}_{}", either(package.packageName(), "package"),
+                     either(package.version(), "unknown"));
+}
+
+// Whether the text stands in JSON as it is.
+bool isPlain(std::string_view text) {
+  return std::ranges::all_of(text,
+                             [](char c) { return c >= 0x20 && c < 0x7F && c != '"' && c != '\\'; });
+}
+
+// Hundreds of thousands of texts make a request, so only those that need it go through the library.
+void appendText(std::string_view text, std::string& body) {
+  if (isPlain(text)) {
+    body.append("\"").append(text).append("\"");
+  } else {
+    body.append(json(text).dump());
+  }
+}
+
+using Members = std::initializer_list<std::pair<std::string_view, std::string_view>>;
+
+void appendObject(Members members, std::string& body) {
+  char before = '{';
+  for (const auto& [name, value] : members) {
+    body += before;
+    appendText(name, body);
+    body += ':';
+    appendText(value, body);
+    before = ',';
+  }
+  body += '}';
+}
+
+void appendPackage(const PackageEntry& package, std::string& body) {
+  appendObject({{"identifier", package.packageName()},
+                {"version", package.version()},
+                {"name", package.displayName()},
+                {"filename", archivedFilenameOf(package)},
+                {"size", package.size()},
+                {"original_url", originalURLOf(package)}},
+               body);
+}
+
+}  // namespace
+
+std::optional<std::string> checkRequestBody(std::string_view repositoryURL,
+                                            std::string_view repositoryType,
+                                            const std::vector<PackageEntry>& packages) {
+  try {
+    std::string body;
+    appendObject({{"repository_url", repositoryURL}, {"repository_type", repositoryType}}, body);
+    body.back() = ',';  // the object goes on
+    body += R"("packages":[)";
+    for (const PackageEntry& package : packages) {
+      if (body.back() == '}') body += ',';
+      appendPackage(package, body);
+    }
+    body += "]}";
+    return body;
+  } catch (const json::exception&) {
+    return std::nullopt;
+  } catch (const std::bad_alloc&) {
+    return std::nullopt;
+  }
+}
+
+}  // namespace tolvane
