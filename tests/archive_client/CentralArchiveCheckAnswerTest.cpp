@@ -101,7 +101,7 @@ TEST_F(CentralArchiveCheckAnswer, ATransportErrorCountsWhateverElseCame) {
   const CheckReply reply =
       checkAnswered({200, R"({"ok":true})", Error{"NSURLErrorDomain", -1005, "lost"}});
   EXPECT_EQ(reply.error->code, -1005);
-  EXPECT_EQ(answerLines().at(1), "[CentralArchive] Response bytes: 11");
+  EXPECT_EQ(answerLines().at(0), "[CentralArchive] HTTP status: 200");
 }
 
 TEST_F(CentralArchiveCheckAnswer, AnErrorWithoutADescriptionIsUnknown) {

@@ -10,6 +10,7 @@ namespace {
 using nlohmann::json;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::StartsWith;
 
 // What the check request says of packages, and that it is sent at all.
 class CentralArchiveCheck : public ArchiveFixture {
@@ -195,24 +196,24 @@ TEST_F(CentralArchiveCheck, TellsEachStepOfASuccess) {
 TEST_F(CentralArchiveCheck, TellsOfBothLogsInThisOrder) {
   session_.answerNext({200, "?"});
   check(client_);
-  std::vector<std::string> begins;
-  for (const std::string& line : log_.allLines())
-    begins.push_back(line.substr(0, line.find_last_of(":.(") + 1));
   EXPECT_THAT(
-      begins,
+      log_.allLines(),
       ElementsAre(
-          "[CentralArchive] Check endpoint: https:", "[CentralArchive] Repository URL: https:",
-          "[CentralArchive] Repository type:", "[CentralArchive] Package count:",
-          "[CrawlerLogger][info] Checking central archive: 0 package(",
-          "[CentralArchive] JSON body size:",
-          "[CrawlerLogger][info] Central archive check request prepared (",
-          "[CentralArchive] HTTP status:",
-          "[CrawlerLogger][info] Central archive check HTTP status:",
-          "[CentralArchive] Response bytes:",
-          testing::StartsWith("[CentralArchive] JSON parse error: Error Domain"),
-          testing::StartsWith("[CrawlerLogger][error] Central archive JSON parse error:"),
-          "[CentralArchive] Response preview:",
-          "[CrawlerLogger][error] Central archive response was not a JSON dictionary."));
+          StartsWith("[CentralArchive] Check endpoint:"),
+          StartsWith("[CentralArchive] Repository URL:"),
+          StartsWith("[CentralArchive] Repository type:"),
+          StartsWith("[CentralArchive] Package count:"),
+          StartsWith("[CrawlerLogger][info] Checking central archive:"),
+          StartsWith("[CentralArchive] JSON body size:"),
+          StartsWith("[CrawlerLogger][info] Central archive check request prepared"),
+          StartsWith("[CentralArchive] HTTP status:"),
+          StartsWith("[CrawlerLogger][info] Central archive check HTTP status:"),
+          StartsWith("[CentralArchive] Response bytes:"),
+          StartsWith("[CentralArchive] JSON parse error:"),
+          StartsWith("[CrawlerLogger][error] Central archive JSON parse error:"),
+          StartsWith("[CentralArchive] Response preview:"),
+          StartsWith(
+              "[CrawlerLogger][error] Central archive response was not a JSON dictionary.")));
 }
 
 TEST_F(CentralArchiveCheck, TellsAnAbsentTypeAsAnEmptyOne) {
