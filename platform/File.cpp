@@ -2,6 +2,7 @@
 #include "platform/File.h"
 
 #include <cerrno>
+#include <cstdint>
 #include <exception>
 #include <filesystem>
 #include <memory>
@@ -16,14 +17,15 @@ namespace {
 
 constexpr std::size_t kReadPart = std::size_t{256} << 10;
 
-// Memory that is about to be filled comes a page at a time, which takes longer than filling it.
+// Memory that is about to be filled comes a small page at a time, which takes longer than filling
+// it.
 void useLargePages(const std::string& buffer) {
 #ifdef MADV_HUGEPAGE
-  constexpr std::uintptr_t kPage = 4096;
-  const auto begin =
-      (reinterpret_cast<std::uintptr_t>(buffer.data() + buffer.size()) + kPage - 1) & ~(kPage - 1);
-  const auto end =
-      reinterpret_cast<std::uintptr_t>(buffer.data() + buffer.capacity()) & ~(kPage - 1);
+  constexpr std::uintptr_t kLargePage = std::uintptr_t{2} << 20;
+  const auto from = reinterpret_cast<std::uintptr_t>(buffer.data() + buffer.size());
+  const auto to = reinterpret_cast<std::uintptr_t>(buffer.data() + buffer.capacity());
+  const std::uintptr_t begin = (from + kLargePage - 1) & ~(kLargePage - 1);
+  const std::uintptr_t end = to & ~(kLargePage - 1);
   if (end > begin) ::madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
 #endif
 }
