@@ -86,6 +86,7 @@ void ViewController::buildInterface() {
 void ViewController::buildToolbar() {
   MainWindowControls& c = controls_;
   make(c.repoURLField, "repoURLField", this);
+  c.repoURLField->setTextMargins(4, 0, 4, 0);
   c.repoURLField->setPlaceholderText(QStringLiteral("https://packages.example/repo/"));
   make(c.repositoryTypePopup, "repositoryTypePopup", this);
   for (const std::string_view choice :
