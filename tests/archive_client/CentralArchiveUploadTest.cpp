@@ -131,7 +131,7 @@ TEST_F(CentralArchiveUpload, SendsAPTForNoTypeAndTheIdentifierForNoName) {
   package_ = PackageEntry(PackageEntry::Dictionary{{"Package", "tool"}});
   session_.answerNext({200, R"({"ok":true})"});
   upload(client_, file(), std::nullopt);
-  const std::string& body = session_.requests().at(0).body.value();
+  const std::string body = session_.requests().at(0).body.value();
   EXPECT_NE(body.find("name=\"repository_type\"\r\n\r\nAPT\r\n"), std::string::npos);
   EXPECT_NE(body.find("name=\"name\"\r\n\r\ntool\r\n"), std::string::npos);
   EXPECT_NE(body.find("name=\"version\"\r\n\r\n\r\n"), std::string::npos);
