@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <QApplication>
 #include <QScrollBar>
+#include <algorithm>
 #include <benchmark/benchmark.h>
 #include <fmt/format.h>
 #include <fstream>
@@ -42,11 +43,8 @@ struct Window {
     paint();
   }
 
-  // Delivers what is pending and waits for the picture.
-  void paint() {
-    QApplication::processEvents();
-    controller.repaint();
-  }
+  // Delivers what is pending, the painting of what has changed among it.
+  void paint() { QApplication::processEvents(); }
 
   RunLoop queue;
   NoSheets sheets;
