@@ -94,8 +94,9 @@ int runApplication(int argc, char** argv) {
   QApplication::setWindowIcon(applicationIcon());
   QApplication::setQuitOnLastWindowClosed(false);
 
-  // Never destroyed: background threads may post to it while the process exits.
-  auto& mainQueue = *new QtMainQueue;
+  // Never destroyed: background threads may post to it while the process exits. Static, so that a
+  // search for leaks still finds it then.
+  static QtMainQueue& mainQueue = *new QtMainQueue;
   MessageBoxSheets sheets;
   MessageBoxAlerts alerts;
   AppDelegate delegate(alerts, {makeStore, [](const QUrl& url) { QDesktopServices::openUrl(url); },
