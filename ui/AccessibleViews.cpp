@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ui/AccessibleViews.h"
 
+#include <QAbstractItemView>
 #include <QAccessibleWidget>
 
 #include "ui/LongTextView.h"

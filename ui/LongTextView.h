@@ -64,13 +64,13 @@ class LongTextView : public QAbstractScrollArea {
   struct Place {
     std::size_t line = 0;
     int offset = 0;
-    auto operator<=>(const Place&) const = default;
+    auto operator<=>(const Place&) const = default;  // NOLINT(modernize-use-nullptr): a false alarm
   };
   // A place in the picture: a line, and how many pixels of it are above.
   struct Top {
     std::size_t line = 0;
     int hidden = 0;
-    auto operator<=>(const Top&) const = default;
+    auto operator<=>(const Top&) const = default;  // NOLINT(modernize-use-nullptr): a false alarm
   };
 
   int viewHeight() const;
