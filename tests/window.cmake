@@ -39,7 +39,7 @@ add_test(NAME app.accessibility
          COMMAND ${with_display} ${CMAKE_CURRENT_SOURCE_DIR}/app/use_window.py
                  $<TARGET_FILE:tolvane_sample_window>)
 set_tests_properties(app.program app.accessibility
-                     PROPERTIES TIMEOUT 120 SKIP_RETURN_CODE 77
+                     PROPERTIES TIMEOUT 120 SKIP_RETURN_CODE 77 RESOURCE_LOCK display
                                 ENVIRONMENT PYTHONDONTWRITEBYTECODE=1)
 
 # The whole layout again where a point is more than a pixel.
