@@ -37,7 +37,7 @@ constexpr std::array<Column, 6> kColumns{{
 // One long text must not push the whole table apart: it runs over its column instead.
 constexpr std::size_t kWidestColumn = 48;
 
-using Row = std::array<std::string, kColumns.size()>;
+using Row = std::array<std::string_view, kColumns.size()>;
 using Widths = std::array<std::size_t, kColumns.size()>;
 
 Row titles() {
@@ -50,7 +50,7 @@ Row titles() {
 Row rowOf(const PackageEntry& package) {
   Row row;
   std::transform(kColumns.begin(), kColumns.end(), row.begin(),
-                 [&](const Column& column) { return printable(package.text(column.field)); });
+                 [&](const Column& column) { return package.text(column.field); });
   return row;
 }
 
@@ -60,23 +60,26 @@ void widen(Widths& widths, const Row& row) {
   }
 }
 
-void printRow(const Row& row, const Widths& widths, std::ostream& output) {
-  std::string line;
+void printRow(const Row& row, const Widths& widths, std::string& line, std::ostream& output) {
+  line.clear();
   for (std::size_t i = 0; i + 1 < row.size(); ++i) {
     const std::size_t width = displayWidth(row[i]);
-    line += row[i];
+    appendPrintable(line, row[i]);
     line.append(widths[i] > width ? widths[i] - width : 0, ' ');
     line += "  ";
   }
-  output << line << row.back() << '\n';
+  appendPrintable(line, row.back());
+  line += '\n';
+  output.write(line.data(), static_cast<std::streamsize>(line.size()));
 }
 
 void printTable(const PackageList& packages, std::ostream& output) {
   Widths widths{};
   widen(widths, titles());
   for (const PackageEntry& package : packages) widen(widths, rowOf(package));
-  printRow(titles(), widths, output);
-  for (const PackageEntry& package : packages) printRow(rowOf(package), widths, output);
+  std::string line;
+  printRow(titles(), widths, line, output);
+  for (const PackageEntry& package : packages) printRow(rowOf(package), widths, line, output);
 }
 
 // Object by object: a list of many packages is never one value, or one text, in memory.

@@ -11,10 +11,12 @@ namespace {
 
 constexpr std::string_view kReplacement = "\uFFFD";
 
-// Nearly every text there is: nothing in it needs a closer look.
+// Nearly every text there is: nothing in it needs a closer look. Looks at every byte, since a loop
+// without a way out is done many bytes at a time.
 bool isPrintableASCII(std::string_view text) {
-  return std::all_of(text.begin(), text.end(),
-                     [](char byte) { return byte >= ' ' && byte <= '~'; });
+  unsigned others = 0;
+  for (const char byte : text) others += static_cast<unsigned char>(byte - ' ') > '~' - ' ' ? 1 : 0;
+  return others == 0;
 }
 
 // Reads the character at `position` and steps over it; negative where the bytes are not UTF-8.
@@ -25,7 +27,7 @@ UChar32 nextCharacter(std::string_view text, std::size_t& position) {
 }
 
 std::size_t cells(UChar32 character) {
-  if (character < 0x80) return 1;
+  if (character < 0x80) return 1;  // negative ones, which are replaced, included
   const int category = u_charType(character);
   if (category == U_NON_SPACING_MARK || category == U_ENCLOSING_MARK || category == U_FORMAT_CHAR) {
     return 0;
@@ -36,22 +38,28 @@ std::size_t cells(UChar32 character) {
 
 }  // namespace
 
-std::string printable(std::string_view text) {
-  if (isPrintableASCII(text)) return std::string(text);
-  std::string result;
-  result.reserve(text.size());
+void appendPrintable(std::string& line, std::string_view text) {
+  if (isPrintableASCII(text)) {
+    line += text;
+    return;
+  }
   for (std::size_t position = 0; position < text.size();) {
     const std::size_t start = position;
     const UChar32 character = nextCharacter(text, position);
     if (character == '\t') {
-      result += ' ';
+      line += ' ';
     } else if (character < 0 || u_charType(character) == U_CONTROL_CHAR) {
-      result += kReplacement;
+      line += kReplacement;
     } else {
-      result += text.substr(start, position - start);
+      line += text.substr(start, position - start);
     }
   }
-  return result;
+}
+
+std::string printable(std::string_view text) {
+  std::string line;
+  appendPrintable(line, text);
+  return line;
 }
 
 std::size_t displayWidth(std::string_view text) {

@@ -62,12 +62,14 @@ std::string_view trim(std::string_view text, Predicate predicate) {
   return text;
 }
 
-bool startsWithEightASCIIBytes(std::string_view bytes) {
-  constexpr std::uint64_t kHighBits = 0x8080808080808080;
-  std::uint64_t word = 0;
-  if (bytes.size() < sizeof word) return false;
-  std::memcpy(&word, bytes.data(), sizeof word);
-  return (word & kHighBits) == 0;
+// Blocks short enough for what is counted in one to fit a byte, which lets the compiler work on
+// them in vectors.
+constexpr std::size_t kBlock = 64;
+
+bool isASCIIBlock(const char* block) {
+  unsigned char bits = 0;
+  for (std::size_t i = 0; i < kBlock; ++i) bits |= static_cast<unsigned char>(block[i]);
+  return bits < 0x80;
 }
 
 // Length of the well-formed character that the bytes begin with, 0 where there is none. The second
@@ -88,13 +90,10 @@ std::size_t wellFormedCharacterLength(std::string_view bytes) {
   return length;
 }
 
-// UTF-16 code units of a block short enough for its sum to fit a byte, which lets the compiler
-// count in vectors. Every character is one unit, and one more from U+10000 (lead byte 0xF0) up.
-constexpr std::size_t kCountedBlock = 64;
-
+// Every character is one UTF-16 code unit, and one more from U+10000 (lead byte 0xF0) up.
 std::size_t utf16LengthOfBlock(const char* block) {
   std::uint8_t units = 0;
-  for (std::size_t i = 0; i < kCountedBlock; ++i) {
+  for (std::size_t i = 0; i < kBlock; ++i) {
     const auto byte = static_cast<std::uint8_t>(block[i]);
     units = static_cast<std::uint8_t>(units + ((byte & 0xC0) != 0x80) + (byte >= 0xF0));
   }
@@ -122,13 +121,16 @@ std::string_view trimWhitespaceAndNewlines(std::string_view text) {
 
 bool isValidUTF8(std::string_view bytes) {
   while (!bytes.empty()) {
-    if (startsWithEightASCIIBytes(bytes)) {
-      bytes.remove_prefix(8);
+    if (bytes.size() >= kBlock && isASCIIBlock(bytes.data())) {
+      bytes.remove_prefix(kBlock);
       continue;
     }
-    const std::size_t length = wellFormedCharacterLength(bytes);
-    if (length == 0) return false;
-    bytes.remove_prefix(length);
+    const std::size_t rest = bytes.size() - std::min(bytes.size(), kBlock);
+    while (bytes.size() > rest) {
+      const std::size_t length = wellFormedCharacterLength(bytes);
+      if (length == 0) return false;
+      bytes.remove_prefix(length);
+    }
   }
   return true;
 }
@@ -152,9 +154,9 @@ std::string textFromLatin1(std::string_view bytes) {
 
 std::size_t utf16Length(std::string_view text) {
   std::size_t units = 0;
-  while (text.size() >= kCountedBlock) {
+  while (text.size() >= kBlock) {
     units += utf16LengthOfBlock(text.data());
-    text.remove_prefix(kCountedBlock);
+    text.remove_prefix(kBlock);
   }
   for (const char c : text)
     units += !isContinuationByte(c) + (static_cast<std::uint8_t>(c) >= 0xF0);

@@ -104,6 +104,15 @@ class Decoder {
   bool isOpen_;
 };
 
+// How much is still to come if the rest of the input unpacks as the beginning did, and a little
+// more. By the input's size alone, a small input that unpacks to much would be copied for ever; and
+// by what a stranger makes of the beginning, memory would be taken that nothing ever fills.
+std::size_t expectedGrowth(std::size_t produced, std::size_t inputSize, std::size_t left) {
+  const double ratio = static_cast<double>(produced) / static_cast<double>(inputSize - left + 1);
+  const auto expected = static_cast<std::size_t>(ratio * static_cast<double>(left) * 1.1);
+  return std::clamp(expected, produced / 2, 3 * produced);
+}
+
 template <typename Library>
 std::optional<std::string> unpackInMemory(std::string_view bytes, std::size_t maximumSize) {
   if (bytes.empty()) return std::nullopt;
@@ -115,8 +124,8 @@ std::optional<std::string> unpackInMemory(std::string_view bytes, std::size_t ma
   std::size_t produced = 0;
   while (true) {
     if (produced == buffer.size()) {
-      // By the input's size alone, a small input that unpacks to much would be copied for ever.
-      const std::size_t growth = std::max(bytes.size() / Library::kGrowthDivisor, produced / 2);
+      const std::size_t growth = std::max(bytes.size() / Library::kGrowthDivisor,
+                                          expectedGrowth(produced, bytes.size(), input.size()));
       buffer.resize(std::min(produced + growth, largestBuffer));
     }
     const Step step = decoder.step(input, buffer.data() + produced, buffer.size() - produced);

@@ -82,7 +82,13 @@ TEST(Text, TrimmingNeverCutsACharacterInTwo) {
 
 TEST(Text, WellFormedUTF8IsValidUpToTheLastCodePoint) {
   EXPECT_TRUE(isValidUTF8(""));
-  EXPECT_TRUE(isValidUTF8("plain ASCII, more than eight bytes of it"));
+  EXPECT_TRUE(isValidUTF8("plain ASCII"));
+  // At every place of a long text, which is not looked at byte by byte.
+  for (std::size_t i = 0; i < 200; ++i) {
+    std::string text(200, 'a');
+    EXPECT_TRUE(isValidUTF8(text.replace(i, 1, "\u00E9\u6F22")));
+    EXPECT_FALSE(isValidUTF8(text.replace(i, 1, "\xFF")));
+  }
   EXPECT_TRUE(isValidUTF8("\0\x7F"sv));
   EXPECT_TRUE(isValidUTF8("\u0080\u07FF\u0800\uD7FF\uE000\uFFFF\U00010000\U0010FFFF"));
   EXPECT_TRUE(isValidUTF8("1234567\u00E412345678\u20AC123456789\U0001F600"));
