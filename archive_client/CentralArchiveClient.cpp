@@ -24,11 +24,6 @@ using std::chrono::seconds;
 constexpr std::size_t kLongestAnswer = std::size_t{128} << 20;
 constexpr std::size_t kLongestPreview = 1000;
 
-// A header field ends at a line break, and libcurl's texts at a NUL.
-bool canBeSent(std::string_view credential) {
-  return credential.find_first_of(std::string_view("\r\n\0", 3)) == std::string_view::npos;
-}
-
 // No value where a text is not UTF-8, or where there is no memory for it.
 std::optional<std::string> tokenBody(std::string_view repositoryURL,
                                      std::string_view repositoryType, std::size_t packageCount) {
@@ -258,10 +253,10 @@ void CentralArchiveClient::send(URLRequest request, seconds requestTimeout, seco
 
 std::optional<std::pair<std::string, std::string>> CentralArchiveClient::uploadCredential() const {
   std::string token = uploadToken();
-  if (!token.empty() && canBeSent(token)) return std::pair("X-Upload-Token", std::move(token));
-  if (!apiSecret_.empty() && canBeSent(apiSecret_))
-    return std::pair("X-Archive-Secret", apiSecret_);
-  return std::nullopt;
+  auto credential = token.empty() ? std::pair("X-Archive-Secret", apiSecret_)
+                                  : std::pair("X-Upload-Token", std::move(token));
+  if (credential.second.empty() || !canBeSent(credential.second)) return std::nullopt;
+  return credential;
 }
 
 }  // namespace tolvane

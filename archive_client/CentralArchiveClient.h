@@ -56,11 +56,12 @@ class CentralArchiveClient {
   const std::string& apiBaseURL() const { return apiBaseURL_; }
   void setApiBaseURL(std::string url) { apiBaseURL_ = std::move(url); }
 
-  // A secret, or token, with a line break or NUL in it counts as none.
+  // A secret with a line break or NUL in it counts as an empty one: no header field can carry it.
   const std::string& apiSecret() const { return apiSecret_; }
   void setApiSecret(std::string secret) { apiSecret_ = std::move(secret); }
 
-  // The token that was received last; "" until then. A request that fails leaves it as it is.
+  // The token that was received last; "" until then. A request that fails leaves it as it is. Under
+  // one with a line break or NUL in it nothing is uploaded.
   std::string uploadToken() const;
   void setUploadToken(std::string token);
 
@@ -81,8 +82,9 @@ class CentralArchiveClient {
                                           std::size_t packageCount, TokenCompletion completion);
 
   // Sends a file from the disk with what the record says of it, under the token or, where there is
-  // none, the secret. The whole file is in memory meanwhile. Errors 2000 to 2004; what becomes of
-  // it is not told on the log bus.
+  // none, the secret; it is not configured where the one or the other cannot be sent. The whole
+  // file is in memory meanwhile. Errors 2000 to 2004; what becomes of it is not told on the log
+  // bus.
   void uploadPackage(const PackageEntry& package, std::string_view repositoryURL,
                      std::optional<std::string_view> repositoryType,
                      const std::string& localFilePath, UploadCompletion completion) const;

@@ -77,6 +77,11 @@ class ArchiveFixture : public testing::Test {
     return folder_.write("tool_1.2.deb", bytes);
   }
 
+  // Credentials that would end their header field, or the text that it is made of.
+  static std::vector<std::string> unsendable() {
+    return {"a\r\nX-B: 1", "a\n", "\rb", std::string("a\0b", 3)};
+  }
+
   static Error archiveError(int code, std::string description) {
     return {"CentralArchiveClient", code, std::move(description)};
   }

@@ -74,9 +74,8 @@ TEST_F(CentralArchiveCheck, SendsAnEmptySecretAsAnEmptyField) {
             (std::pair<std::string, std::string>("X-Archive-Secret", "")));
 }
 
-TEST_F(CentralArchiveCheck, TakesASecretWithALineBreakOrNULForNone) {
-  for (const std::string& secret : {std::string("a\r\nX-B: 1"), std::string("a\n"),
-                                    std::string("a\rb"), std::string("a\0b", 3)}) {
+TEST_F(CentralArchiveCheck, SendsASecretThatNoFieldCanCarryAsAnEmptyOne) {
+  for (const std::string& secret : unsendable()) {
     client_.setApiSecret(secret);
     sent({});
     EXPECT_EQ(session_.requests().back().headers.at(1).second, "");

@@ -69,6 +69,10 @@ class CentralArchiveUpload : public ArchiveFixture {
     return "[CentralArchive] Upload response bytes: " + std::to_string(count);
   }
 
+  static Error notConfigured() {
+    return archiveError(2000, "Central archive upload is not configured.");
+  }
+
   static Error unreadable() {
     return archiveError(2002, "Could not read local package file for upload.");
   }
@@ -176,12 +180,27 @@ TEST_F(CentralArchiveUpload, CarriesTheTokenThatWasAskedFor) {
   EXPECT_THAT(credentials(), ElementsAre("X-Upload-Token: " + std::string(kToken)));
 }
 
-TEST_F(CentralArchiveUpload, TakesACredentialWithALineBreakForNone) {
-  client_.setUploadToken("a\r\nX-B: 1");
-  answered(R"({"ok":true})");
-  EXPECT_THAT(credentials(), ElementsAre("X-Archive-Secret: " + std::string(kSecret)));
+TEST_F(CentralArchiveUpload, UnderATokenThatNoFieldCanCarryIsNotConfigured) {
+  for (const std::string& token : unsendable()) {
+    client_.setUploadToken(token);
+    expectNothingSent(upload(client_, folder_.path("no such file")), notConfigured());
+    EXPECT_EQ(log_.messages().back(), "warning: Central archive upload is not configured.");
+  }
+  EXPECT_EQ(log_.messages().size(), unsendable().size());
+}
+
+TEST_F(CentralArchiveUpload, UnderASecretThatNoFieldCanCarryIsNotConfigured) {
+  for (const std::string& secret : unsendable()) {
+    client_.setApiSecret(secret);
+    expectNothingSent(upload(client_, folder_.path("no such file")), notConfigured());
+  }
+}
+
+TEST_F(CentralArchiveUpload, UnderATokenNeedsNoSecretThatCanBeSent) {
   client_.setApiSecret("a\nb");
-  EXPECT_EQ(upload(client_, file()).error->code, 2000);
+  client_.setUploadToken(kToken);
+  EXPECT_TRUE(answered(R"({"ok":true})").value);
+  EXPECT_THAT(credentials(), ElementsAre("X-Upload-Token: " + std::string(kToken)));
 }
 
 TEST_F(CentralArchiveUpload, WaitsTwoMinutesForBytesAndTenForTheWhole) {
@@ -211,8 +230,7 @@ TEST_F(CentralArchiveUpload, NamesAreWrittenAsTheyAre) {
 
 TEST_F(CentralArchiveUpload, WithoutTokenAndSecretFailsBeforeTheFileIsRead) {
   client_.setApiSecret("");
-  expectNothingSent(upload(client_, folder_.path("no such file")),
-                    archiveError(2000, "Central archive upload is not configured."));
+  expectNothingSent(upload(client_, folder_.path("no such file")), notConfigured());
   EXPECT_THAT(log_.messages(), ElementsAre("warning: Central archive upload is not configured."));
 }
 
