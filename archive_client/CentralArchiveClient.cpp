@@ -114,10 +114,10 @@ TokenResult readTokenAnswer(std::string_view body) {
     CrawlerLogger::logError("Upload token API error: " + message);
     return {std::nullopt, archiveError(3004, std::move(message))};
   }
-  nlohmann::json* token = answer.find("upload_token");
-  if (token && token->is_string() && !token->get_ref<const std::string&>().empty()) {
-    return {std::move(token->get_ref<std::string&>()), std::nullopt};
-  }
+  nlohmann::json* member = answer.find("upload_token");
+  auto* token = member ? member->get_ptr<std::string*>() : nullptr;
+  // Uploads could not carry one with a line break in it, and would fail one after another.
+  if (token && !token->empty() && canBeSent(*token)) return {std::move(*token), std::nullopt};
   Error error = archiveError(3005, "Upload token response did not contain a token.");
   CrawlerLogger::logError(error.description);
   return {std::nullopt, std::move(error)};

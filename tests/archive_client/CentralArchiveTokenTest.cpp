@@ -193,6 +193,17 @@ TEST_F(CentralArchiveToken, AnEmptyTextIsNone) {
   expectNoToken(R"({"ok":true,"upload_token":""})");
 }
 
+TEST_F(CentralArchiveToken, ATextThatNoFieldCanCarryIsNone) {
+  for (const std::string& token : unsendable()) {
+    const LogRecorder log;
+    const TokenReply reply = answered(nlohmann::json{{"ok", true}, {"upload_token", token}}.dump());
+    EXPECT_EQ(reply.value, std::nullopt);
+    EXPECT_EQ(reply.error, archiveError(3005, "Upload token response did not contain a token."));
+    EXPECT_EQ(log.messages().back(), "error: Upload token response did not contain a token.");
+    EXPECT_EQ(client_.uploadToken(), "");
+  }
+}
+
 TEST_F(CentralArchiveToken, NothingIsNone) {
   expectNoToken(R"({"ok":true})");
 }
