@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "archive_client/CentralArchiveConfiguration.h"
 
+#include "archive_client/CentralArchiveErrors.h"
+
 namespace tolvane {
 
 std::string_view centralArchiveBaseURL() {
@@ -9,7 +11,8 @@ std::string_view centralArchiveBaseURL() {
 
 std::string centralArchiveAPISecret(const Bundle& bundle, const UserDefaults& defaults) {
   std::string secret = bundle.infoText(kCentralArchiveAPISecretKey);
-  return secret.empty() ? defaults.stringForKey(kCentralArchiveAPISecretKey) : secret;
+  if (secret.empty()) secret = defaults.stringForKey(kCentralArchiveAPISecretKey);
+  return canBeSent(secret) ? secret : "";
 }
 
 }  // namespace tolvane

@@ -16,7 +16,8 @@ inline constexpr std::string_view kCentralArchiveAPISecretKey = "CentralArchiveA
 // https, without a trailing slash.
 std::string_view centralArchiveBaseURL();
 
-// The secret for the archive: the bundle's where it has one, else the user's, else "".
+// The secret for the archive: the bundle's where it has one, else the user's, else "". One with a
+// line break or NUL in it, which no header field can carry, is refused: "" as well.
 std::string centralArchiveAPISecret(
     const Bundle& bundle = Bundle::mainBundle(),
     const UserDefaults& defaults = UserDefaults::standardUserDefaults());

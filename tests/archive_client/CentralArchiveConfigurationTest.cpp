@@ -41,6 +41,16 @@ TEST_F(CentralArchiveConfiguration, TheSecretOfTheUserComesNext) {
   EXPECT_EQ(secret(), "from the user") << "an empty one is none";
 }
 
+TEST_F(CentralArchiveConfiguration, ASecretWithALineBreakIsRefused) {
+  for (const char* text : {"a&#13;&#10;X-B: 1", "a\n", "\nb", "a&#13;b"}) {
+    userSays("<string>" + std::string(text) + "</string>");
+    EXPECT_EQ(secret(), "") << text;
+  }
+  userSays("<string>from the user</string>");
+  bundleSays("<string>a\n</string>");
+  EXPECT_EQ(secret(), "") << "nor does another one stand in for it";
+}
+
 TEST_F(CentralArchiveConfiguration, ThereIsNoSecretOfItsOwn) {
   EXPECT_EQ(secret(), "");
   userSays("<string></string>");
