@@ -41,7 +41,8 @@ struct URLSessionConfiguration {
 // breaks it is lost.
 struct URLRequest {
   std::optional<URL> url;
-  // An empty value is sent as one. A field with a line break or a NUL in it is never sent: the
+  // An empty value is sent as one, and so is a value of blanks alone: a server takes the blanks
+  // around a value for no part of it (RFC 9110, section 5.5). A field with a line break or a NUL in it is never sent: the
   // request fails with kURLErrorUnknown.
   std::vector<std::pair<std::string, std::string>> headers;
   std::optional<std::string> body = {};  // sent from here, without a copy

@@ -86,6 +86,31 @@ TEST_F(CentralArchiveWire, ACheckWithoutASecretHasItsEmptyField) {
   EXPECT_NE(received().sent.head.find("\r\nX-Archive-Secret:\r\n"), std::string::npos);
 }
 
+TEST_F(CentralArchiveWire, ASecretOfBlanksIsAnEmptyField) {
+  for (const char* blanks : {" ", "\t \t"}) {
+    wired_.setApiSecret(blanks);
+    check(wired_);
+    EXPECT_NE(server_.requests().back().sent.head.find("\r\nX-Archive-Secret:\r\n"),
+              std::string::npos);
+    EXPECT_TRUE(upload(wired_, file()).value) << "it is one";
+    EXPECT_NE(server_.requests().back().sent.head.find("\r\nX-Archive-Secret:\r\n"),
+              std::string::npos);
+  }
+}
+
+TEST_F(CentralArchiveWire, ATokenOfBlanksIsAnEmptyField) {
+  wired_.setUploadToken(" ");
+  EXPECT_TRUE(upload(wired_, file()).value);
+  EXPECT_NE(received().sent.head.find("\r\nX-Upload-Token:\r\n"), std::string::npos);
+  EXPECT_FALSE(received().sent.hasHeader("X-Archive-Secret"));
+}
+
+TEST_F(CentralArchiveWire, BlanksAroundASecretAreSent) {
+  wired_.setApiSecret(" a b ");
+  check(wired_);
+  EXPECT_NE(received().sent.head.find("\r\nX-Archive-Secret:  a b \r\n"), std::string::npos);
+}
+
 TEST_F(CentralArchiveWire, ATokenRequestIsTheseBytes) {
   EXPECT_EQ(requestToken(wired_, 7).value, "a-token");
   const ArchiveRequest request = received();
