@@ -49,8 +49,6 @@ class CentralArchiveClient {
 
   CentralArchiveClient(const CentralArchiveClient&) = delete;  // the token is one client's
   CentralArchiveClient& operator=(const CentralArchiveClient&) = delete;
-  CentralArchiveClient(CentralArchiveClient&&) = default;
-  CentralArchiveClient& operator=(CentralArchiveClient&&) = default;
 
   // The properties are not guarded, but for the token, which the background thread sets.
   const std::string& apiBaseURL() const { return apiBaseURL_; }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <nlohmann/json.hpp>
+#include <type_traits>
 
 #include "tests/archive_client/ArchiveFixture.h"
 
@@ -56,6 +57,11 @@ TEST(CentralArchiveProperties, AreWhatTheyWereGiven) {
   client.setUploadToken("token");
   EXPECT_EQ(client.apiSecret(), "another");
   EXPECT_EQ(client.uploadToken(), "token");
+}
+
+TEST(CentralArchiveProperties, AreOneClientsForGood) {
+  EXPECT_FALSE(std::is_move_constructible_v<CentralArchiveClient>);
+  EXPECT_FALSE(std::is_move_assignable_v<CentralArchiveClient>);
 }
 
 TEST_F(CentralArchiveCheck, IsAPostOfJSONUnderTheSecret) {

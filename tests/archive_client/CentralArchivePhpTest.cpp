@@ -40,13 +40,14 @@ class CentralArchivePhp : public ArchiveFixture {
       const int port = freePort();
       const std::string address = "127.0.0.1:" + std::to_string(port);
       php_.start({kPhp, "-n", "-S", address, page}, folder_.path(), log, {port});
-      client_ = CentralArchiveClient("http://" + address, kSecret);
+      phpClient_.setApiBaseURL("http://" + address);
     }
     ASSERT_TRUE(php_.isRunning()) << folder_.read("php.log");
   }
 
   json kept(const std::string& page) const { return json::parse(folder_.read(page + ".json")); }
 
+  CentralArchiveClient phpClient_{"", kSecret};
   ServerProcess php_;
 };
 
@@ -58,7 +59,7 @@ TEST_F(CentralArchivePhp, FindsTheFormAndTheFileInAnUpload) {
   package_.setVersion("1:2~a");
   package_.setSize("1000000");
   package_.setDownloadURL("https://repo.example/debs/tool.deb?a=b&c=d");
-  const UploadReply reply = upload(client_, file(bytes), "Installer3");
+  const UploadReply reply = upload(phpClient_, file(bytes), "Installer3");
   EXPECT_TRUE(reply.value) << describe(reply.error);
   const json sent = kept("upload_package.php");
   EXPECT_EQ(sent["post"], (json{{"repository_url", kRepository},
@@ -80,20 +81,20 @@ TEST_F(CentralArchivePhp, FindsTheFormAndTheFileInAnUpload) {
 }
 
 TEST_F(CentralArchivePhp, UnderstandsACheckAndATokenRequest) {
-  EXPECT_EQ(check(client_, {package_}).error, std::nullopt);
+  EXPECT_EQ(check(phpClient_, {package_}).error, std::nullopt);
   const json checked = kept("check_repo.php");
   EXPECT_EQ(checked["method"], "POST");
   EXPECT_EQ(checked["secret"], kSecret);
   EXPECT_EQ(checked["json"]["repository_url"], kRepository);
   EXPECT_EQ(checked["json"]["packages"][0]["identifier"], "com.example.tool");
 
-  EXPECT_EQ(requestToken(client_, 5).value, "from php");
+  EXPECT_EQ(requestToken(phpClient_, 5).value, "from php");
   const json requested = kept("request_upload_token.php");
   EXPECT_EQ(requested["secret"], nullptr);
   EXPECT_EQ(requested["token"], nullptr);
   EXPECT_EQ(requested["json"]["package_count"], 5);
 
-  EXPECT_TRUE(upload(client_, file()).value);
+  EXPECT_TRUE(upload(phpClient_, file()).value);
   EXPECT_EQ(kept("upload_package.php")["token"], "from php");
   EXPECT_EQ(kept("upload_package.php")["secret"], nullptr);
 }
