@@ -3,7 +3,10 @@
 
 #include <fmt/format.h>
 #include <new>
+#include <utility>
+#include <vector>
 
+#include "archive_client/AnswerEncoding.h"
 #include "platform/PropertyList.h"
 #include "platform/Text.h"
 
@@ -12,32 +15,38 @@ namespace tolvane {
 namespace {
 
 using nlohmann::json;
-using namespace std::string_view_literals;
 
-constexpr int kMaximumDepth = 256;
-constexpr std::size_t kMaximumValues = 1'000'000;
+constexpr std::size_t kMaximumDepth = 256;
+// A list of the shortest missing packages has fewer in 100 MB. Most take 1 GB of memory or less.
+constexpr std::size_t kMaximumValues = 10'000'000;
 
 Error readError(std::string_view what) {
   return {std::string(kJSONErrorDomain), kJSONReadError,
           fmt::format("The answer is not JSON that can be read: {}.", what)};
 }
 
-// Goes over a text without keeping anything, and finds what is wrong with it: the parser proper
-// would take all memory for what a short text can hold, and all stack when that goes.
-class Survey : public json::json_sax_t {
+// Makes the value that a text holds, and stops where there is something wrong with it: what the
+// library makes by itself has no limits, and a short text can hold more than memory does.
+class Builder final : public json::json_sax_t {
  public:
+  json& value() { return root_; }
   const std::optional<Error>& fault() const { return fault_; }
 
-  bool null() override { return scalar(); }
-  bool boolean(bool) override { return scalar(); }
-  bool number_integer(json::number_integer_t) override { return scalar(); }
-  bool number_unsigned(json::number_unsigned_t) override { return scalar(); }
-  bool number_float(json::number_float_t, const std::string&) override { return scalar(); }
-  bool string(std::string&) override { return scalar(); }
+  bool null() override { return scalar(nullptr); }
+  bool boolean(bool value) override { return scalar(value); }
+  bool number_integer(json::number_integer_t value) override { return scalar(value); }
+  bool number_unsigned(json::number_unsigned_t value) override { return scalar(value); }
+  bool number_float(json::number_float_t value, const std::string&) override {
+    return scalar(value);
+  }
+  bool string(std::string& value) override { return scalar(value); }
   bool binary(json::binary_t&) override { return refuse("it holds bytes"); }
-  bool key(std::string&) override { return true; }
-  bool start_object(std::size_t) override { return open(); }
-  bool start_array(std::size_t) override { return open(); }
+  bool key(std::string& name) override {
+    member_ = &open_.back()->get_ref<json::object_t&>()[name];
+    return true;
+  }
+  bool start_object(std::size_t) override { return open(json::object()); }
+  bool start_array(std::size_t) override { return open(json::array()); }
   bool end_object() override { return close(); }
   bool end_array() override { return close(); }
 
@@ -46,20 +55,35 @@ class Survey : public json::json_sax_t {
   }
 
  private:
-  bool open() {
-    if (++depth_ > kMaximumDepth) return refuse("it is nested deeper than 256 levels");
-    return countValue();
-  }
-
-  bool close() {
-    --depth_;
+  bool open(json&& value) {
+    if (open_.size() == kMaximumDepth) return refuse("it is nested deeper than 256 levels");
+    if (++values_ > kMaximumValues) return refuse("it has more than 10,000,000 values");
+    open_.push_back(place(std::move(value)));
     return true;
   }
 
-  bool scalar() { return depth_ > 0 ? countValue() : refuse("it is neither an object nor a list"); }
+  bool close() {
+    open_.pop_back();
+    return true;
+  }
 
-  bool countValue() {
-    return ++values_ <= kMaximumValues || refuse("it has more than 1,000,000 values");
+  bool scalar(json&& value) {
+    if (open_.empty()) return refuse("it is neither an object nor a list");
+    if (++values_ > kMaximumValues) return refuse("it has more than 10,000,000 values");
+    place(std::move(value));
+    return true;
+  }
+
+  // Puts the value where the text has it, and says where that is.
+  json* place(json&& value) {
+    json* parent = open_.empty() ? nullptr : open_.back();
+    if (parent && parent->is_array()) {
+      auto& list = parent->get_ref<json::array_t&>();
+      return &list.emplace_back(std::move(value));
+    }
+    json* target = parent ? member_ : &root_;
+    *target = std::move(value);
+    return target;
   }
 
   bool refuse(std::string_view what) {
@@ -67,62 +91,30 @@ class Survey : public json::json_sax_t {
     return false;
   }
 
-  int depth_ = 0;
+  json root_;
+  std::vector<json*> open_;  // the lists and objects that have not ended
+  json* member_ = nullptr;   // of the last of these, where that is an object
   std::size_t values_ = 0;
   std::optional<Error> fault_;
 };
-
-template <typename Unit>
-std::basic_string<Unit> unitsOf(std::string_view bytes, bool bigEndian) {
-  constexpr std::size_t kSize = sizeof(Unit);
-  std::basic_string<Unit> units;
-  units.reserve(bytes.size() / kSize + 1);
-  for (; bytes.size() >= kSize; bytes.remove_prefix(kSize)) {
-    Unit unit = 0;
-    for (std::size_t i = 0; i < kSize; ++i) {
-      const auto byte = static_cast<unsigned char>(bytes[bigEndian ? i : kSize - 1 - i]);
-      unit = static_cast<Unit>(unit << 8 | byte);
-    }
-    units += unit;
-  }
-  if (!bytes.empty()) units += static_cast<Unit>(0xFFFD);  // half a character
-  return units;
-}
 
 struct Reading {
   json value;
   std::optional<Error> error;
 };
 
-template <typename Text>
-Reading read(const Text& text) {
+Reading readUTF8(std::string_view text) {
   // The parser would take it for the end.
-  if (text.find(typename Text::value_type{0}) != Text::npos) {
-    return {nullptr, readError("it holds a NUL")};
-  }
-  Survey survey;
-  if (!json::sax_parse(text, &survey)) return {nullptr, survey.fault()};
-  return {json::parse(text), std::nullopt};
+  if (text.find('\0') != std::string_view::npos) return {nullptr, readError("it holds a NUL")};
+  Builder builder;
+  if (!json::sax_parse(text, &builder)) return {nullptr, builder.fault()};
+  return {std::move(builder.value()), std::nullopt};
 }
 
-// The first character of JSON is ASCII, so zeros beside it tell the encoding where no mark does.
 Reading readInItsEncoding(std::string_view bytes) {
-  const auto zeros = [&bytes](std::string_view pattern) {
-    if (bytes.size() < pattern.size()) return false;
-    for (std::size_t i = 0; i < pattern.size(); ++i) {
-      if ((bytes[i] == 0) != (pattern[i] == '0')) return false;
-    }
-    return true;
-  };
-  if (bytes.starts_with("\xFF\xFE\0\0"sv)) return read(unitsOf<char32_t>(bytes.substr(4), false));
-  if (bytes.starts_with("\0\0\xFE\xFF"sv)) return read(unitsOf<char32_t>(bytes.substr(4), true));
-  if (bytes.starts_with("\xFF\xFE")) return read(unitsOf<char16_t>(bytes.substr(2), false));
-  if (bytes.starts_with("\xFE\xFF")) return read(unitsOf<char16_t>(bytes.substr(2), true));
-  if (zeros("000x")) return read(unitsOf<char32_t>(bytes, true));
-  if (zeros("x000")) return read(unitsOf<char32_t>(bytes, false));
-  if (zeros("0x")) return read(unitsOf<char16_t>(bytes, true));
-  if (zeros("x0")) return read(unitsOf<char16_t>(bytes, false));
-  return read(bytes);
+  if (!isWideJSON(bytes)) return readUTF8(bytes);
+  const std::optional<std::string> text = transcodedJSON(bytes);
+  return text ? readUTF8(*text) : Reading{nullptr, readError("it holds what is no character")};
 }
 
 // Texts, numbers and booleans have a text form, the same as in property lists.

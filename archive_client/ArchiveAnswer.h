@@ -17,8 +17,9 @@ inline constexpr int kJSONReadError = 3840;
 inline constexpr int kJSONWriteError = 3852;
 
 // The body of an answer of the archive, which should be one JSON object (RFC 8259) in UTF-8,
-// UTF-16 or UTF-32. Lists of any kind are valid JSON too; bare texts, numbers, booleans and null
-// are not, nor is what is nested deeper than 256 levels or has more than 1,000,000 values.
+// UTF-16 or UTF-32, and be well-formed there. Lists of any kind are valid JSON too; bare texts,
+// numbers, booleans and null are not, nor is what is nested deeper than 256 levels or has more than
+// 10,000,000 values.
 class ArchiveAnswer {
  public:
   explicit ArchiveAnswer(std::string_view body);

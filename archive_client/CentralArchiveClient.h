@@ -74,7 +74,8 @@ class CentralArchiveClient {
                           CheckCompletion completion) const;
 
   // Announces that many uploads and gets the token for them, which is also kept for
-  // uploadPackage(). One that cannot be sent counts as none. Sends no credential. Errors 3001, 3003 to 3005.
+  // uploadPackage(). One that cannot be sent counts as none. Sends no credential. Errors 3001, 3003
+  // to 3005.
   void requestUploadTokenForRepositoryURL(std::string_view repositoryURL,
                                           std::optional<std::string_view> repositoryType,
                                           std::size_t packageCount, TokenCompletion completion);

@@ -67,9 +67,17 @@ TEST(ArchiveAnswer, AnErrorThatIsANumberOrABooleanIsItsTextForm) {
   EXPECT_EQ(errorText("-7"), "-7");
   EXPECT_EQ(errorText("1.50"), "1.5");
   EXPECT_EQ(errorText("4.0"), "4");
+  EXPECT_EQ(errorText("9007199254740993"), "9007199254740993");
+  EXPECT_EQ(errorText("9223372036854775807"), "9223372036854775807");
+  EXPECT_EQ(errorText("-9223372036854775808"), "-9223372036854775808");
   EXPECT_EQ(errorText("18446744073709551615"), "18446744073709551615");
   EXPECT_EQ(errorText("true"), "1");
   EXPECT_EQ(errorText("false"), "0");
+}
+
+TEST(ArchiveAnswer, AWholeNumberOfMoreThan64BitsIsToldAsARealOne) {
+  EXPECT_EQ(errorText("18446744073709551616"), "1.844674407370955e+19");
+  EXPECT_EQ(errorText("-9223372036854775809"), "-9.223372036854776e+18");
 }
 
 TEST(ArchiveAnswer, AnyOtherErrorCountsAsMissing) {
@@ -154,6 +162,32 @@ TEST(ArchiveAnswer, CharactersBeyondASCIISurviveTheirEncoding) {
             "ö\U0001F600");
 }
 
+TEST(ArchiveAnswer, WhatIsMalformedInUTF16IsAParseError) {
+  const std::string begin = inUnitsOf(2, false, "{\"error\":\"");
+  const std::string end = inUnitsOf(2, false, "\"}");
+  for (const auto& units : {"\x3D\xD8"sv,                  // the first half of a pair alone
+                            "\x00\xDE"sv,                  // the second half alone
+                            "\x00\xDE\x3D\xD8"sv,          // the wrong way round
+                            "\x3D\xD8\x3D\xD8\x00\xDE"sv,  // one too many
+                            "\x3D\xD8x\0"sv, "x"sv}) {
+    const ArchiveAnswer answer(begin + std::string(units) + end);
+    ASSERT_TRUE(answer.parseError());
+    EXPECT_EQ(answer.parseError()->code, 3840);
+  }
+  EXPECT_TRUE(ArchiveAnswer(begin + "\x3D\xD8"s).parseError());
+  EXPECT_TRUE(ArchiveAnswer(begin + end + "\x3D\xD8"s).parseError());
+}
+
+TEST(ArchiveAnswer, WhatIsNoCharacterInUTF32IsAParseError) {
+  const std::string begin = inUnitsOf(4, true, "{\"error\":\"");
+  const std::string end = inUnitsOf(4, true, "\"}");
+  EXPECT_EQ(ArchiveAnswer(begin + "\0\x10\xFF\xFD"s + end).errorText(""), "\U0010FFFD");
+  for (const auto& unit :
+       {"\0\0\xD8\x3D"sv, "\0\0\xDE\0"sv, "\0\x11\0\0"sv, "\xFF\xFF\xFF\xFF"sv, "\0\0\0"sv}) {
+    EXPECT_TRUE(ArchiveAnswer(begin + std::string(unit) + end).parseError());
+  }
+}
+
 TEST(ArchiveAnswer, ListsMayBeNested256DeepAndNoDeeper) {
   const auto nested = [](std::size_t depth) {
     return std::string(depth, '[') + std::string(depth, ']');
@@ -164,11 +198,42 @@ TEST(ArchiveAnswer, ListsMayBeNested256DeepAndNoDeeper) {
   EXPECT_TRUE(ArchiveAnswer("{\"a\":" + nested(256) + "}").parseError());
 }
 
-TEST(ArchiveAnswer, MayHoldAMillionValuesAndNoMore) {
+TEST(ArchiveAnswer, ItMayBeAHundredMegabytesLong) {
+  // As an archive would send it that lacks every package of a huge repository.
+  std::string body = R"({"ok":true,"missing_packages":[)";
+  std::size_t count = 0;
+  for (; body.size() < 100'000'000; ++count) {
+    body.append(R"({"identifier":"com.example.package)").append(std::to_string(count));
+    body.append(R"(","version":"1.0","original_url":"https://repo.example/pool/main/c/)");
+    body.append(R"(com.example.package/com.example.package_1.0_iphoneos-arm.deb"},)");
+  }
+  body.back() = ']';
+  body += '}';
+  ArchiveAnswer answer(body);
+  ASSERT_TRUE(answer.isOK()) << describe(answer.parseError());
+  const nlohmann::json& list = *answer.find("missing_packages");
+  ASSERT_EQ(list.size(), count);
+  EXPECT_EQ(list.back()["identifier"], "com.example.package" + std::to_string(count - 1));
+}
+
+TEST(ArchiveAnswer, ItMayHaveTenMillionValuesAndNoMore) {
   std::string body = "[0";
-  for (int i = 2; i < 1'000'000; ++i) body += ",0";  // the list is one as well
+  for (int i = 2; i < 10'000'000; ++i) body += ",0";  // the list is one as well
   EXPECT_EQ(ArchiveAnswer(body + "]").parseError(), std::nullopt);
-  EXPECT_TRUE(ArchiveAnswer(body + ",0]").parseError());
+  EXPECT_EQ(ArchiveAnswer(body + ",[]]").parseError()->description,
+            "The answer is not JSON that can be read: it has more than 10,000,000 values.");
+}
+
+TEST(ArchiveAnswer, TheLastOfMembersWithOneNameCounts) {
+  EXPECT_FALSE(ArchiveAnswer(R"({"ok":true,"ok":false})").isOK());
+  EXPECT_EQ(ArchiveAnswer(R"({"error":["x"],"error":"y"})").errorText(""), "y");
+}
+
+TEST(ArchiveAnswer, ItsValueIsWhatTheLibraryReads) {
+  const std::string value =
+      R"({"a":[1,-2,3.5,"x",null,true,[],{}],"b":{"c":{"d":[[{"e":"f"}],[0]]}},"":[{"g":[]},{}]})";
+  ArchiveAnswer answer("{\"ok\":" + value + "}");
+  EXPECT_EQ(*answer.find("ok"), nlohmann::json::parse(value));
 }
 
 TEST(ArchiveAnswer, APreviewIsTheTextUpToItsLimit) {
