@@ -86,8 +86,20 @@ bool mayRepeat(const URL& url, int status, const std::optional<URL>& target) {
   return (status == 307 || status == 308) && target && target->origin() == url.origin();
 }
 
-Error redirectRefused(const std::optional<URL>& target) {
-  const std::string host(target ? target->host() : "");
+// The host that a reference leads to although the rest of it is no URL; "" where it has none.
+std::string hostNamedIn(const URL& base, std::string_view reference) {
+  const std::size_t colon = reference.find(':');
+  const bool hasScheme = colon < reference.find_first_of("/?#");
+  if (hasScheme) reference.remove_prefix(colon + 1);
+  if (!reference.starts_with("//")) return std::string(hasScheme ? "" : base.host());
+  const std::string_view authority = reference.substr(0, reference.find_first_of("/\\?#", 2));
+  const std::optional<URL> url = URL::parse("http:" + std::string(authority));
+  return std::string(url ? url->host() : "");
+}
+
+Error redirectRefused(const URL& base, const std::optional<URL>& target,
+                      std::string_view location) {
+  const std::string host = target ? std::string(target->host()) : hostNamedIn(base, location);
   return {std::string(kURLErrorDomain), kURLErrorRedirectToNonExistentLocation,
           "The redirect to " + (host.empty() ? "an invalid address" : host) + " was not followed."};
 }
@@ -280,9 +292,13 @@ bool Transfer::wasLeftUnprocessed(CURLcode result) const {
 }
 
 std::optional<Error> Transfer::followRedirect() {
-  std::optional<URL> url = URL::parse(resolved(*task_->request.url, *location_));
-  if (isPost() && !mayRepeat(*task_->request.url, statusCode_, url)) return redirectRefused(url);
-  if (task_->redirects == kMaximumRedirects) return urlError(kURLErrorTooManyRedirects);
+  const URL& base = *task_->request.url;
+  std::optional<URL> url = URL::parse(resolved(base, *location_));
+  const bool isLast = task_->redirects == kMaximumRedirects;
+  if (isPost() && (isLast || !mayRepeat(base, statusCode_, url))) {
+    return redirectRefused(base, url, *location_);
+  }
+  if (isLast) return urlError(kURLErrorTooManyRedirects);
   ++task_->redirects;
   task_->resent = false;
   task_->onFreshConnection = false;

@@ -35,15 +35,15 @@ struct URLSessionConfiguration {
 //
 // A GET's header fields go along to wherever a redirect leads, so none may hold what only its first
 // server should know. A POST keeps to its own scheme, host and port: 307 and 308 within them repeat
-// it whole, any other redirect ends it with kURLErrorRedirectToNonExistentLocation, without a
-// response and with the name of the host in the description. No server gets a POST twice unless it
-// asks for that by such a redirect: it goes out on a new connection of HTTP/1.1, and when that
-// breaks it is lost.
+// it whole, 20 times at most; any other redirect ends it with
+// kURLErrorRedirectToNonExistentLocation, without a response and with the name of the host in the
+// description. No server gets a POST twice unless it asks for that by such a redirect: it goes out
+// on a new connection of HTTP/1.1, and when that breaks it is lost.
 struct URLRequest {
   std::optional<URL> url;
   // An empty value is sent as one, and so is a value of blanks alone: a server takes the blanks
-  // around a value for no part of it (RFC 9110, section 5.5). A field with a line break or a NUL in it is never sent: the
-  // request fails with kURLErrorUnknown.
+  // around a value for no part of it (RFC 9110, section 5.5). A field with a line break or a NUL in
+  // it is never sent: the request fails with kURLErrorUnknown.
   std::vector<std::pair<std::string, std::string>> headers;
   std::optional<std::string> body = {};  // sent from here, without a copy
 };

@@ -52,6 +52,11 @@ class CentralArchiveWire : public ArchiveFixture {
     return request;
   }
 
+  // Answers each of the three requests like this.
+  void answerAll(const LoopbackHandler& handler) {
+    for (const char* page : {kCheckPage, kTokenPage, kUploadPage}) server_.answer(page, handler);
+  }
+
   CentralArchiveServer server_;
   CentralArchiveClient wired_;
 
@@ -159,9 +164,7 @@ TEST_F(CentralArchiveWire, CredentialsReachNobodyElse) {
   wired_.setUploadToken(kToken);
   const Error refused{"NSURLErrorDomain", -1010, "The redirect to localhost was not followed."};
   for (const int status : {301, 302, 303, 307, 308}) {
-    for (const char* page : {kCheckPage, kTokenPage, kUploadPage}) {
-      server_.answer(page, redirect(other.url("/taken", "localhost"), status));
-    }
+    answerAll(redirect(other.url("/taken", "localhost"), status));
     const CheckReply checked = check(wired_);
     EXPECT_EQ(checked.error, refused) << status << describe(checked.error);
     EXPECT_FALSE(checked.onCallersThread);
@@ -175,6 +178,43 @@ TEST_F(CentralArchiveWire, CredentialsReachNobodyElse) {
   EXPECT_THAT(log_.lines(), testing::Contains("[CentralArchive] Upload token HTTP status: 0"));
   EXPECT_THAT(log_.lines(), testing::Contains("[CentralArchive] Upload HTTP status: 0"));
   EXPECT_EQ(wired_.uploadToken(), kToken);
+}
+
+TEST_F(CentralArchiveWire, AnotherPortOrAnotherSchemeIsAnotherOrigin) {
+  LoopbackServer other;
+  other.onAnyOther(respond(200, R"({"ok":true,"upload_token":"t"})"));
+  wired_.setUploadToken(kToken);
+  const std::string secure = "https" + server_.baseURL().substr(4);
+  const Error refused{"NSURLErrorDomain", -1010, "The redirect to 127.0.0.1 was not followed."};
+  for (const std::string& place : {other.url("/taken"), secure}) {
+    for (const int status : {307, 308}) {
+      answerAll(redirect(place, status));
+      EXPECT_EQ(check(wired_).error, refused) << place;
+      EXPECT_EQ(requestToken(wired_).error, refused) << place;
+      EXPECT_EQ(upload(wired_, file()).error, refused) << place;
+    }
+  }
+  EXPECT_EQ(other.connectionsAccepted(), 0u);
+  EXPECT_EQ(server_.requests().size(), 12u);
+}
+
+TEST_F(CentralArchiveWire, ARedirectToABadAddressIsRefusedUnderItsHost) {
+  const Error refused{"NSURLErrorDomain", -1010, "The redirect to other.example was not followed."};
+  answerAll(redirect("http://other.example/a|b c", 307));
+  EXPECT_EQ(check(wired_).error, refused);
+  EXPECT_EQ(requestToken(wired_).error, refused);
+  EXPECT_EQ(upload(wired_, file()).error, refused);
+}
+
+TEST_F(CentralArchiveWire, RedirectsWithoutEndAreATransportErrorWithoutAStatus) {
+  answerAll(redirect("?", 307));
+  const Error refused{"NSURLErrorDomain", -1010, "The redirect to 127.0.0.1 was not followed."};
+  EXPECT_EQ(check(wired_).error, refused);
+  EXPECT_EQ(requestToken(wired_).error, refused);
+  EXPECT_EQ(upload(wired_, file()).error, refused);
+  EXPECT_THAT(log_.lines(), testing::IsSupersetOf({"[CentralArchive] HTTP status: 0",
+                                                   "[CentralArchive] Upload token HTTP status: 0",
+                                                   "[CentralArchive] Upload HTTP status: 0"}));
 }
 
 TEST_F(CentralArchiveWire, ARedirectThatDropsTheBodyIsNoSuccess) {
@@ -191,18 +231,23 @@ TEST_F(CentralArchiveWire, ARedirectThatDropsTheBodyIsNoSuccess) {
 
 TEST_F(CentralArchiveWire, ARedirectWithinTheServerRepeatsTheRequestWhole) {
   for (const int status : {307, 308}) {
-    server_.answer(kUploadPage,
-                   inTurn({redirect(kUploadPage, status), respond(200, R"({"ok":true})")}));
-    EXPECT_TRUE(upload(wired_, file()).value) << status;
+    for (const char* page : {kCheckPage, kTokenPage, kUploadPage}) {
+      server_.answer(page, inTurn({redirect(page, status),
+                                   respond(200, R"({"ok":true,"upload_token":"t"})")}));
+    }
+    CentralArchiveClient client(server_.baseURL(), kSecret);
+    EXPECT_TRUE(upload(client, file()).value) << status;
+    EXPECT_EQ(check(client, {package_}).error, std::nullopt) << status;
+    EXPECT_EQ(requestToken(client).value, "t") << status;
   }
   const auto requests = server_.requests();
-  ASSERT_EQ(requests.size(), 4u);
-  for (const ArchiveRequest& request : requests) {
-    EXPECT_EQ(request.fault, "");
-    EXPECT_EQ(request.file, "the bytes of a package");
-    EXPECT_EQ(request.sent.header("X-Archive-Secret"), kSecret);
+  ASSERT_EQ(requests.size(), 12u);
+  for (std::size_t i = 0; i < requests.size(); i += 2) {
+    EXPECT_EQ(requests[i].fault, "");
+    EXPECT_EQ(requests[i].sent.head, requests[i + 1].sent.head);
+    EXPECT_EQ(requests[i].sent.body, requests[i + 1].sent.body);
+    EXPECT_NE(requests[i].sent.body, "");
   }
-  EXPECT_EQ(requests[0].sent.body, requests[1].sent.body);
 }
 
 TEST_F(CentralArchiveWire, ARedirectWithoutALocationIsAnAnswer) {
@@ -222,9 +267,7 @@ TEST_F(CentralArchiveWire, AnUploadThatGetsNoAnswerIsLostAndNotSentAgain) {
 
 TEST_F(CentralArchiveWire, AnAnswerCutShortIsATransportError) {
   const std::string body = R"({"ok":true,"upload_token":"t"})";
-  for (const char* page : {kCheckPage, kTokenPage, kUploadPage}) {
-    server_.answer(page, cutOff(body, body.size() - 1));
-  }
+  answerAll(cutOff(body, body.size() - 1));
   EXPECT_EQ(check(wired_).error->code, -1005);
   EXPECT_EQ(requestToken(wired_).error->code, -1005);
   const UploadReply reply = upload(wired_, file());
