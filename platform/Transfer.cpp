@@ -291,6 +291,14 @@ bool Transfer::wasLeftUnprocessed(CURLcode result) const {
   }
 }
 
+// libcurl stops sending when a refusal has come, or any answer after which the server hangs up.
+bool Transfer::wasCutShort() const {
+  if (!isPost()) return false;
+  curl_off_t sent = 0;
+  curl_easy_getinfo(easy_, CURLINFO_SIZE_UPLOAD_T, &sent);
+  return static_cast<std::size_t>(sent) < task_->request.body->size();
+}
+
 std::optional<Error> Transfer::followRedirect() {
   const URL& base = *task_->request.url;
   std::optional<URL> url = URL::parse(resolved(base, *location_));
@@ -311,7 +319,7 @@ std::optional<Error> Transfer::followRedirect() {
 
 TransferOutcome Transfer::finish(CURLcode result) {
   TransferOutcome outcome;
-  if (headComplete_) outcome.response = URLResponse{statusCode_};
+  if (headComplete_) outcome.response = URLResponse{statusCode_, wasCutShort()};
   if (failure_) {
     outcome.error = std::move(failure_);
   } else if (isRedirect()) {  // however its body ended

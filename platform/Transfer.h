@@ -60,6 +60,7 @@ class Transfer {
   bool isRedirect() const;
   bool isPost() const { return task_->request.body.has_value(); }
   bool wasLeftUnprocessed(CURLcode result) const;
+  bool wasCutShort() const;
   std::optional<Error> followRedirect();
 
   CURL* easy_;

@@ -50,6 +50,9 @@ struct URLRequest {
 
 struct URLResponse {
   int statusCode = 0;
+  // It came before the whole of a POST was sent, and the rest never was: the server refused what it
+  // had not seen, or was going to hang up.
+  bool cutRequestShort = false;
 };
 
 // 0 where no response arrived.

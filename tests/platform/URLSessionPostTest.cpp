@@ -207,17 +207,28 @@ TEST_F(URLSessionPost, IsLostWhenTheServerLeavesInTheMiddleOfTheBody) {
   EXPECT_EQ(server_.requests().size(), 1u);
 }
 
-TEST_F(URLSessionPost, AnAnswerBeforeTheEndOfTheBodyIsRead) {
-  server_.onHead("/form", [](const LoopbackRequest&, LoopbackConnection& connection) {
-    connection.write(responseHead(413, {{"Content-Length", "9"}, {"Connection", "close"}}) +
-                     "too large");
-    while (!connection.read(1 << 20).empty()) continue;
-    connection.close();
-  });
-  const DataReply reply = post(server_.url("/form"), std::string(kLargeBody, 'x'));
-  EXPECT_EQ(reply.error, std::nullopt) << describe(reply.error);
-  EXPECT_EQ(reply.status(), 413);
-  EXPECT_EQ(reply.body, "too large");
+TEST_F(URLSessionPost, AnAnswerBeforeTheEndOfTheBodyIsReadAndToldFromALaterOne) {
+  for (const int status : {200, 413}) {
+    server_.onHead("/early", respondAtOnce(status, "an answer"));
+    server_.on("/late", respond(status, "an answer", {{"Connection", "close"}}));
+    for (const std::string path : {"/early", "/late"}) {
+      const DataReply reply = post(server_.url(path), std::string(kLargeBody, 'x'));
+      EXPECT_EQ(reply.error, std::nullopt) << describe(reply.error);
+      EXPECT_EQ(reply.status(), status);
+      EXPECT_EQ(reply.body, "an answer");
+      EXPECT_EQ(reply.response->cutRequestShort, path == "/early") << status;
+    }
+  }
+}
+
+TEST_F(URLSessionPost, IsNotCutShortByAnAnswerToTheWhole) {
+  for (const std::size_t size : {std::size_t{0}, std::size_t{1}, kLargeBody}) {
+    for (const int status : {200, 302, 404, 500}) {
+      server_.on("/form", respond(status, "x"));
+      EXPECT_FALSE(post(server_.url("/form"), std::string(size, 'x')).response->cutRequestShort)
+          << size << ' ' << status;
+    }
+  }
 }
 
 TEST_F(URLSessionPost, OfASlowReaderIsNotIdleWhileBytesGoOut) {

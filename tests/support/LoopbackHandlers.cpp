@@ -57,6 +57,16 @@ LoopbackHandler lieAboutLength(std::string body, std::size_t claimed) {
   return sendRaw(headOfLength(200, claimed) + body);
 }
 
+LoopbackHandler respondAtOnce(int status, std::string body) {
+  return [status, body = std::move(body)](const LoopbackRequest&, LoopbackConnection& connection) {
+    const std::string length = std::to_string(body.size());
+    connection.write(responseHead(status, {{"Content-Length", length}, {"Connection", "close"}}) +
+                     body);
+    while (!connection.read(1 << 20).empty()) continue;
+    connection.close();
+  };
+}
+
 LoopbackHandler hangUp(std::string sent) {
   return [sent = std::move(sent)](const LoopbackRequest&, LoopbackConnection& connection) {
     connection.write(sent);

@@ -42,6 +42,10 @@ LoopbackHandler hangUp(std::string sent = "");
 LoopbackHandler reset(std::string sent = "");
 LoopbackHandler stall(std::string sent = "");
 
+// Answers before the request's body is taken, and then takes what comes of it and hangs up. For
+// onHead().
+LoopbackHandler respondAtOnce(int status, std::string body);
+
 // The body byte by byte with a pause before each.
 LoopbackHandler drip(std::string body, std::chrono::milliseconds pause);
 
