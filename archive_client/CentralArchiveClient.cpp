@@ -24,6 +24,13 @@ using std::chrono::seconds;
 constexpr std::size_t kLongestAnswer = std::size_t{128} << 20;
 constexpr std::size_t kLongestPreview = 1000;
 
+// A server may refuse what it has not seen to its end, but it has nothing yet to call a success.
+std::optional<Error> errorInHaste(std::string_view answer, const URLResponse& response) {
+  if (!response.cutRequestShort || !ArchiveAnswer(answer).isOK()) return std::nullopt;
+  return Error{std::string(kURLErrorDomain), kURLErrorNetworkConnectionLost,
+               "The server answered before the whole request was sent."};
+}
+
 // No value where a text is not UTF-8, or where there is no memory for it.
 std::optional<std::string> tokenBody(std::string_view repositoryURL,
                                      std::string_view repositoryType, std::size_t packageCount) {
@@ -248,7 +255,14 @@ void CentralArchiveClient::send(URLRequest request, seconds requestTimeout, seco
   configuration.timeoutIntervalForRequest = requestTimeout;
   configuration.timeoutIntervalForResource = resourceTimeout;
   configuration.maximumBodySize = kLongestAnswer;
-  sessionFactory_(configuration)->dataTask(std::move(request), std::move(completion));
+  sessionFactory_(configuration)
+      ->dataTask(std::move(request),
+                 [completion = std::move(completion)](std::string answer,
+                                                      const std::optional<URLResponse>& response,
+                                                      std::optional<Error> error) {
+                   if (!error && response) error = errorInHaste(answer, *response);
+                   completion(std::move(answer), response, std::move(error));
+                 });
 }
 
 std::optional<std::pair<std::string, std::string>> CentralArchiveClient::uploadCredential() const {

@@ -30,6 +30,9 @@ inline constexpr std::string_view kCentralArchiveErrorDomain = "CentralArchiveCl
 // is tried again, and the client may go before they end. The HTTP status of an answer is logged and
 // decides nothing.
 //
+// An answer that ended a request before the whole of it was sent may be a failure in the server's
+// words; a success it is not, but a transport error.
+//
 // Secret and token go to the base URL's own scheme, host and port and to nobody else. A redirect
 // elsewhere, or one that would drop the request's body, is a transport error.
 class CentralArchiveClient {

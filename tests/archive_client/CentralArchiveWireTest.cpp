@@ -265,6 +265,34 @@ TEST_F(CentralArchiveWire, AnUploadThatGetsNoAnswerIsLostAndNotSentAgain) {
   EXPECT_EQ(server_.requests().size(), 2u);
 }
 
+TEST_F(CentralArchiveWire, AnAnswerBeforeTheWholeWasSentIsNoSuccess) {
+  const Error lost{"NSURLErrorDomain", -1005,
+                   "The server answered before the whole request was sent."};
+  package_.setVersion(std::string(12'000'000, '1'));  // more than a socket takes at once
+  for (const int status : {200, 400, 500}) {
+    LoopbackServer hasty;
+    for (const char* page : {"/check_repo.php", "/upload_package.php"}) {
+      hasty.onHead(page, respondAtOnce(status, R"({"ok":true})"));
+    }
+    wired_.setApiBaseURL(hasty.url(""));
+    EXPECT_EQ(check(wired_, {package_}).error, lost) << status;
+    const UploadReply reply = upload(wired_, file());
+    EXPECT_FALSE(reply.value);
+    EXPECT_EQ(reply.error, lost) << status;
+    EXPECT_THAT(log_.messages(),
+                testing::Contains("error: Central archive check failed: " + lost.description));
+    EXPECT_EQ(log_.lines().back(), "[CentralArchive] Upload request error: " + describe(lost));
+  }
+}
+
+TEST_F(CentralArchiveWire, ARefusalBeforeTheWholeWasSentIsInTheServersWords) {
+  LoopbackServer hasty;
+  hasty.onHead("/upload_package.php", respondAtOnce(413, R"({"ok":false,"error":"Too large"})"));
+  wired_.setApiBaseURL(hasty.url(""));
+  EXPECT_EQ(upload(wired_, file(std::string(12'000'000, 'x'))).error,
+            archiveError(2004, "Too large"));
+}
+
 TEST_F(CentralArchiveWire, AnAnswerCutShortIsATransportError) {
   const std::string body = R"({"ok":true,"upload_token":"t"})";
   answerAll(cutOff(body, body.size() - 1));
