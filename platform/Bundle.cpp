@@ -9,7 +9,9 @@
 namespace tolvane {
 
 Bundle::Bundle(std::string_view programPath) {
-  std::filesystem::path folder = std::filesystem::path(programPath).parent_path();
+  const std::filesystem::path program(programPath);
+  if (!program.is_absolute()) return;  // nobody knows where it stands
+  std::filesystem::path folder = program.parent_path();
   const bool isMacOSBundle =
       folder.filename() == "MacOS" && folder.parent_path().filename() == "Contents";
   if (isMacOSBundle) folder = folder.parent_path();

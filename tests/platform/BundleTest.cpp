@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <string>
 
@@ -18,6 +19,18 @@ TEST(Bundle, ItsListStandsBesideTheProgram) {
 TEST(Bundle, ItsListStandsAboveTheProgramOfAMacOSBundle) {
   EXPECT_EQ(Bundle("/Applications/Tolvane.app/Contents/MacOS/Tolvane").infoPath(),
             "/Applications/Tolvane.app/Contents/Info.plist");
+}
+
+TEST(Bundle, OfAProgramWhosePlaceIsUnknownIsNotTheCurrentFolder) {
+  const TemporaryFolder folder;
+  folder.write("Info.plist", "{ Name = Somebody; }");
+  const std::filesystem::path before = std::filesystem::current_path();
+  std::filesystem::current_path(folder.path());
+  for (const char* program : {"", "tolvane", "./tolvane"}) {
+    EXPECT_EQ(Bundle(program).infoPath(), "") << program;
+    EXPECT_EQ(Bundle(program).infoText("Name"), "") << program;
+  }
+  std::filesystem::current_path(before);
 }
 
 TEST(Bundle, TheMainOneIsThisProcesss) {
