@@ -2,6 +2,7 @@
 #include "archive_client/CentralArchiveConfiguration.h"
 
 #include "archive_client/CentralArchiveErrors.h"
+#include "platform/PropertyListFile.h"
 
 namespace tolvane {
 
@@ -11,7 +12,12 @@ std::string_view centralArchiveBaseURL() {
 
 std::string centralArchiveAPISecret(const Bundle& bundle, const UserDefaults& defaults) {
   std::string secret = bundle.infoText(kCentralArchiveAPISecretKey);
-  if (secret.empty()) secret = defaults.stringForKey(kCentralArchiveAPISecretKey);
+  if (!secret.empty()) {
+    // Such a list is there to be read by all, as long as it holds no secret.
+    tellIfOthersCanRead(bundle.infoPath());
+  } else {
+    secret = defaults.stringForKey(kCentralArchiveAPISecretKey);
+  }
   return canBeSent(secret) ? secret : "";
 }
 

@@ -17,7 +17,8 @@ inline constexpr std::string_view kCentralArchiveAPISecretKey = "CentralArchiveA
 std::string_view centralArchiveBaseURL();
 
 // The secret for the archive: the bundle's where it has one, else the user's, else "". One with a
-// line break or NUL in it, which no header field can carry, is refused: "" as well.
+// line break or NUL in it, which no header field can carry, is refused: "" as well. One that others
+// can read is told in the system log.
 std::string centralArchiveAPISecret(
     const Bundle& bundle = Bundle::mainBundle(),
     const UserDefaults& defaults = UserDefaults::standardUserDefaults());

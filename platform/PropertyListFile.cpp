@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/PropertyListFile.h"
 
+#include <sys/stat.h>
+
 #include "platform/File.h"
 #include "platform/PropertyList.h"
 #include "platform/SystemLog.h"
@@ -20,6 +22,12 @@ std::string textInPropertyListFile(const std::string& path, std::string_view key
   const PropertyList::Dictionary* root = list.value->dictionary();
   const PropertyList* value = root ? root->find(key) : nullptr;
   return value ? value->textForm().value_or("") : "";
+}
+
+void tellIfOthersCanRead(const std::string& path) {
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0 || (status.st_mode & (S_IRGRP | S_IROTH)) == 0) return;
+  SystemLog::write("[MAIN] Others can read {}, which may hold a secret.", path);
 }
 
 }  // namespace tolvane

@@ -10,4 +10,8 @@ namespace tolvane {
 // where it says nothing. A list that is there and cannot be read is told in the system log.
 std::string textInPropertyListFile(const std::string& path, std::string_view key);
 
+// Tells in the system log when others than the owner can read the file at `path`, which may hold a
+// secret.
+void tellIfOthersCanRead(const std::string& path);
+
 }  // namespace tolvane

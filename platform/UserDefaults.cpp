@@ -3,11 +3,9 @@
 
 #include <cstdlib>
 #include <pwd.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include "platform/PropertyListFile.h"
-#include "platform/SystemLog.h"
 #include "platform/Text.h"
 
 namespace tolvane {
@@ -27,11 +25,6 @@ std::string configurationFolder() {
   return folder && *folder == '/' ? folder : joinPath(homeFolder(), ".config");
 }
 
-bool canBeReadByOthers(const std::string& path) {
-  struct stat status {};
-  return ::stat(path.c_str(), &status) == 0 && (status.st_mode & (S_IRGRP | S_IROTH)) != 0;
-}
-
 }  // namespace
 
 UserDefaults UserDefaults::standardUserDefaults() {
@@ -39,9 +32,7 @@ UserDefaults UserDefaults::standardUserDefaults() {
 }
 
 std::string UserDefaults::stringForKey(std::string_view key) const {
-  if (canBeReadByOthers(path_)) {
-    SystemLog::write("[MAIN] Others can read {}, which may hold a secret.", path_);
-  }
+  tellIfOthersCanRead(path_);
   return textInPropertyListFile(path_, key);
 }
 

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 #include <string>
+#include <sys/stat.h>
+#include <vector>
 
 #include "archive_client/CentralArchiveConfiguration.h"
 #include "platform/URL.h"
+#include "tests/support/LogRecorder.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace tolvane {
@@ -12,7 +15,10 @@ namespace {
 
 class CentralArchiveConfiguration : public testing::Test {
  protected:
-  void bundleSays(const std::string& value) { folder_.write("program/Info.plist", list(value)); }
+  void bundleSays(const std::string& value, mode_t mode = 0600) {
+    chmod(folder_.write("program/Info.plist", list(value)).c_str(), mode);
+  }
+  std::string infoPath() const { return folder_.path("program/Info.plist"); }
   void userSays(const std::string& value) { folder_.write("defaults.plist", list(value)); }
 
   std::string secret() const {
@@ -39,6 +45,25 @@ TEST_F(CentralArchiveConfiguration, TheSecretOfTheUserComesNext) {
   EXPECT_EQ(secret(), "from the user");
   bundleSays("<string></string>");
   EXPECT_EQ(secret(), "from the user") << "an empty one is none";
+}
+
+TEST_F(CentralArchiveConfiguration, ASecretThatOthersCanReadIsTold) {
+  for (const mode_t mode : {0640, 0604, 0644}) {
+    bundleSays("<string>from the bundle</string>", mode);
+    const LogRecorder log;
+    EXPECT_EQ(secret(), "from the bundle");
+    EXPECT_EQ(log.lines(), (std::vector<std::string>{"[MAIN] Others can read " + infoPath() +
+                                                     ", which may hold a secret."}));
+  }
+}
+
+TEST_F(CentralArchiveConfiguration, AListThatHoldsNoSecretMayBeReadByAll) {
+  const LogRecorder log;
+  bundleSays("<string></string>", 0644);
+  EXPECT_EQ(secret(), "");
+  bundleSays("<string>from the bundle</string>", 0600);
+  EXPECT_EQ(secret(), "from the bundle");
+  EXPECT_TRUE(log.lines().empty());
 }
 
 TEST_F(CentralArchiveConfiguration, ASecretWithALineBreakIsRefused) {
