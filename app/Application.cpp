@@ -26,15 +26,13 @@ namespace tolvane {
 
 namespace {
 
-constexpr const char* kBuildNumber = "1";
-
 // What the bundle says; a program that is no bundle knows its own version.
 VersionInfo versionInfo() {
   const Bundle bundle = Bundle::mainBundle();
   VersionInfo version{bundle.infoText("CFBundleShortVersionString"),
                       bundle.infoText("CFBundleVersion")};
   if (version.shortVersion.empty() && version.build.empty()) {
-    version = {TOLVANE_VERSION, kBuildNumber};
+    version = {TOLVANE_VERSION, TOLVANE_BUILD_NUMBER};
   }
   return version;
 }

@@ -63,3 +63,10 @@ if(APPSTREAMCLI)
            COMMAND ${APPSTREAMCLI} validate --no-net
                    ${packaging}/example.tolvane.Tolvane.metainfo.xml)
 endif()
+
+find_package(Python3 3.9 REQUIRED COMPONENTS Interpreter)
+add_test(NAME packaging.install
+         COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/packaging/check_install.py
+                 ${CMAKE_COMMAND} ${PROJECT_BINARY_DIR} ${PROJECT_VERSION})
+set_tests_properties(packaging.install PROPERTIES TIMEOUT 60
+                                                  ENVIRONMENT PYTHONDONTWRITEBYTECODE=1)
