@@ -45,7 +45,6 @@ class CentralArchiveCheckAnswer : public ArchiveFixture {
                             "[CentralArchive] Response preview: " + preview));
   }
 
- private:
   static std::vector<std::string> after(std::size_t count, std::vector<std::string> texts) {
     texts.erase(texts.begin(),
                 texts.begin() + static_cast<std::ptrdiff_t>(std::min(count, texts.size())));
@@ -72,6 +71,33 @@ TEST_F(CentralArchiveCheckAnswer, ASuccessWithoutAListMeansThatNothingIsMissing)
     EXPECT_EQ(log_.messages().back(),
               "success: Central archive check complete. Missing package(s): 0")
         << body;
+  }
+}
+
+TEST_F(CentralArchiveCheckAnswer, IsToldOfBothLogsInThisOrder) {
+  const std::vector<std::pair<ScriptedAnswer, std::vector<std::string>>> answers = {
+      {{200, R"({"ok":true,"missing_packages":[{}]})"},
+       {"[CentralArchive] Missing package count from server: 1",
+        "success: Central archive check complete. Missing package(s): 1"}},
+      {{200, R"({"error":"No"})"},
+       {"[CentralArchive] API error: No", "error: Central archive API error: No"}},
+      {{200, "[]"}, {"error: Central archive response was not a JSON dictionary."}},
+      {{200, ""},
+       {"[CentralArchive] Empty response from server. HTTP status was: 200",
+        "error: Central archive returned an empty response."}},
+      {{200, "", Error{"NSURLErrorDomain", -1005, "lost"}},
+       {"[CentralArchive] Request error: Error Domain=NSURLErrorDomain Code=-1005 \"lost\"",
+        "error: Central archive check failed: lost"}},
+  };
+  for (const auto& [answer, reports] : answers) {
+    const LogRecorder log;
+    const std::string size = std::to_string(answer.body.size());
+    checkAnswered(answer);
+    std::vector<std::string> expected = {"[CentralArchive] HTTP status: 200",
+                                         "info: Central archive check HTTP status: 200",
+                                         "[CentralArchive] Response bytes: " + size};
+    expected.insert(expected.end(), reports.begin(), reports.end());
+    EXPECT_EQ(after(7, log.reports()), expected);
   }
 }
 

@@ -49,14 +49,14 @@ TEST(CentralArchiveEndpoint, IsNeitherEncodedNorNormalised) {
 }
 
 TEST(CentralArchiveProperties, AreWhatTheyWereGiven) {
-  CentralArchiveClient client("base", "secret");
+  CentralArchiveClient client("base", "sesame");
   EXPECT_EQ(client.apiBaseURL(), "base");
-  EXPECT_EQ(client.apiSecret(), "secret");
+  EXPECT_EQ(client.apiSecret(), "sesame");
   EXPECT_EQ(client.uploadToken(), "");
-  client.setApiSecret("another");
-  client.setUploadToken("token");
-  EXPECT_EQ(client.apiSecret(), "another");
-  EXPECT_EQ(client.uploadToken(), "token");
+  client.setApiSecret("another sesame");
+  client.setUploadToken("sesame token");
+  EXPECT_EQ(client.apiSecret(), "another sesame");
+  EXPECT_EQ(client.uploadToken(), "sesame token");
 }
 
 TEST(CentralArchiveProperties, AreOneClientsForGood) {
@@ -253,7 +253,30 @@ TEST_F(CentralArchiveCheck, OfATextThatIsNotUnicodeFailsAtOnce) {
   EXPECT_THAT(log_.messages(),
               ElementsAre("info: Checking central archive: 1 package(s)",
                           "error: Could not encode central archive check request."));
-  EXPECT_EQ(log_.lines().size(), 4u) << "no size of a body";
+  EXPECT_THAT(log_.reports(),
+              ElementsAre(StartsWith("[CentralArchive] Check endpoint:"),
+                          StartsWith("[CentralArchive] Repository URL:"),
+                          StartsWith("[CentralArchive] Repository type:"),
+                          StartsWith("[CentralArchive] Package count:"),
+                          "info: Checking central archive: 1 package(s)",
+                          "error: Could not encode central archive check request."));
+}
+
+TEST_F(CentralArchiveCheck, OfARepositoryOrATypeThatIsNotUnicodeFailsAtOnce) {
+  for (const auto& [repository, type] : {std::pair("https://\xFF.example/", "APT"),
+                                         std::pair("https://repo.example/", "\xED\xA0\x80")}) {
+    std::optional<Error> failure;
+    client_.checkRepositoryURL(repository, type, {}, [&failure](const auto& missing, auto error) {
+      EXPECT_THAT(missing, IsEmpty());
+      failure = std::move(error);
+    });
+    ASSERT_TRUE(failure) << "at once";
+    EXPECT_EQ(failure->domain, "NSCocoaErrorDomain");
+    EXPECT_EQ(failure->code, 3852);
+    EXPECT_EQ(failure->description, "Could not encode central archive check request.");
+    EXPECT_EQ(log_.reports().back(), "error: Could not encode central archive check request.");
+  }
+  EXPECT_THAT(session_.requests(), IsEmpty());
 }
 
 TEST_F(CentralArchiveCheck, MayOverlapAnotherAndOutliveItsClient) {

@@ -35,23 +35,23 @@ class CentralArchiveConfiguration : public testing::Test {
 };
 
 TEST_F(CentralArchiveConfiguration, TheSecretOfTheBundleComesFirst) {
-  bundleSays("<string>from the bundle</string>");
-  userSays("<string>from the user</string>");
-  EXPECT_EQ(secret(), "from the bundle");
+  bundleSays("<string>sesame of the bundle</string>");
+  userSays("<string>sesame of the user</string>");
+  EXPECT_EQ(secret(), "sesame of the bundle");
 }
 
 TEST_F(CentralArchiveConfiguration, TheSecretOfTheUserComesNext) {
-  userSays("<string>from the user</string>");
-  EXPECT_EQ(secret(), "from the user");
+  userSays("<string>sesame of the user</string>");
+  EXPECT_EQ(secret(), "sesame of the user");
   bundleSays("<string></string>");
-  EXPECT_EQ(secret(), "from the user") << "an empty one is none";
+  EXPECT_EQ(secret(), "sesame of the user") << "an empty one is none";
 }
 
 TEST_F(CentralArchiveConfiguration, ASecretThatOthersCanReadIsTold) {
   for (const mode_t mode : {0640, 0604, 0644}) {
-    bundleSays("<string>from the bundle</string>", mode);
+    bundleSays("<string>sesame of the bundle</string>", mode);
     const LogRecorder log;
-    EXPECT_EQ(secret(), "from the bundle");
+    EXPECT_EQ(secret(), "sesame of the bundle");
     EXPECT_EQ(log.lines(), (std::vector<std::string>{"[MAIN] Others can read " + infoPath() +
                                                      ", which may hold a secret."}));
   }
@@ -61,18 +61,18 @@ TEST_F(CentralArchiveConfiguration, AListThatHoldsNoSecretMayBeReadByAll) {
   const LogRecorder log;
   bundleSays("<string></string>", 0644);
   EXPECT_EQ(secret(), "");
-  bundleSays("<string>from the bundle</string>", 0600);
-  EXPECT_EQ(secret(), "from the bundle");
+  bundleSays("<string>sesame of the bundle</string>", 0600);
+  EXPECT_EQ(secret(), "sesame of the bundle");
   EXPECT_TRUE(log.lines().empty());
 }
 
 TEST_F(CentralArchiveConfiguration, ASecretWithALineBreakIsRefused) {
-  for (const char* text : {"a&#13;&#10;X-B: 1", "a\n", "\nb", "a&#13;b"}) {
+  for (const char* text : {"sesame&#13;&#10;X-B: 1", "sesame\n", "\nsesame", "sesame&#13;b"}) {
     userSays("<string>" + std::string(text) + "</string>");
     EXPECT_EQ(secret(), "") << text;
   }
-  userSays("<string>from the user</string>");
-  bundleSays("<string>a\n</string>");
+  userSays("<string>sesame of the user</string>");
+  bundleSays("<string>sesame\n</string>");
   EXPECT_EQ(secret(), "") << "nor does another one stand in for it";
 }
 

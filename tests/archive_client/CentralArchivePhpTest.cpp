@@ -26,7 +26,7 @@ if (isset($_FILES['package_file'])) {
   move_uploaded_file($_FILES['package_file']['tmp_name'], 'uploaded');
 }
 header('Content-Type: application/json');
-echo json_encode(['ok' => true, 'upload_token' => 'from php', 'missing_packages' => []]);
+echo json_encode(['ok' => true, 'upload_token' => 'sesame of php', 'missing_packages' => []]);
 )";
 
 // php's built-in server, which nobody wrote for this client.
@@ -88,14 +88,14 @@ TEST_F(CentralArchivePhp, UnderstandsACheckAndATokenRequest) {
   EXPECT_EQ(checked["json"]["repository_url"], kRepository);
   EXPECT_EQ(checked["json"]["packages"][0]["identifier"], "com.example.tool");
 
-  EXPECT_EQ(requestToken(phpClient_, 5).value, "from php");
+  EXPECT_EQ(requestToken(phpClient_, 5).value, "sesame of php");
   const json requested = kept("request_upload_token.php");
   EXPECT_EQ(requested["secret"], nullptr);
   EXPECT_EQ(requested["token"], nullptr);
   EXPECT_EQ(requested["json"]["package_count"], 5);
 
   EXPECT_TRUE(upload(phpClient_, file()).value);
-  EXPECT_EQ(kept("upload_package.php")["token"], "from php");
+  EXPECT_EQ(kept("upload_package.php")["token"], "sesame of php");
   EXPECT_EQ(kept("upload_package.php")["secret"], nullptr);
 }
 

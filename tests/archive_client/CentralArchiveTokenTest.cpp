@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <nlohmann/json.hpp>
 
+#include "model/CrawlerLogger.h"
+#include "platform/NotificationCenter.h"
 #include "tests/archive_client/ArchiveFixture.h"
 
 namespace tolvane {
@@ -47,7 +49,7 @@ class CentralArchiveToken : public ArchiveFixture {
 };
 
 TEST_F(CentralArchiveToken, IsAskedForWithoutACredential) {
-  client_.setUploadToken("an-older-one");
+  client_.setUploadToken("an-older-sesame");
   answered(success());
   const ScriptedRequest request = session_.requests().at(0);
   EXPECT_EQ(request.url, "https://archive.example/api/request_upload_token.php");
@@ -94,13 +96,45 @@ TEST_F(CentralArchiveToken, IsKeptBeforeTheCompletionIsCalled) {
   EXPECT_EQ(kept.get_future().get(), kToken);
 }
 
+TEST_F(CentralArchiveToken, IsKeptBeforeItIsTold) {
+  session_.answerNext({200, success()});
+  std::vector<std::string> keptWhenTold;
+  const auto observer = NotificationCenter::defaultCenter().addObserver(
+      CrawlerLoggerDidLogMessageNotification,
+      [&](const UserInfo&) { keptWhenTold.push_back(client_.uploadToken()); });
+  requestToken(client_);
+  EXPECT_THAT(keptWhenTold, ElementsAre("", kToken)) << "of the request and of the token";
+}
+
+TEST_F(CentralArchiveToken, IsToldBeforeTheCompletionIsCalled) {
+  session_.answerNext({200, success()});
+  std::promise<std::vector<std::string>> told;
+  client_.requestUploadTokenForRepositoryURL(
+      kRepository, "APT", 1, [&](const auto&, const auto&) { told.set_value(log_.reports()); });
+  EXPECT_THAT(told.get_future().get(), ElementsAre("info: Requesting upload token for 1 package(s)",
+                                                   "[CentralArchive] Upload token HTTP status: 200",
+                                                   "success: Upload token received."));
+}
+
+TEST_F(CentralArchiveToken, FailuresAreToldOfBothLogsInThisOrder) {
+  for (const ScriptedAnswer& answer :
+       {timeout(), ScriptedAnswer{0, ""}, ScriptedAnswer{0, "?"}, ScriptedAnswer{0, "[]"},
+        ScriptedAnswer{0, "{}"}, ScriptedAnswer{0, R"({"ok":true})"}}) {
+    const LogRecorder log;
+    answered(answer);
+    EXPECT_THAT(log.reports(), ElementsAre("info: Requesting upload token for 3 package(s)",
+                                           "[CentralArchive] Upload token HTTP status: 0",
+                                           testing::StartsWith("error: ")));
+  }
+}
+
 TEST_F(CentralArchiveToken, IsReadWhateverTheStatus) {
   EXPECT_EQ(answered({503, success()}).value, kToken);
   EXPECT_THAT(log_.lines(), ElementsAre("[CentralArchive] Upload token HTTP status: 503"));
 }
 
 TEST_F(CentralArchiveToken, ReplacesTheOneBefore) {
-  client_.setUploadToken("an-older-one");
+  client_.setUploadToken("an-older-sesame");
   answered(success());
   EXPECT_EQ(client_.uploadToken(), kToken);
 }
@@ -119,8 +153,8 @@ TEST_F(CentralArchiveToken, TheServersOkIsReadByTheRuleForTexts) {
   EXPECT_EQ(answered(R"({"ok":" yes","upload_token":")" + std::string(kToken) + "\"}").value,
             kToken);
   EXPECT_EQ(answered(R"({"ok":"1","upload_token":")" + std::string(kToken) + "\"}").value, kToken);
-  EXPECT_EQ(answered(R"({"ok":"no","upload_token":"t"})").error->code, 3004);
-  EXPECT_EQ(answered(R"({"ok":"0","upload_token":"t"})").error->code, 3004);
+  EXPECT_EQ(answered(R"({"ok":"no","upload_token":"sesame"})").error->code, 3004);
+  EXPECT_EQ(answered(R"({"ok":"0","upload_token":"sesame"})").error->code, 3004);
 }
 
 TEST_F(CentralArchiveToken, AnInvalidAddressFailsAtOnce) {
@@ -143,6 +177,19 @@ TEST_F(CentralArchiveToken, ATextThatIsNotUnicodeFailsAtOnce) {
   EXPECT_EQ(reply.error->code, 3852);
   EXPECT_THAT(log_.messages(), ElementsAre("error: Could not encode upload token request."));
   EXPECT_THAT(log_.lines(), IsEmpty());
+  EXPECT_THAT(session_.requests(), IsEmpty());
+}
+
+TEST_F(CentralArchiveToken, ARepositoryThatIsNotUnicodeFailsAtOnce) {
+  std::optional<Error> failure;
+  client_.requestUploadTokenForRepositoryURL("https://\xFF.example/", "APT", 3,
+                                             [&failure](const auto& token, auto error) {
+                                               EXPECT_EQ(token, std::nullopt);
+                                               failure = std::move(error);
+                                             });
+  ASSERT_TRUE(failure) << "at once";
+  EXPECT_EQ(failure->code, 3852);
+  EXPECT_THAT(log_.reports(), ElementsAre("error: Could not encode upload token request."));
   EXPECT_THAT(session_.requests(), IsEmpty());
 }
 
@@ -175,7 +222,7 @@ TEST_F(CentralArchiveToken, ValidJSONOtherThanAnObjectIsNeitherTokenNorError) {
 }
 
 TEST_F(CentralArchiveToken, ARefusalWithoutATextIsError3004) {
-  expectFailure(answered(R"({"ok":false,"upload_token":"t"})"),
+  expectFailure(answered(R"({"ok":false,"upload_token":"sesame"})"),
                 archiveError(3004, "Upload token request failed."),
                 "Upload token API error: Upload token request failed.");
 }
@@ -209,7 +256,7 @@ TEST_F(CentralArchiveToken, NothingIsNone) {
 }
 
 TEST_F(CentralArchiveToken, AListIsNone) {
-  expectNoToken(R"({"ok":true,"upload_token":["t"]})");
+  expectNoToken(R"({"ok":true,"upload_token":["sesame"]})");
 }
 
 }  // namespace

@@ -197,7 +197,7 @@ TEST_F(CentralArchiveUpload, UnderASecretThatNoFieldCanCarryIsNotConfigured) {
 }
 
 TEST_F(CentralArchiveUpload, UnderATokenNeedsNoSecretThatCanBeSent) {
-  client_.setApiSecret("a\nb");
+  client_.setApiSecret("sesame\nb");
   client_.setUploadToken(kToken);
   EXPECT_TRUE(answered(R"({"ok":true})").value);
   EXPECT_THAT(credentials(), ElementsAre("X-Upload-Token: " + std::string(kToken)));
@@ -226,6 +226,20 @@ TEST_F(CentralArchiveUpload, NamesAreWrittenAsTheyAre) {
   EXPECT_TRUE(upload(client_, folder_.write(name, "x")).value);
   EXPECT_NE(session_.requests().at(0).body->find("; filename=\"" + name + "\"\r\n"),
             std::string::npos);
+}
+
+TEST_F(CentralArchiveUpload, TextsThatAreNotUTF8AreWrittenAsTheyAre) {
+  package_.setVersion("1.\xFF");
+  package_.setDisplayName("\xED\xA0\x80");
+  const std::string name = "t\xF6ol.deb";
+  session_.answerNext({200, R"({"ok":true})"});
+  EXPECT_TRUE(upload(client_, folder_.write(name, "x")).value);
+  const std::string body = session_.requests().at(0).body.value();
+  for (const std::string part :
+       {"name=\"version\"\r\n\r\n1.\xFF\r\n", "name=\"name\"\r\n\r\n\xED\xA0\x80\r\n",
+        "name=\"filename\"\r\n\r\nt\xF6ol.deb\r\n", "; filename=\"t\xF6ol.deb\"\r\n"}) {
+    EXPECT_NE(body.find(part), std::string::npos) << part;
+  }
 }
 
 TEST_F(CentralArchiveUpload, WithoutTokenAndSecretFailsBeforeTheFileIsRead) {

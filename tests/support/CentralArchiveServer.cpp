@@ -214,7 +214,7 @@ ArchiveRequest readArchiveRequest(LoopbackRequest request) {
 CentralArchiveServer::CentralArchiveServer() {
   server_.onAnyOther(refuse("another address"));
   answer("check_repo.php", respond(200, R"({"ok":true,"missing_packages":[]})"));
-  answer("request_upload_token.php", respond(200, R"({"ok":true,"upload_token":"a-token"})"));
+  answer("request_upload_token.php", respond(200, R"({"ok":true,"upload_token":"a-sesame"})"));
   answer("upload_package.php", respond(200, R"({"ok":true})"));
 }
 
