@@ -15,8 +15,8 @@ class Bundle {
   static Bundle mainBundle();
 
   // The information property list: Info.plist in the folder above for a program in a folder
-  // "Contents/MacOS", else beside the program. It need not exist. "" where the program's own path is
-  // unknown or not absolute; such a bundle says nothing.
+  // "Contents/MacOS", else beside the program. It need not exist. "" where the program's own path
+  // is unknown or not absolute; such a bundle says nothing.
   const std::string& infoPath() const { return infoPath_; }
 
   // What that list says under a key, in its text form; "" where it says nothing.
