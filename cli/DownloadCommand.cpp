@@ -12,6 +12,7 @@
 #include "cli/ExitStatus.h"
 #include "cli/Json.h"
 #include "cli/ProgressBar.h"
+#include "download/DownloadCounters.h"
 #include "download/DownloadQueueManager.h"
 #include "download/RepositoryMetadataArchiver.h"
 #include "platform/RunLoop.h"
@@ -21,15 +22,6 @@ namespace tolvane {
 namespace {
 
 using PackageList = std::vector<PackageEntry>;
-
-struct Counters {
-  std::uint64_t downloaded = 0;
-  std::uint64_t verified = 0;
-  std::uint64_t failed = 0;
-  std::uint64_t validationFailed = 0;
-  std::uint64_t skipped = 0;
-  std::uint64_t alreadyPresent = 0;
-};
 
 // The factory for sessions with another limit of connections to one host.
 URLSessionFactory limitedTo(int connections, URLSessionFactory factory) {
@@ -57,18 +49,11 @@ bool hasPackage(const PackageList& packages, std::string_view identifier) {
   });
 }
 
-// Everything but the head of a run's last text.
-std::string summary(const Counters& counters) {
-  return fmt::format("Downloaded: {}  Verified: {}  Failed: {}  Validation failed: {}  Skipped: {}",
-                     counters.downloaded, counters.verified, counters.failed,
-                     counters.validationFailed, counters.skipped);
-}
-
-nlohmann::ordered_json jsonObject(const Counters& counters) {
+nlohmann::ordered_json jsonObject(const DownloadCounters& counters, std::uint64_t alreadyPresent) {
   return {
       {"downloaded", counters.downloaded}, {"verified", counters.verified},
       {"failed", counters.failed},         {"validationFailed", counters.validationFailed},
-      {"skipped", counters.skipped},       {"alreadyPresent", counters.alreadyPresent},
+      {"skipped", counters.skipped},       {"alreadyPresent", alreadyPresent},
   };
 }
 
@@ -86,14 +71,14 @@ class Download {
 
   int downloadMissing(const PackageList& packages) {
     const PackageList missing = queue_.missingPackagesFromPackages(packages, options_.folder);
-    counters_.alreadyPresent = packages.size() - missing.size();
+    alreadyPresent_ = packages.size() - missing.size();
     const std::string scan =
-        fmt::format("Missing: {}   Already present: {}", missing.size(), counters_.alreadyPresent);
+        fmt::format("Missing: {}   Already present: {}", missing.size(), alreadyPresent_);
     if (missing.empty()) return finish(scan);
     console_.append(scan, "info");
     run(missing, "Downloading missing");
-    return finish(fmt::format("Finished missing. {}  Already present: {}", summary(counters_),
-                              counters_.alreadyPresent));
+    return finish(fmt::format("Finished missing. {}  Already present: {}", summaryText(counters_),
+                              alreadyPresent_));
   }
 
   int downloadNamed(const PackageList& packages) {
@@ -102,7 +87,7 @@ class Download {
       if (!hasPackage(named, identifier)) fail("No such package: " + identifier);
     }
     run(named, "Downloading");
-    return finish("Finished. " + summary(counters_));
+    return finish("Finished. " + summaryText(counters_));
   }
 
  private:
@@ -112,17 +97,12 @@ class Download {
                                              std::uint64_t verified,
                                              std::uint64_t validationFailed) {
       console_.showStatus(fmt::format(
-          "{}  {} {} / {}   Verified: {}   Failed: {}   Validation failed: {}   Skipped: {}",
-          progressBar(completed, total), action, completed, total, verified, failed,
-          validationFailed, skipped));
+          "{}  {} {}", progressBar(completed, total), action,
+          progressText(completed, total, {0, verified, failed, validationFailed, skipped})));
     };
     const auto end = [this](std::uint64_t downloaded, std::uint64_t failed, std::uint64_t skipped,
                             std::uint64_t verified, std::uint64_t validationFailed) {
-      counters_.downloaded = downloaded;
-      counters_.verified = verified;
-      counters_.failed = failed;
-      counters_.validationFailed = validationFailed;
-      counters_.skipped = skipped;
+      counters_ = {downloaded, verified, failed, validationFailed, skipped};
       mainQueue_.quit();
     };
     queue_.downloadPackages(packages, repositoryURL_, options_.folder, showProgress, end);
@@ -152,7 +132,7 @@ class Download {
   }
 
   int finish(const std::string& text) {
-    output_ << (options_.json ? jsonText(jsonObject(counters_)) : text) << '\n';
+    output_ << (options_.json ? jsonText(jsonObject(counters_, alreadyPresent_)) : text) << '\n';
     return hasFailed_ || counters_.failed > 0 ? kExitFailed : kExitDone;
   }
 
@@ -163,7 +143,8 @@ class Download {
   RunLoop mainQueue_;
   URLSessionFactory sessionFactory_;
   DownloadQueueManager queue_;
-  Counters counters_;
+  DownloadCounters counters_;
+  std::uint64_t alreadyPresent_ = 0;
   bool hasFailed_ = false;  // beside the packages that are counted
 };
 

@@ -10,6 +10,7 @@
 #include <string_view>
 #include <utility>
 
+#include "download/DownloadCounters.h"
 #include "model/CrawlerLogger.h"
 #include "platform/DispatchGroup.h"
 #include "platform/File.h"
@@ -21,14 +22,6 @@ namespace {
 
 constexpr long kDefaultWidth = 5;
 
-struct Counters {
-  std::uint64_t downloaded = 0;
-  std::uint64_t verified = 0;
-  std::uint64_t failed = 0;
-  std::uint64_t validationFailed = 0;
-  std::uint64_t skipped = 0;
-};
-
 // What a run counts, with the run's lock.
 class Tally {
  public:
@@ -39,14 +32,14 @@ class Tally {
     change(counters_);
   }
 
-  Counters read() const {
+  DownloadCounters read() const {
     const std::lock_guard lock(mutex_);
     return counters_;
   }
 
  private:
   mutable std::mutex mutex_;
-  Counters counters_;
+  DownloadCounters counters_;
 };
 
 std::string_view firstNonEmpty(std::initializer_list<std::string_view> texts) {
@@ -62,12 +55,8 @@ bool isValidationFailure(const Error& error) {
 }
 
 void finishRun(const Tally& tally, const DownloadQueueManager::Completion& completion) {
-  const Counters counters = tally.read();
-  CrawlerLogger::logInfo(
-      fmt::format("Download queue finished. Downloaded: {}  Verified: {}  Failed: {}  "
-                  "Validation failed: {}  Skipped: {}",
-                  counters.downloaded, counters.verified, counters.failed,
-                  counters.validationFailed, counters.skipped));
+  const DownloadCounters counters = tally.read();
+  CrawlerLogger::logInfo("Download queue finished. " + summaryText(counters));
   if (completion) {
     completion(counters.downloaded, counters.failed, counters.skipped, counters.verified,
                counters.validationFailed);
@@ -122,13 +111,13 @@ struct DownloadQueueManager::Run : std::enable_shared_from_this<Run> {
 
 void DownloadQueueManager::Run::performStep(std::size_t index) {
   if (shared->cancelled) {
-    return settle([](Counters& counters) { ++counters.skipped; });
+    return settle([](DownloadCounters& counters) { ++counters.skipped; });
   }
   const PackageEntry& package = packages[index];
   const std::string name = localFilenameForPackage(package);
   if (fileExists(joinPath(destinationPath, name))) {
     CrawlerLogger::logSuccess(fmt::format("Skipped existing file: {}", name));
-    return settle([](Counters& counters) { ++counters.skipped; });
+    return settle([](DownloadCounters& counters) { ++counters.skipped; });
   }
   if (package.installer4Package()) {
     startInstaller4Download(index);
@@ -159,7 +148,7 @@ void DownloadQueueManager::Run::startInstaller4Download(std::size_t index) {
 void DownloadQueueManager::Run::endDownload(const PackageEntry& package, bool success,
                                             const std::optional<std::string>& localPath,
                                             const std::optional<Error>& error) {
-  settle([&](Counters& counters) {
+  settle([&](DownloadCounters& counters) {
     if (success) {
       ++counters.downloaded;
       ++counters.verified;
@@ -180,7 +169,7 @@ void DownloadQueueManager::Run::endDownload(const PackageEntry& package, bool su
 void DownloadQueueManager::Run::endInstaller4Download(const PackageEntry& package, bool success,
                                                       bool verified, bool validationFailed,
                                                       const std::optional<Error>& error) {
-  settle([&](Counters& counters) {
+  settle([&](DownloadCounters& counters) {
     if (success) {
       ++counters.downloaded;
       if (verified) ++counters.verified;
@@ -207,7 +196,7 @@ void DownloadQueueManager::Run::settle(Change change) {
 void DownloadQueueManager::Run::postProgress() {
   if (!progress) return;
   mainQueue.post([run = shared_from_this()] {
-    const Counters now = run->tally->read();
+    const DownloadCounters now = run->tally->read();
     run->progress(now.downloaded + now.failed + now.skipped, run->packages.size(), now.failed,
                   now.skipped, now.verified, now.validationFailed);
   });

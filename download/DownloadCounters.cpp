@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: MIT
+#include "download/DownloadCounters.h"
+
+#include <fmt/format.h>
+
+namespace tolvane {
+
+std::string summaryText(const DownloadCounters& counters) {
+  return fmt::format("Downloaded: {}  Verified: {}  Failed: {}  Validation failed: {}  Skipped: {}",
+                     counters.downloaded, counters.verified, counters.failed,
+                     counters.validationFailed, counters.skipped);
+}
+
+std::string progressText(std::uint64_t completed, std::uint64_t total,
+                         const DownloadCounters& counters) {
+  return fmt::format("{} / {}   Verified: {}   Failed: {}   Validation failed: {}   Skipped: {}",
+                     completed, total, counters.verified, counters.failed,
+                     counters.validationFailed, counters.skipped);
+}
+
+}  // namespace tolvane

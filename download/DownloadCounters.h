@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace tolvane {
+
+// What a download run counts. Each package ends as exactly one of downloaded, failed and skipped.
+struct DownloadCounters {
+  std::uint64_t downloaded = 0;
+  std::uint64_t verified = 0;
+  std::uint64_t failed = 0;
+  std::uint64_t validationFailed = 0;
+  std::uint64_t skipped = 0;
+
+  // Skipped files are no errors.
+  bool hasErrors() const { return failed > 0 || validationFailed > 0; }
+};
+
+// "Downloaded: 1  Verified: 1  Failed: 0  Validation failed: 0  Skipped: 0"
+std::string summaryText(const DownloadCounters& counters);
+
+// "2 / 7   Verified: 1   Failed: 0   Validation failed: 0   Skipped: 1"
+std::string progressText(std::uint64_t completed, std::uint64_t total,
+                         const DownloadCounters& counters);
+
+}  // namespace tolvane
