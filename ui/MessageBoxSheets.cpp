@@ -6,6 +6,7 @@
 #include <QPushButton>
 #include <utility>
 
+#include "ui/FolderDialog.h"
 #include "ui/Strings.h"
 
 namespace tolvane {
@@ -57,6 +58,11 @@ void MessageBoxSheets::beginAlert(QWidget* window, const Alert& alert, Answered 
     answered(answerOf(*box, alert));
   });
   box->open();
+}
+
+void MessageBoxSheets::beginFolderPanel(QWidget* window, const FolderPanel& panel,
+                                        FolderChosen chosen) {
+  openFolderDialog(window, panel, std::move(chosen));
 }
 
 }  // namespace tolvane

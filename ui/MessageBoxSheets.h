@@ -14,10 +14,11 @@ void fillMessageBox(QMessageBox& box, const Alert& alert);
 // The index of the button that was pressed; the last one where the box was closed in another way.
 std::size_t answerOf(const QMessageBox& box, const Alert& alert);
 
-// Sheets as window-modal message boxes.
+// Sheets as window-modal dialogs of the toolkit.
 class MessageBoxSheets : public Sheets {
  public:
   void beginAlert(QWidget* window, const Alert& alert, Answered answered) override;
+  void beginFolderPanel(QWidget* window, const FolderPanel& panel, FolderChosen chosen) override;
 };
 
 }  // namespace tolvane

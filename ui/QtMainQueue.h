@@ -2,6 +2,8 @@
 #pragma once
 
 #include <QObject>
+#include <deque>
+#include <mutex>
 
 #include "platform/MainQueue.h"
 
@@ -9,12 +11,23 @@ namespace tolvane {
 
 // The main queue as Qt's event loop runs it. To be made on the main thread; tasks that wait when it
 // goes are dropped.
-class QtMainQueue : public MainQueue {
+//
+// Tasks run for a few milliseconds at a time, and in between the loop turns to keys, clicks and
+// painting: a run over thousands of packages posts faster than a window can show, and events that
+// are posted to a loop come before all others.
+class QtMainQueue : public QObject, public MainQueue {
+  Q_OBJECT
+
  public:
   void post(Task task) override;
 
  private:
-  QObject receiver_;
+  Task takeFirst();
+  void runForAWhile();
+
+  std::mutex mutex_;
+  std::deque<Task> tasks_;
+  bool isAwake_ = false;  // somebody will look at the tasks
 };
 
 }  // namespace tolvane

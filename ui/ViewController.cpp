@@ -2,9 +2,11 @@
 #include "ui/ViewController.h"
 
 #include <QEvent>
+#include <nlohmann/json.hpp>
 #include <utility>
 
-#include "model/CrawlerLogger.h"
+#include "archive_client/CentralArchiveClient.h"
+#include "archive_client/CentralArchiveConfiguration.h"
 #include "platform/SystemLog.h"
 
 namespace tolvane {
@@ -12,12 +14,12 @@ namespace tolvane {
 ViewController::ViewController(MainQueue& mainQueue, Sheets& sheets,
                                const URLSessionFactory& sessionFactory, QWidget* parent)
     : QWidget(parent), mainQueue_(mainQueue), sheets_(sheets) {
+  setAcceptDrops(true);
   viewDidLoad(sessionFactory);
 }
 
 ViewController::~ViewController() {
   logToken_.reset();
-  lifetime_.reset();
   // The controls read the controller's lists, so they go first, and quietly.
   for (QWidget* const control : findChildren<QWidget*>()) control->disconnect(this);
   qDeleteAll(findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly));
@@ -25,12 +27,7 @@ ViewController::~ViewController() {
 
 void ViewController::viewDidLoad(const URLSessionFactory& sessionFactory) {
   SystemLog::write("[UI] viewDidLoad");
-  lifetime_ = std::make_shared<Lifetime>(Lifetime{this});
-  logToken_ = NotificationCenter::defaultCenter().addObserver(
-      CrawlerLoggerDidLogMessageNotification,
-      [&queue = mainQueue_, receiver = std::weak_ptr(lifetime_)](const UserInfo& userInfo) {
-        crawlerLoggerDidLogMessage(queue, receiver, userInfo);
-      });
+  observeCrawlerLogger();
   fetcher_ = std::make_unique<RepositoryFetcher>(sessionFactory);
   queueManager_ = std::make_unique<DownloadQueueManager>(mainQueue_, sessionFactory);
   metadataArchiver_ = std::make_unique<RepositoryMetadataArchiver>(mainQueue_, sessionFactory);

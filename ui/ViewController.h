@@ -9,10 +9,12 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "archive_client/CentralArchiveClient.h"
 #include "archive_client/CentralArchiveConfiguration.h"
+#include "download/DownloadCounters.h"
 #include "download/DownloadQueueManager.h"
 #include "download/RepositoryMetadataArchiver.h"
 #include "model/PackageEntry.h"
@@ -22,6 +24,8 @@
 #include "platform/URLSession.h"
 #include "repository/RepositoryFetcher.h"
 #include "ui/ConsoleMessage.h"
+#include "ui/DownloadTexts.h"
+#include "ui/Lifetime.h"
 #include "ui/LongText.h"
 #include "ui/MainWindowControls.h"
 #include "ui/PackageKeys.h"
@@ -53,8 +57,12 @@ class ViewController : public QWidget {
   const PackageKeys& selectedPackageKeys() const { return selectedPackageKeys_; }
   const ConsoleMessages& consoleMessages() const { return consoleMessages_; }
   const std::optional<URL>& currentRepositoryURL() const { return currentRepositoryURL_; }
-
-  const CentralArchiveClient& centralArchiveClient() const { return *centralArchiveClient_; }
+  // Of the last check that succeeded, as the central archive sent them.
+  const CentralArchiveClient::MissingPackages& lastMissingArchivePackages() const {
+    return lastMissingArchivePackages_;
+  }
+  CentralArchiveClient& centralArchiveClient() const { return *centralArchiveClient_; }
+  DownloadQueueManager& queueManager() const { return *queueManager_; }
 
   // As the program's configuration has it now; "" where it has none.
   static std::string centralArchiveAPISecret() { return tolvane::centralArchiveAPISecret(); }
@@ -104,23 +112,43 @@ class ViewController : public QWidget {
   void hideProgressIndicatorAfterDelay(double seconds);
 
   // Fetch.
+  void fetchButtonClicked();
+  void fetchRepositoryURL(const URL& url, bool allowHTTPFallback);
   void loadPackagesIntoUI(PackageList packages, const std::optional<URL>& repositoryURL);
+  void clearRepositoryStateWithStatus(std::string_view status);
+  static std::optional<URL> HTTPURLFromHTTPSURL(const URL& url);
+  void askToRetryWithHTTPURL(const URL& httpURL, const Error& originalError);
+
+  // Download.
+  void downloadSelectedButtonClicked();
+  void downloadMissingButtonClicked();
+  void chooseFolderThenDownloadPackages(PackageList packages);
+  void cancelDownloadsButtonClicked();
+  void showDownloadErrorAlertWithMessage(const std::optional<std::string>& message);
+  static std::string filesystemSafeString(std::string_view text);
+
+  // Archive.
+  void checkCentralArchiveButtonClicked();
+  void startArchiveMissingPackagesWorkflow();
+  PackageList packagesForMissingArchiveEntries() const;
+  static std::string centralArchiveTemporaryFolder();
+  void beginArchiveUploadWorkflow();
+  // Uploads the package at the index and, once its outcome is known, those after it.
+  void uploadArchivedPackages(const std::shared_ptr<const PackageList>& packages,
+                              const std::string& folder, std::size_t index,
+                              std::uint64_t successful, std::uint64_t failed);
 
  protected:
   void changeEvent(QEvent* event) override;
+  void dragEnterEvent(QDragEnterEvent* event) override;
+  void dropEvent(QDropEvent* event) override;
   void resizeEvent(QResizeEvent* event) override;
   void showEvent(QShowEvent* event) override;
 
  private:
-  struct Lifetime {
-    ViewController* controller;
-  };
-
   void viewDidLoad(const URLSessionFactory& sessionFactory);
   void viewDidLayout();
-  static void crawlerLoggerDidLogMessage(MainQueue& mainQueue,
-                                         const std::weak_ptr<Lifetime>& receiver,
-                                         const UserInfo& userInfo);
+  void observeCrawlerLogger();
 
   void buildInterface();
   void buildToolbar();
@@ -142,6 +170,43 @@ class ViewController : public QWidget {
   void showNoDetails();
   void copyDetails(int row);
 
+  // The status line, and the same with a line in the console.
+  void setStatus(std::string_view text);
+  void report(std::string_view text, std::string_view type);
+
+  std::optional<std::string> selectedRepositoryType() const;
+  std::string archiveRepositoryType() const;
+  void fetchDidComplete(const URL& url, bool allowHTTPFallback, std::optional<PackageList> packages,
+                        const std::optional<Error>& error);
+
+  // A run of the download queue, and what all workflows do at its start and its end.
+  using ShowProgress = std::function<void(std::uint64_t completed, std::uint64_t total,
+                                          const DownloadCounters& counters)>;
+  using FinishRun = std::function<void(const DownloadCounters& counters)>;
+  void setDownloading(bool downloading);
+  void runQueue(const PackageList& packages, const std::string& folder, ShowProgress showProgress,
+                FinishRun finish);
+  void startDownloadRun(const PackageList& packages, ChosenFolder folder,
+                        const DownloadTexts& texts);
+  FolderPanel folderPanel(std::string prompt, std::string message);
+  void finishDownloadRun(const DownloadTexts& texts, const DownloadCounters& counters);
+  void showCompletedRun(bool success);
+  void saveMetadata(const std::string& folder);
+  void downloadMissingInto(ChosenFolder folder);
+
+  void archiveCheckDidComplete(CentralArchiveClient::MissingPackages missing,
+                               const std::optional<Error>& error);
+  void uploadTokenDidArrive(const std::optional<std::string>& token,
+                            const std::optional<Error>& error);
+  void downloadForArchive(const PackageList& packages, const std::string& folder);
+  void archiveDownloadsDidFinish(const DownloadCounters& counters, const std::string& folder);
+  void uploadArchivedPackage(const std::shared_ptr<const PackageList>& packages,
+                             const std::string& folder, std::size_t index, std::uint64_t successful,
+                             std::uint64_t failed);
+  void reportUpload(const std::string& name, const std::string& path, bool uploaded,
+                    const std::optional<Error>& error);
+  void finishUploads(std::uint64_t successful, std::uint64_t failed);
+
   MainQueue& mainQueue_;
   Sheets& sheets_;
   MainWindowControls controls_;
@@ -157,6 +222,8 @@ class ViewController : public QWidget {
   std::unique_ptr<DownloadQueueManager> queueManager_;
   std::unique_ptr<RepositoryMetadataArchiver> metadataArchiver_;
   std::unique_ptr<CentralArchiveClient> centralArchiveClient_;
+  CentralArchiveClient::MissingPackages lastMissingArchivePackages_;
+  std::string offeredFolder_;  // dropped on the window, for the next folder panel
 
   PackageTableModel* tableModel_ = nullptr;
   QAction* focusURLAction_ = nullptr;
@@ -164,8 +231,7 @@ class ViewController : public QWidget {
   QAction* fetchAction_ = nullptr;
   std::vector<QAction*> sortActions_;
 
-  // What other threads hold of the controller, so that it may go while they report.
-  std::shared_ptr<Lifetime> lifetime_;
+  Lifetime lifetime_;
   NotificationCenter::Token logToken_;
 };
 

@@ -3,7 +3,9 @@
 #include <chrono>
 #include <ctime>
 #include <fmt/chrono.h>
+#include <utility>
 
+#include "model/CrawlerLogger.h"
 #include "ui/ViewController.h"
 
 // The console and the progress bar.
@@ -22,16 +24,17 @@ std::string entryOr(const UserInfo& userInfo, const std::string& key, const char
 
 }  // namespace
 
-// On any thread; the controller may be gone by the time the main queue gets there.
-void ViewController::crawlerLoggerDidLogMessage(MainQueue& mainQueue,
-                                                const std::weak_ptr<Lifetime>& receiver,
-                                                const UserInfo& userInfo) {
-  mainQueue.post([receiver, message = entryOr(userInfo, "message", ""),
-                  type = entryOr(userInfo, "type", "info")] {
-    if (const auto lifetime = receiver.lock()) {
-      lifetime->controller->appendConsoleMessage(message, type);
-    }
-  });
+// Messages come on any thread.
+void ViewController::observeCrawlerLogger() {
+  auto append =
+      lifetime_.guardOn(mainQueue_, [this](const std::string& text, const std::string& type) {
+        appendConsoleMessage(text, type);
+      });
+  logToken_ = NotificationCenter::defaultCenter().addObserver(
+      CrawlerLoggerDidLogMessageNotification,
+      [append = std::move(append)](const UserInfo& userInfo) {
+        append(entryOr(userInfo, "message", ""), entryOr(userInfo, "type", "info"));
+      });
 }
 
 void ViewController::appendConsoleMessage(std::optional<std::string_view> text,

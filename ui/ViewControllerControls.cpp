@@ -171,6 +171,16 @@ void ViewController::buildConsole() {
 
 void ViewController::connectControls() {
   const MainWindowControls& c = controls_;
+  connect(c.repoURLField, &QLineEdit::returnPressed, this, &ViewController::fetchButtonClicked);
+  connect(c.fetchButton, &QPushButton::clicked, this, &ViewController::fetchButtonClicked);
+  connect(c.downloadSelectedButton, &QPushButton::clicked, this,
+          &ViewController::downloadSelectedButtonClicked);
+  connect(c.downloadMissingButton, &QPushButton::clicked, this,
+          &ViewController::downloadMissingButtonClicked);
+  connect(c.checkArchiveButton, &QPushButton::clicked, this,
+          &ViewController::checkCentralArchiveButtonClicked);
+  connect(c.cancelDownloadsButton, &QPushButton::clicked, this,
+          &ViewController::cancelDownloadsButtonClicked);
   connect(c.selectAllButton, &CheckBox::clicked, this, &ViewController::selectAllButtonClicked);
   connect(c.archiveMetadataInfoButton, &InfoButton::clicked, this,
           &ViewController::archiveMetadataInfoButtonClicked);

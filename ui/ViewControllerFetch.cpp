@@ -3,11 +3,85 @@
 #include <utility>
 
 #include "platform/SystemLog.h"
+#include "platform/Text.h"
 #include "ui/Strings.h"
 #include "ui/ViewController.h"
 
-// Loading a repository into the window.
+// Loading a repository into the window, over plain HTTP where HTTPS fails.
 namespace tolvane {
+
+namespace {
+
+constexpr const char* kNotFetched = "Could not fetch repository.";
+
+std::string_view statusOfFetch(std::string_view type) {
+  if (type == kInstaller4Choice) return "Fetching Installer 4 repository...";
+  if (type == kAutoDetectChoice) return "Auto-detecting repository type...";
+  return "Fetching Packages file...";
+}
+
+}  // namespace
+
+void ViewController::fetchButtonClicked() {
+  const std::string entered = toText(controls_.repoURLField->text());
+  const std::string text(trimWhitespaceAndNewlines(entered));
+  const std::string type = selectedRepositoryType().value_or("Unknown");
+  SystemLog::write("[UI] Repository Fetch Started");
+  appendConsoleMessage("Repository Fetch Started", "info");
+  SystemLog::write("[UI] URL entered: {}", text);
+  appendConsoleMessage("Fetching " + text, "info");
+  SystemLog::write("[UI] Repository type selected: {}", type);
+  appendConsoleMessage("Repository type: " + type, "info");
+  if (text.empty()) return report("Please enter a repository URL.", "error");
+  const auto url = URL::parse(text);
+  if (!url || url->scheme().empty() || url->host().empty()) {
+    return report("Invalid repository URL.", "error");
+  }
+  fetchRepositoryURL(*url, true);
+}
+
+void ViewController::fetchRepositoryURL(const URL& url, bool allowHTTPFallback) {
+  currentRepositoryURL_ = url;
+  controls_.fetchButton->setEnabled(false);
+  const std::string type = selectedRepositoryType().value_or(std::string(kAPTChoice));
+  const std::string_view status = statusOfFetch(type);
+  setStatus(status);
+  showIndeterminateProgress();
+  appendConsoleMessage(status, "info");
+  auto completed = lifetime_.guardOn(
+      mainQueue_, [this, url, allowHTTPFallback](std::optional<PackageList> packages,
+                                                 const std::optional<Error>& error) {
+        fetchDidComplete(url, allowHTTPFallback, std::move(packages), error);
+      });
+  fetcher_->fetchPackagesOfChosenKind(
+      type, url,
+      [completed = std::move(completed)](std::optional<PackageList> packages,
+                                         std::optional<Error> error) {
+        SystemLog::write("[UI] Fetch completed. packages={} error={}",
+                         packages ? packages->size() : 0, describe(error));
+        completed(std::move(packages), std::move(error));
+      });
+}
+
+void ViewController::fetchDidComplete(const URL& url, bool allowHTTPFallback,
+                                      std::optional<PackageList> packages,
+                                      const std::optional<Error>& error) {
+  controls_.fetchButton->setEnabled(true);
+  if (!error) {
+    PackageList list = std::move(packages).value_or(PackageList());
+    appendConsoleMessage(fmt::format("Fetched {} package(s).", list.size()), "success");
+    return loadPackagesIntoUI(std::move(list), url);
+  }
+  SystemLog::write("[UI] Error: {}", describe(error));
+  appendConsoleMessage(descriptionOr(error, "Repository fetch failed."), "error");
+  const auto httpURL = allowHTTPFallback ? HTTPURLFromHTTPSURL(url) : std::nullopt;
+  hideProgressIndicator();
+  if (httpURL) {
+    askToRetryWithHTTPURL(*httpURL, *error);
+  } else {
+    clearRepositoryStateWithStatus(descriptionOr(error, kNotFetched));
+  }
+}
 
 void ViewController::loadPackagesIntoUI(PackageList packages,
                                         const std::optional<URL>& repositoryURL) {
@@ -24,11 +98,56 @@ void ViewController::loadPackagesIntoUI(PackageList packages,
   controls_.selectAllButton->setChecked(false);
   controls_.searchField->empty();
   selectedPackageKeys_.clear();
-  controls_.statusLabel->setText(toQString(fmt::format("Found {} packages.", packages_.size())));
+  setStatus(fmt::format("Found {} packages.", packages_.size()));
   controls_.tableView->reload();
   updateStatsLabel();
   showNoDetails();
   hideProgressIndicator();
+}
+
+void ViewController::clearRepositoryStateWithStatus(std::string_view status) {
+  setStatus(status);
+  packages_.clear();
+  allPackages_.clear();
+  controls_.downloadSelectedButton->setEnabled(false);
+  controls_.downloadMissingButton->setEnabled(false);
+  controls_.checkArchiveButton->setEnabled(false);
+  controls_.selectAllButton->setEnabled(false);
+  controls_.selectAllButton->setChecked(false);
+  selectedPackageKeys_.clear();
+  currentRepositoryURL_.reset();
+  controls_.tableView->reload();
+  controls_.statsLabel->setText(QStringLiteral("No repository loaded."));
+  controls_.searchField->empty();
+  controls_.searchField->setEnabled(false);
+  showNoDetails();
+  hideProgressIndicator();
+}
+
+std::optional<URL> ViewController::HTTPURLFromHTTPSURL(const URL& url) {
+  if (!equalsIgnoringASCIICase(url.scheme(), "https")) return std::nullopt;
+  return URL::parse("http" + url.absoluteString().substr(url.scheme().size()));
+}
+
+void ViewController::askToRetryWithHTTPURL(const URL& httpURL, const Error& originalError) {
+  const std::string& address = httpURL.absoluteString();
+  appendConsoleMessage("HTTPS failed. HTTP fallback available: " + address, "warning");
+  sheets_.beginAlert(
+      window(),
+      {"HTTPS fetch failed",
+       "This repository could not be loaded over HTTPS. Some older Cydia repositories only support "
+       "plain HTTP.\n\nWould you like to try this URL instead?\n" +
+           address,
+       {"Try HTTP", "Cancel"}},
+      lifetime_.guard([this, httpURL, originalError](std::size_t button) {
+        if (button != 0) {
+          appendConsoleMessage("User cancelled HTTP fallback.", "warning");
+          return clearRepositoryStateWithStatus(descriptionOr(originalError, kNotFetched));
+        }
+        appendConsoleMessage("User accepted HTTP fallback.", "warning");
+        controls_.repoURLField->setText(toQString(httpURL.absoluteString()));
+        fetchRepositoryURL(httpURL, false);
+      }));
 }
 
 }  // namespace tolvane

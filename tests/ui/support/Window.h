@@ -35,7 +35,18 @@ class ScriptedSheets : public Sheets {
     shown.push_back({window, alert, std::move(answered)});
   }
 
+  void beginFolderPanel(QWidget* window, const FolderPanel& panel, FolderChosen chosen) override {
+    panels.push_back({window, panel, std::move(chosen)});
+  }
+
+  struct Panel {
+    QWidget* window;
+    FolderPanel panel;
+    FolderChosen chosen;
+  };
+
   std::vector<Sheet> shown;
+  std::vector<Panel> panels;
 };
 
 // A controller as it stands in the window: 1030 x 614 unless a test says otherwise.

@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <memory>
+#include <utility>
+
+#include "platform/MainQueue.h"
+
+namespace tolvane {
+
+// Belongs to an object of the main thread, and keeps completions that come after its end from
+// touching it.
+class Lifetime {
+ public:
+  // The action, which does nothing any more once the owner is gone. To be called on the main
+  // thread.
+  template <typename Action>
+  auto guard(Action action) const {
+    return [owner = std::weak_ptr<void>(alive_),
+            action = std::move(action)](auto&&... arguments) mutable {
+      if (!owner.expired()) action(std::forward<decltype(arguments)>(arguments)...);
+    };
+  }
+
+  // The same for what completes on any thread: the action runs later, on the main queue, which
+  // outlives the owner.
+  template <typename Action>
+  auto guardOn(MainQueue& queue, Action action) const {
+    return [&queue, action = guard(std::move(action))](auto... arguments) {
+      queue.post([action, ... arguments = std::move(arguments)]() mutable {
+        action(std::move(arguments)...);
+      });
+    };
+  }
+
+ private:
+  std::shared_ptr<void> alive_ = std::make_shared<char>();
+};
+
+}  // namespace tolvane
