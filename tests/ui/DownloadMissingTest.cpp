@@ -1,0 +1,226 @@
+// SPDX-License-Identifier: MIT
+#include "tests/ui/support/Workflow.h"
+
+namespace tolvane {
+namespace {
+
+using testing::ElementsAre;
+
+const ServedPackage kA{"a", "bytes of a"};
+const ServedPackage kB{"b", "bytes of b, which are more"};
+const ServedPackage kC{"c", "c"};
+const ServedPackage kBad{"bad", "too short", "1000"};
+
+class DownloadMissing : public Workflow {
+ protected:
+  void runInto(const std::string& path) {
+    press(c.downloadMissingButton);
+    chooseFolder(path);
+    runUntil([&] { return c.fetchButton->isEnabled(); });
+  }
+};
+
+TEST_F(DownloadMissing, IsToldFromTheFirstLineToTheLast) {
+  loadRepository({kA, kB, kC});
+  folder.write("a_1.deb", "whatever");
+  folder.write("c_1.deb", "whatever");
+  Gate gate;
+  server.on("/repo/debs/b_1.deb", heldBy(gate, respond(200, kB.bytes)));
+  press(c.downloadMissingButton);
+  ASSERT_EQ(sheets.panels.size(), 1u);
+  EXPECT_EQ(sheets.panels[0].panel.prompt, "Scan & Download Missing");
+  EXPECT_EQ(sheets.panels[0].panel.message,
+            "Choose the repository archive folder. Existing .deb files will be skipped.");
+  EXPECT_EQ(sheets.panels[0].window, controller.window());
+  chooseFolder(folder.path());
+  EXPECT_THAT(enabledButtons(), ElementsAre("Archive", "Cancel"));
+  EXPECT_EQ(c.progressIndicator->doubleValue(), 0);
+  EXPECT_FALSE(c.progressIndicator->isHidden());
+  gate.open();
+  runUntil([&] { return c.fetchButton->isEnabled(); });
+  EXPECT_THAT(newConsoleLines(),
+              ElementsAre("info: Missing: 1   Already present: 2",
+                          "info: Starting download queue: 1 package(s)",
+                          "info: Downloading: " + address(kB), "success: Verified b_1.deb",
+                          "success: Downloaded and verified: b_1.deb",
+                          "success: Finished missing. Downloaded: 1  Verified: 1  Failed: 0  "
+                          "Validation failed: 0  Skipped: 0  Already present: 2",
+                          "info: Download queue finished. Downloaded: 1  Verified: 1  Failed: 0  "
+                          "Validation failed: 0  Skipped: 0"));
+  EXPECT_THAT(statuses.texts,
+              ElementsAre("Missing: 1   Already present: 2",
+                          "Downloading missing 1 / 1   Verified: 1   Failed: 0   "
+                          "Validation failed: 0   Skipped: 0",
+                          "Finished missing. Downloaded: 1  Verified: 1  Failed: 0  "
+                          "Validation failed: 0  Skipped: 0  Already present: 2"));
+  EXPECT_THAT(enabledButtons(), ElementsAre("Fetch", "Download", "Missing", "Archive"));
+  EXPECT_EQ(folder.read("b_1.deb"), kB.bytes);
+  EXPECT_EQ(folder.read("a_1.deb"), "whatever");
+}
+
+TEST_F(DownloadMissing, ThatFailsIsToldFromTheFirstLineToTheLast) {
+  loadRepository({kA, kBad});
+  folder.write("a_1.deb", "whatever");
+  runInto(folder.path());
+  const std::string mismatch = "Size mismatch for bad. Expected 1000 bytes, got 9 bytes.";
+  EXPECT_THAT(newConsoleLines(),
+              ElementsAre("info: Missing: 1   Already present: 1",
+                          "info: Starting download queue: 1 package(s)",
+                          "info: Downloading: " + address(kBad), "error: " + mismatch,
+                          "error: Download failed: " + mismatch,
+                          "error: Finished missing. Downloaded: 0  Verified: 0  Failed: 1  "
+                          "Validation failed: 1  Skipped: 0  Already present: 1",
+                          "info: Download queue finished. Downloaded: 0  Verified: 0  Failed: 1  "
+                          "Validation failed: 1  Skipped: 0"));
+  EXPECT_THAT(statuses.texts,
+              ElementsAre("Missing: 1   Already present: 1",
+                          "Downloading missing 1 / 1   Verified: 0   Failed: 1   "
+                          "Validation failed: 1   Skipped: 0",
+                          "Finished missing. Downloaded: 0  Verified: 0  Failed: 1  "
+                          "Validation failed: 1  Skipped: 0  Already present: 1"));
+  ASSERT_EQ(sheets.shown.size(), 1u);
+  EXPECT_EQ(sheets.shown[0].alert.messageText, "Download completed with errors");
+  EXPECT_EQ(sheets.shown[0].alert.informativeText,
+            "Downloaded: 0\nVerified: 0\nFailed: 1\nValidation failed: 1\nSkipped: 0\n"
+            "Already present: 1");
+}
+
+TEST_F(DownloadMissing, IntoACompleteFolderSendsNothingAndSavesNoMetadata) {
+  loadRepository({kA, kB});
+  folder.write("a_1.deb", "whatever");
+  folder.write("b_1.deb", "whatever");
+  c.archiveMetadataButton->setChecked(true);
+  const auto requests = server.targets().size();
+  press(c.downloadMissingButton);
+  auto access = std::make_shared<int>();
+  const std::weak_ptr<int> held = access;
+  answerPanel(ChosenFolder{folder.path(), std::move(access)});
+  EXPECT_TRUE(held.expired());
+  EXPECT_THAT(newConsoleLines(),
+              ElementsAre("success: Missing: 0   Already present: 2",
+                          "success: No missing packages found. Local folder is already complete."));
+  EXPECT_THAT(statuses.texts, ElementsAre("Missing: 0   Already present: 2"));
+  EXPECT_THAT(enabledButtons(), ElementsAre("Fetch", "Download", "Missing", "Archive"));
+  EXPECT_TRUE(c.progressIndicator->isHidden());
+  runFor(std::chrono::milliseconds(50));
+  EXPECT_EQ(server.targets().size(), requests);
+  EXPECT_THAT(folder.names(), ElementsAre("a_1.deb", "b_1.deb"));
+}
+
+TEST_F(DownloadMissing, ScansTheWholeRepositoryWhateverIsTickedOrShown) {
+  loadRepository({kA, kB, kC});
+  search("a");
+  controller.packageCheckboxClicked(0, true);
+  runInto(folder.path());
+  EXPECT_THAT(folder.names(), ElementsAre("a_1.deb", "b_1.deb", "c_1.deb"));
+}
+
+TEST_F(DownloadMissing, SavesMetadataBesideThePackagesWhereThatIsOn) {
+  loadRepository({kA});
+  c.archiveMetadataButton->setChecked(true);
+  runInto(folder.path());
+  runUntil([&] { return !systemLines("[UI] Metadata").empty(); });
+  EXPECT_THAT(systemLines("[UI] Metadata"),
+              ElementsAre("[UI] Metadata archived: 1 downloaded, 22 missing/failed"));
+  EXPECT_EQ(folder.read("Packages"), kA.stanza());
+}
+
+TEST_F(DownloadMissing, WithoutPackagesOrWithoutARepositoryIsRefused) {
+  controller.downloadMissingButtonClicked();
+  EXPECT_THAT(newConsoleLines(), ElementsAre("error: No packages loaded."));
+  EXPECT_EQ(status(), "No packages loaded.");
+  controller.loadPackagesIntoUI(makePackages(1), std::nullopt);
+  forgetTexts();
+  press(c.downloadMissingButton);
+  EXPECT_THAT(newConsoleLines(), ElementsAre("error: No repository URL available."));
+  EXPECT_EQ(status(), "No repository URL available.");
+  EXPECT_TRUE(sheets.panels.empty());
+}
+
+TEST_F(DownloadMissing, IsCancelledWithThePanel) {
+  loadRepository({kA});
+  press(c.downloadMissingButton);
+  cancelPanel();
+  EXPECT_THAT(newConsoleLines(), ElementsAre("warning: Download missing cancelled."));
+  EXPECT_EQ(status(), "Download missing cancelled.");
+  EXPECT_THAT(enabledButtons(), ElementsAre("Fetch", "Download", "Missing", "Archive"));
+}
+
+TEST_F(DownloadMissing, RetrievesTheZIPOfAnInstaller4Package) {
+  const std::string index =
+      "<plist><dict><key>packages</key><array><dict><key>identifier</key><string>org.example.a"
+      "</string><key>name</key><string>A</string><key>version</key><string>1.0</string>"
+      "<key>url</key><string>a.plist</string></dict></array></dict></plist>";
+  server.on("/repo/info/index.plist", respond(200, index));
+  choose("Installer 4");
+  fetch(repository());
+  awaitFetch();
+  EXPECT_EQ(status(), "Found 1 packages.");
+  runInto(folder.path());  // its information list is not there
+  EXPECT_EQ(status(),
+            "Finished missing. Downloaded: 0  Verified: 0  Failed: 1  Validation failed: 0  "
+            "Skipped: 0  Already present: 0");
+}
+
+// Cancelling.
+
+class Cancel : public Workflow {
+ protected:
+  void startMissing() {
+    press(c.downloadMissingButton);
+    chooseFolder(folder.path());
+  }
+};
+
+TEST_F(Cancel, AfterEveryStepHasStartedLetsEverythingFinish) {
+  Gate gate;
+  loadRepository({kA, kB});
+  for (const auto& package : {kA, kB}) {
+    server.on("/repo/debs/" + package.filename(), heldBy(gate, respond(200, package.bytes)));
+  }
+  startMissing();
+  runUntil([&] { return server.requestsInFlight() == 2; });
+  runFor(std::chrono::milliseconds(20));
+  forgetTexts();
+  press(c.cancelDownloadsButton);
+  queue.drain();
+  EXPECT_THAT(newConsoleLines(), ElementsAre("warning: Cancelling downloads...",
+                                             "warning: Download queue cancellation requested."));
+  EXPECT_EQ(status(), "Cancelling downloads...");
+  EXPECT_THAT(enabledButtons(), ElementsAre("Archive"));
+  EXPECT_TRUE(c.progressIndicator->isHidden());
+  gate.open();
+  runUntil([&] { return c.fetchButton->isEnabled(); });
+  EXPECT_EQ(status(),
+            "Finished missing. Downloaded: 2  Verified: 2  Failed: 0  Validation failed: 0  "
+            "Skipped: 0  Already present: 0");
+  EXPECT_THAT(folder.names(), ElementsAre("a_1.deb", "b_1.deb"));
+  EXPECT_THAT(enabledButtons(), ElementsAre("Fetch", "Download", "Missing", "Archive"));
+}
+
+TEST_F(Cancel, RightAfterTheStartDiscardsStepsAndLeavesTheButtonsAsTheyWereThen) {
+  std::vector<ServedPackage> packages;
+  for (int i = 0; i < 20; ++i) packages.push_back({"p" + std::to_string(i), "x"});
+  loadRepository(packages);
+  {
+    const HeldSteps held;
+    startMissing();
+    runUntil([&] { return consoleHas("info: Starting download queue: 20 package(s)"); });
+    press(c.cancelDownloadsButton);
+    EXPECT_EQ(status(), "Cancelling downloads...");
+  }
+  runFor(std::chrono::milliseconds(500));
+  EXPECT_THAT(enabledButtons(), ElementsAre("Archive"));
+  EXPECT_LT(folder.names().size(), packages.size());
+  for (const std::string& line : newConsoleLines()) {
+    EXPECT_EQ(line.find("Finished missing"), std::string::npos);
+    EXPECT_EQ(line.find("Download queue finished"), std::string::npos);
+  }
+  // The Return key of the URL's field still fetches, which brings the buttons back.
+  QTest::keyClick(c.repoURLField, Qt::Key_Return);
+  awaitFetch();
+  EXPECT_THAT(enabledButtons(), ElementsAre("Fetch", "Download", "Missing", "Archive"));
+}
+
+}  // namespace
+}  // namespace tolvane

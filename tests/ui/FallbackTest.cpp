@@ -1,0 +1,162 @@
+// SPDX-License-Identifier: MIT
+#include "tests/support/NginxServer.h"
+#include "tests/ui/support/Workflow.h"
+
+namespace tolvane {
+namespace {
+
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::IsEmpty;
+
+const std::string kIndex = "Package: a\nFilename: a.deb\n\n";
+const std::string kNoIndex = "No Cydia/APT Packages file found.";
+
+// The server speaks plain HTTP alone, so that HTTPS to the same port fails.
+class Fallback : public Workflow {
+ protected:
+  std::string secure() const { return "https" + repository().substr(4); }
+
+  void failOverHTTPS() {
+    fetch(secure());
+    awaitFetch();
+    ASSERT_EQ(sheets.shown.size(), 1u);
+  }
+
+  // What a fetch tells up to its end, in a repository without index.
+  static std::vector<std::string> failedFetch(const std::string& url) {
+    std::vector<std::string> lines = {"info: Fetching Packages file...",
+                                      "info: Fetching repository: " + url};
+    for (const std::string& path : *RepositoryFetcher::candidatePaths()) {
+      lines.push_back(
+          "info: Trying package index: " +
+          RepositoryFetcher::URLForCandidatePath(path, URL::parse(url))->absoluteString());
+    }
+    lines.insert(lines.end(), 2, "error: " + kNoIndex);
+    return lines;
+  }
+};
+
+TEST_F(Fallback, IsOfferedWhenAFetchOverHTTPSFails) {
+  failOverHTTPS();
+  const Alert& alert = sheets.shown[0].alert;
+  EXPECT_EQ(alert.messageText, "HTTPS fetch failed");
+  EXPECT_EQ(alert.informativeText,
+            "This repository could not be loaded over HTTPS. Some older Cydia repositories only "
+            "support plain HTTP.\n\nWould you like to try this URL instead?\n" +
+                repository());
+  EXPECT_THAT(alert.buttons, ElementsAre("Try HTTP", "Cancel"));
+  EXPECT_EQ(sheets.shown[0].window, controller.window());
+  EXPECT_TRUE(c.fetchButton->isEnabled());
+  EXPECT_TRUE(c.progressIndicator->isHidden());
+  EXPECT_EQ(status(), "Fetching Packages file...");
+}
+
+TEST_F(Fallback, ThatIsAcceptedFetchesOverHTTPAndIsToldFromTheFirstLineToTheLast) {
+  server.on("/repo/Packages", respond(200, kIndex));
+  failOverHTTPS();
+  answer(0);
+  EXPECT_EQ(toText(c.repoURLField->text()), repository());
+  awaitFetch();
+  std::vector<std::string> expected = {"info: Repository Fetch Started",
+                                       "info: Fetching " + secure(),
+                                       "info: Repository type: Cydia / APT"};
+  for (const std::string& line : failedFetch(secure())) expected.push_back(line);
+  for (const std::string& line :
+       {"warning: HTTPS failed. HTTP fallback available: " + repository(),
+        std::string("warning: User accepted HTTP fallback."),
+        std::string("info: Fetching Packages file..."),
+        "info: Fetching repository: " + repository(),
+        "info: Trying package index: " + repository() + "Packages",
+        "success: Package index found: " + repository() + "Packages",
+        "success: Decoded Packages file (" + std::to_string(kIndex.size()) + " chars)",
+        std::string("success: Parsed 1 package(s)"),
+        "success: Using package index: " + repository() + "Packages",
+        std::string("success: Fetched 1 package(s)."),
+        std::string("success: Loaded 1 package(s) into table.")}) {
+    expected.push_back(line);
+  }
+  EXPECT_THAT(consoleLines(), ElementsAreArray(expected));
+  EXPECT_THAT(statuses.texts, ElementsAre("Fetching Packages file...", "Found 1 packages."));
+  EXPECT_EQ(controller.currentRepositoryURL()->absoluteString(), repository());
+}
+
+TEST_F(Fallback, ThatFailsTooClearsWithoutAnotherQuestion) {
+  failOverHTTPS();
+  forgetTexts();
+  answer(0);
+  awaitFetch();
+  EXPECT_TRUE(sheets.shown.empty());
+  std::vector<std::string> expected = {"warning: User accepted HTTP fallback."};
+  for (const std::string& line : failedFetch(repository())) expected.push_back(line);
+  EXPECT_THAT(newConsoleLines(), ElementsAreArray(expected));
+  EXPECT_EQ(status(), kNoIndex);
+  EXPECT_FALSE(controller.currentRepositoryURL());
+}
+
+TEST_F(Fallback, ThatIsDeclinedClearsWithTheErrorOfHTTPS) {
+  loadRepository({{"a", "bytes"}});
+  failOverHTTPS();
+  EXPECT_EQ(controller.packages().size(), 1u);  // until the answer
+  forgetTexts();
+  answer(1);
+  EXPECT_THAT(newConsoleLines(), ElementsAre("warning: User cancelled HTTP fallback."));
+  EXPECT_EQ(status(), kNoIndex);
+  EXPECT_TRUE(controller.packages().empty());
+  EXPECT_FALSE(controller.currentRepositoryURL());
+  EXPECT_EQ(toText(c.repoURLField->text()), secure());
+}
+
+TEST_F(Fallback, IsOfferedWhateverTheCaseOfTheScheme) {
+  fetch("HTTPS" + repository().substr(4));
+  awaitFetch();
+  ASSERT_EQ(sheets.shown.size(), 1u);
+  EXPECT_TRUE(consoleHas("warning: HTTPS failed. HTTP fallback available: " + repository()));
+}
+
+TEST_F(Fallback, IsNotOfferedForAFetchOverHTTP) {
+  fetch(repository());
+  awaitFetch();
+  EXPECT_TRUE(sheets.shown.empty());
+}
+
+TEST_F(Fallback, IsForgottenWithItsWindow) {
+  {
+    ViewController other(queue, sheets);
+    other.fetchRepositoryURL(*URL::parse(secure()), true);
+    runUntil([&] { return !sheets.shown.empty(); });
+  }
+  answer(0);
+  EXPECT_FALSE(consoleHas("warning: User accepted HTTP fallback."));
+}
+
+TEST(HTTPURLFromHTTPSURL, KeepsAllButTheScheme) {
+  const auto http = [](const char* text) {
+    return absoluteText(ViewController::HTTPURLFromHTTPSURL(*URL::parse(text)));
+  };
+  EXPECT_EQ(http("https://repo.example"), "http://repo.example");
+  EXPECT_EQ(http("HttpS://u:p@repo.example:443/a%20b/?q=https://x#f"),
+            "http://u:p@repo.example:443/a%20b/?q=https://x#f");
+  EXPECT_EQ(http("https://[::1]:8443/"), "http://[::1]:8443/");
+}
+
+// One port answers TLS, under a certificate that nobody trusts, and plain HTTP.
+TEST_F(Workflow, AFallbackWorksOnAServerThatSpeaksTLSAndPlainHTTPOnOnePort) {
+  if (!NginxServer::isInstalled()) GTEST_SKIP() << "nginx is not installed";
+  NginxServer nginx("error_page 497 =200 @plain; location @plain { }");
+  ASSERT_TRUE(nginx.isRunning());
+  nginx.write("repo/Packages", kIndex);
+  const std::string secure = nginx.secureURL("/repo/");
+  const std::string plain = "http" + secure.substr(5);
+  fetch(secure);
+  awaitFetch();
+  ASSERT_EQ(sheets.shown.size(), 1u);
+  answer(0);
+  awaitFetch();
+  EXPECT_EQ(toText(c.repoURLField->text()), plain);
+  EXPECT_EQ(status(), "Found 1 packages.");
+  EXPECT_EQ(controller.currentRepositoryURL()->absoluteString(), plain);
+}
+
+}  // namespace
+}  // namespace tolvane

@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: MIT
+#include <QElapsedTimer>
+#include <QTest>
+#include <QTimer>
+#include <atomic>
+#include <gtest/gtest.h>
+#include <thread>
+
+#include "ui/QtMainQueue.h"
+
+namespace tolvane {
+namespace {
+
+TEST(QtMainQueue, RunsTasksInOrderOnTheMainThread) {
+  QtMainQueue queue;
+  std::vector<int> ran;
+  std::thread([&] {
+    for (int i = 0; i < 1000; ++i) {
+      queue.post([&ran, i] { ran.push_back(i); });
+    }
+  }).join();
+  EXPECT_TRUE(ran.empty());
+  EXPECT_TRUE(QTest::qWaitFor([&] { return ran.size() == 1000; }));
+  EXPECT_TRUE(std::is_sorted(ran.begin(), ran.end()));
+}
+
+TEST(QtMainQueue, RunsWhatATaskPostsAfterWhatWaited) {
+  QtMainQueue queue;
+  std::string ran;
+  queue.post([&] {
+    ran += 'a';
+    queue.post([&] { ran += 'c'; });
+  });
+  queue.post([&] { ran += 'b'; });
+  EXPECT_TRUE(QTest::qWaitFor([&] { return ran.size() == 3; }));
+  EXPECT_EQ(ran, "abc");
+}
+
+TEST(QtMainQueue, LetsTheWindowBreatheWhileTasksKeepComing) {
+  QtMainQueue queue;
+  int beats = 0;
+  QTimer heart;
+  QObject::connect(&heart, &QTimer::timeout, [&] { ++beats; });
+  heart.start(1);
+  int left = 200;
+  const std::function<void()> task = [&] {
+    QTest::qSleep(1);
+    if (--left > 0) queue.post(task);
+  };
+  queue.post(task);
+  EXPECT_TRUE(QTest::qWaitFor([&] { return left == 0; }, 20'000));
+  EXPECT_GE(beats, 10);
+}
+
+TEST(QtMainQueue, DropsWhatWaitsWhenItGoes) {
+  auto held = std::make_shared<int>();
+  const std::weak_ptr<int> watched = held;
+  {
+    QtMainQueue queue;
+    queue.post([held = std::move(held)] { FAIL() << "the queue is gone"; });
+  }
+  EXPECT_TRUE(watched.expired());
+  QCoreApplication::processEvents();
+}
+
+}  // namespace
+}  // namespace tolvane
