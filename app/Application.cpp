@@ -2,6 +2,7 @@
 #include "app/Application.h"
 
 #include <QApplication>
+#include <QCommandLineParser>
 #include <QDesktopServices>
 #include <QPainter>
 #include <QStandardPaths>
@@ -51,6 +52,19 @@ bool terminate(AppDelegate& delegate, const MainWindow& window) {
   return true;
 }
 
+// The URL on the command line; "" where there is none.
+QString urlToOffer(const QApplication& application) {
+  QCommandLineParser parser;
+  parser.addHelpOption();
+  parser.addVersionOption();
+  parser.addPositionalArgument(
+      QStringLiteral("URL"),
+      QCoreApplication::translate("Application", "A repository, for the window's first field."),
+      QStringLiteral("[URL]"));
+  parser.process(application);
+  return parser.positionalArguments().value(0);
+}
+
 // On macOS the program goes on without its window, and a click on its icon in the Dock brings it
 // back; elsewhere nothing would be left to click on.
 void connectClosing(QApplication& application, AppDelegate& delegate, MainWindow& window) {
@@ -91,6 +105,7 @@ int runApplication(int argc, char** argv) {
   QGuiApplication::setDesktopFileName(QStringLiteral("example.tolvane.Tolvane"));
   QApplication::setWindowIcon(applicationIcon());
   QApplication::setQuitOnLastWindowClosed(false);
+  const QString url = urlToOffer(application);
 
   // Never destroyed: background threads may post to it while the process exits. Static, so that a
   // search for leaks still finds it then.
@@ -103,6 +118,7 @@ int runApplication(int argc, char** argv) {
   delegate.addWindow(&window);
   buildMainMenu(window, delegate, [&] { terminate(delegate, window); });
   connectClosing(application, delegate, window);
+  window.controller().controls().repoURLField->setText(url);
   window.show();
   delegate.applicationDidFinishLaunching(*window.menuBar());
   return QApplication::exec();

@@ -38,7 +38,10 @@ add_test(NAME app.program
 add_test(NAME app.accessibility
          COMMAND ${with_display} ${CMAKE_CURRENT_SOURCE_DIR}/app/use_window.py
                  $<TARGET_FILE:tolvane_sample_window>)
-set_tests_properties(app.program app.accessibility
+add_test(NAME app.workflows
+         COMMAND ${with_display} ${CMAKE_CURRENT_SOURCE_DIR}/app/use_program.py
+                 $<TARGET_FILE:tolvane>)
+set_tests_properties(app.program app.accessibility app.workflows
                      PROPERTIES TIMEOUT 120 SKIP_RETURN_CODE 77 RESOURCE_LOCK display
                                 ENVIRONMENT PYTHONDONTWRITEBYTECODE=1)
 
