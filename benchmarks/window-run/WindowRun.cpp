@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: MIT
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QTimer>
+#include <algorithm>
+#include <cstdio>
+
+#include "ui/QtMainQueue.h"
+#include "ui/Sheets.h"
+#include "ui/ViewController.h"
+
+// tolvane_window_run URL FOLDER
+// Fetches the APT repository at URL in the window, downloads what FOLDER lacks, and prints a line:
+// the seconds that took, the longest time in milliseconds for which the event loop could not turn
+// to a key or a click, and the seconds that the console takes to show as many messages again.
+namespace {
+
+class OneFolder : public tolvane::Sheets {
+ public:
+  explicit OneFolder(std::string path) : path_(std::move(path)) {}
+
+  void beginAlert(QWidget*, const tolvane::Alert& alert, Answered) override {
+    std::fprintf(stderr, "%s\n", alert.informativeText.c_str());
+  }
+  void beginFolderPanel(QWidget*, const tolvane::FolderPanel&, FolderChosen chosen) override {
+    chosen(tolvane::ChosenFolder{path_, nullptr});
+  }
+
+ private:
+  std::string path_;
+};
+
+void waitUntilEnabled(const QPushButton& button) {
+  while (!button.isEnabled()) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+}
+
+double secondsOfConsole(tolvane::QtMainQueue& queue, tolvane::Sheets& sheets,
+                        const tolvane::ConsoleMessages& messages) {
+  tolvane::ViewController controller(queue, sheets);
+  controller.resize(1180, 760);
+  controller.show();
+  QElapsedTimer timer;
+  timer.start();
+  for (const auto& message : messages) {
+    controller.appendConsoleMessage(message.message, message.type);
+    QCoreApplication::processEvents();
+  }
+  return static_cast<double>(timer.elapsed()) / 1000;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  QApplication application(argc, argv);
+  if (argc != 3) return 2;
+  auto& queue = *new tolvane::QtMainQueue;
+  OneFolder sheets(argv[2]);
+  tolvane::ViewController controller(queue, sheets);
+  controller.resize(1180, 760);
+  controller.show();
+  QCoreApplication::processEvents();
+
+  QElapsedTimer sinceBeat;
+  qint64 worst = 0;
+  QTimer heart;
+  QObject::connect(&heart, &QTimer::timeout, [&] { worst = std::max(worst, sinceBeat.restart()); });
+  heart.start(1);
+  sinceBeat.start();
+  QElapsedTimer run;
+  run.start();
+  const auto& controls = controller.controls();
+  controls.repoURLField->setText(QString::fromLocal8Bit(argv[1]));
+  controls.fetchButton->click();
+  waitUntilEnabled(*controls.fetchButton);
+  controls.downloadMissingButton->click();
+  waitUntilEnabled(*controls.fetchButton);
+  const double seconds = static_cast<double>(run.elapsed()) / 1000;
+  heart.stop();
+  std::fprintf(stderr, "%s\n", qUtf8Printable(controls.statusLabel->text()));
+  std::printf("%.3f %lld %.3f\n", seconds, static_cast<long long>(worst),
+              secondsOfConsole(queue, sheets, controller.consoleMessages()));
+  return 0;
+}
