@@ -2,11 +2,11 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
-#include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "tests/platform/URLSessionFixture.h"
+#include "tests/support/SmallDisk.h"
 
 namespace tolvane {
 
@@ -16,23 +16,6 @@ using std::chrono::milliseconds;
 
 // Even the super-user makes no files here.
 const std::string kNoFolderForFiles = "/proc/self";
-
-// A file system of 64 KiB, where the tests may mount one.
-class SmallDisk {
- public:
-  SmallDisk()
-      : mounted_(mount("tmpfs", folder_.path().c_str(), "tmpfs", 0, "size=65536,mode=0700") == 0) {}
-  ~SmallDisk() {
-    if (mounted_) umount2(folder_.path().c_str(), MNT_DETACH);
-  }
-
-  bool isMounted() const { return mounted_; }
-  const TemporaryFolder& folder() const { return folder_; }
-
- private:
-  TemporaryFolder folder_;
-  bool mounted_;
-};
 
 class URLSessionFiles : public URLSessionFixture {
  protected:
@@ -121,7 +104,7 @@ TEST_F(URLSessionFiles, FailInAFolderThatCannotBeWritten) {
 }
 
 TEST_F(URLSessionFiles, FailOnAFullDiskAndGiveTheRoomBack) {
-  const SmallDisk disk;
+  const SmallDisk disk(65536);
   if (!disk.isMounted()) GTEST_SKIP() << "mounting a small file system is not allowed here";
   server_.on("/large", respond(200, std::string(1'000'000, 'x')));
   server_.on("/file", respond(200, "bytes"));

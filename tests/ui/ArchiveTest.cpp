@@ -10,10 +10,10 @@
 namespace tolvane {
 namespace {
 
-using testing::AllOf;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::Not;
 
 const ServedPackage kA{"a", "bytes of a"};
 const ServedPackage kB{"b", "bytes of b, which are more"};
@@ -79,16 +79,18 @@ class Archive : public Workflow {
     file.write(package.bytes.data(), static_cast<qint64>(package.bytes.size()));
   }
 
-  // Archive lines of the system log that are the window's and not the client's.
+  // The archive's lines of the system log that are not the client's.
   std::vector<std::string> workflowLines() const {
     auto lines = systemLines("[CentralArchive]");
     std::erase_if(lines, [](const std::string& line) {
-      for (const char* own : {"Matched ", "already exist in", "Archive download stage",
-                              "Temporary folder", "Missing local", "Uploaded ", "Deleted ",
-                              "Could not delete", "Upload failed", "Upload stage"}) {
-        if (line.find(own) != std::string::npos) return false;
+      for (const char* clients :
+           {"Check endpoint:", "Repository URL:", "Repository type:", "Package count:",
+            "JSON body size:", "HTTP status:", "Response bytes:", "Missing package count",
+            "Upload token HTTP status:", "Upload HTTP status:", "Upload response bytes:",
+            "Uploading "}) {
+        if (line.starts_with(std::string("[CentralArchive] ") + clients)) return true;
       }
-      return true;
+      return false;
     });
     return lines;
   }
@@ -158,25 +160,50 @@ TEST_F(Archive, IsToldFromTheFirstLineToTheLast) {
 }
 
 TEST_F(Archive, ThatFailsIsToldFromTheFirstLineToTheLast) {
-  loadRepository({kA});
-  lacks({entry("a")});
+  loadRepository({kBad});
+  lacks({entry("bad")});
   archive.answer(kUpload, respond(200, R"({"ok":false,"error":"The disk is full."})"));
   archiveAll();
-  const auto lines = newConsoleLines();
-  ASSERT_EQ(lines.size(), 21u);
-  EXPECT_THAT(std::vector<std::string>(lines.begin() + 16, lines.end()),
-              ElementsAre("success: Archive download complete. Downloaded: 1  Failed: 0  "
-                          "Validation failed: 0",
-                          "info: Starting upload of 1 archived package(s).",
-                          "info: Download queue finished. Downloaded: 1  Verified: 1  Failed: 0  "
-                          "Validation failed: 0  Skipped: 0",
-                          "error: Upload failed a_1.deb: The disk is full.",
-                          "error: Archive complete. Uploaded: 0  Failed: 1"));
-  EXPECT_EQ(statuses.texts.back(), "Archive complete. Uploaded: 0  Failed: 1");
+  const std::string mismatch = "Size mismatch for bad. Expected 1000 bytes, got 9 bytes.";
+  const std::string bytes = std::to_string(archive.requests()[0].sent.body.size());
+  EXPECT_THAT(
+      newConsoleLines(),
+      ElementsAre(
+          "info: Checking central archive...", "info: Checking central archive: 1 package(s)",
+          "info: Central archive check request prepared (" + bytes + " bytes)",
+          "info: Central archive check HTTP status: 200",
+          "success: Central archive check complete. Missing package(s): 1",
+          "info: 1 package(s) are not yet archived.",
+          "info: Requesting central archive upload token...",
+          "info: Requesting upload token for 1 package(s)", "success: Upload token received.",
+          "success: Central archive upload token received.",
+          "info: Central archive: 0 package(s) already cached locally.",
+          "info: Downloading 1 package(s) for archival...",
+          "info: Starting download queue: 1 package(s)", "info: Downloading: " + address(kBad),
+          "error: " + mismatch, "error: Download failed: " + mismatch,
+          "error: Archive download complete. Downloaded: 0  Failed: 1  Validation failed: 1",
+          "info: Starting upload of 1 archived package(s).",
+          "info: Download queue finished. Downloaded: 0  Verified: 0  Failed: 1  "
+          "Validation failed: 1  Skipped: 0",
+          "error: Upload failed bad_1.deb: The disk is full.",
+          "error: Archive complete. Uploaded: 0  Failed: 1"));
+  EXPECT_THAT(statuses.texts,
+              ElementsAre("Checking central archive...", "1 package(s) are not yet archived.",
+                          "Requesting central archive upload token...",
+                          "Central archive upload token received.",
+                          "Downloading 1 package(s) for archival...", "Archive download 1 / 1",
+                          "Archive download complete. Downloaded: 0  Failed: 1  "
+                          "Validation failed: 1",
+                          "Uploading 1 / 1", "Archive complete. Uploaded: 0  Failed: 1"));
   EXPECT_THAT(workflowLines(),
-              Contains("[CentralArchive] Upload failed a_1.deb error=Error "
-                       "Domain=CentralArchiveClient Code=2004 \"The disk is full.\""));
-  EXPECT_THAT(cached(), ElementsAre("a_1.deb"));
+              ElementsAre("[CentralArchive] Matched 1 PackageEntry objects for upload",
+                          "[CentralArchive] 0 package(s) already exist in local archive cache",
+                          "[CentralArchive] Archive download stage finished",
+                          "[CentralArchive] Temporary folder: " + cache,
+                          "[CentralArchive] Upload failed bad_1.deb error=Error "
+                          "Domain=CentralArchiveClient Code=2004 \"The disk is full.\"",
+                          "[CentralArchive] Upload stage finished. Uploaded=0 Failed=1"));
+  EXPECT_THAT(cached(), ElementsAre("bad_1.deb"));
   EXPECT_TRUE(sheets.shown.empty());
 }
 
@@ -416,6 +443,55 @@ TEST_F(Archive, WhoseDownloadsFailGoesOnToTheUploads) {
   // The first package had nothing to upload, so that no upload was the first.
   EXPECT_FALSE(consoleHas("info: Starting upload of 2 archived package(s)."));
   EXPECT_EQ(status(), "Archive complete. Uploaded: 1  Failed: 1");
+}
+
+TEST_F(Archive, MovesTheBarForUploadsOnlyAndNotForAMissingFile) {
+  loadRepository({kA, kB});
+  lacks({entry("a"), entry("b")});
+  server.on("/repo/debs/a_1.deb", hangUp());
+  Gate gate;
+  archive.answer(kUpload, heldBy(gate, respond(200, R"({"ok":true})")));
+  check();
+  answer(0);
+  runUntilStatus("Uploading 2 / 2");
+  EXPECT_THAT(statuses.texts, Not(Contains("Uploading 1 / 2")));
+  EXPECT_EQ(c.progressIndicator->doubleValue(), 50);
+  gate.open();
+  runUntilStatus("Archive complete. Uploaded: 1  Failed: 1");
+}
+
+TEST_F(Archive, WhoseUploadFailsWithoutADescriptionSaysUnknownError) {
+  loadRepository({kA});
+  putIntoCache(kA);
+  lacks({entry("a")});
+  archive.answer(kUpload, respond(200, R"({"ok":false,"error":""})"));
+  archiveAll();
+  EXPECT_TRUE(consoleHas("error: Upload failed a_1.deb: Unknown error"));
+}
+
+TEST_F(Archive, ShowsAMovingBarWhileItWaitsForTheToken) {
+  loadRepository({kA});
+  lacks({entry("a")});
+  Gate gate;
+  archive.answer(kToken, heldBy(gate, respond(200, R"({"ok":false})")));
+  check();
+  EXPECT_TRUE(c.progressIndicator->isHidden());
+  answer(0);
+  EXPECT_TRUE(c.progressIndicator->isIndeterminate());
+  EXPECT_FALSE(c.progressIndicator->isHidden());
+  gate.open();
+  runUntil([&] { return c.progressIndicator->isHidden(); });
+}
+
+TEST_F(Archive, WhoseCacheCannotBeMadeFailsEachPackage) {
+  QDir(toQString(cache)).removeRecursively();
+  QFile obstacle(toQString(cache));
+  ASSERT_TRUE(obstacle.open(QIODevice::WriteOnly));
+  loadRepository({kA});
+  lacks({entry("a")});
+  archiveAll();
+  EXPECT_EQ(status(), "Archive complete. Uploaded: 0  Failed: 1");
+  EXPECT_TRUE(obstacle.remove());
 }
 
 TEST_F(Archive, DeletesAFileOnlyAfterItsUploadSucceeded) {

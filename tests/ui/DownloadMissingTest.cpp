@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "tests/support/SmallDisk.h"
 #include "tests/ui/support/Workflow.h"
 
 namespace tolvane {
@@ -146,29 +147,75 @@ TEST_F(DownloadMissing, IsCancelledWithThePanel) {
   EXPECT_THAT(enabledButtons(), ElementsAre("Fetch", "Download", "Missing", "Archive"));
 }
 
-TEST_F(DownloadMissing, RetrievesTheZIPOfAnInstaller4Package) {
-  const std::string index =
-      "<plist><dict><key>packages</key><array><dict><key>identifier</key><string>org.example.a"
-      "</string><key>name</key><string>A</string><key>version</key><string>1.0</string>"
-      "<key>url</key><string>a.plist</string></dict></array></dict></plist>";
-  server.on("/repo/info/index.plist", respond(200, index));
-  choose("Installer 4");
-  fetch(repository());
-  awaitFetch();
-  EXPECT_EQ(status(), "Found 1 packages.");
-  runInto(folder.path());  // its information list is not there
+// An Installer 4 repository of one package, whose ZIP is retrieved through an information list.
+class DownloadMissingInstaller4 : public DownloadMissing {
+ protected:
+  void SetUp() override {
+    server.on(
+        "/repo/info/index.plist",
+        respond(200,
+                "<plist><dict><key>packages</key><array><dict>"
+                "<key>identifier</key><string>org.example.a</string>"
+                "<key>name</key><string>A</string><key>version</key><string>1.0</string>"
+                "<key>url</key><string>" +
+                    server.url("/repo/info/a.plist") + "</string></dict></array></dict></plist>"));
+    choose("Installer 4");
+    fetch(repository());
+    awaitFetch();
+    ASSERT_EQ(status(), "Found 1 packages.");
+  }
+};
+
+TEST_F(DownloadMissingInstaller4, RetrievesTheZIP) {
+  server.on("/repo/info/a.plist",
+            respond(200, "{ location = \"" + server.url("/repo/a.zip") + "\"; }"));
+  server.on("/repo/a.zip", respond(200, "PK"));
+  runInto(folder.path());
+  EXPECT_EQ(status(),
+            "Finished missing. Downloaded: 1  Verified: 1  Failed: 0  Validation failed: 0  "
+            "Skipped: 0  Already present: 0");
+  EXPECT_TRUE(consoleHas("success: Downloaded Installer 4 package: a.zip"));
+  EXPECT_EQ(folder.read("a.zip"), "PK");
+  // The scan looks for another name, so the run is what finds the ZIP.
+  runInto(folder.path());
+  EXPECT_EQ(status(),
+            "Finished missing. Downloaded: 0  Verified: 0  Failed: 0  Validation failed: 0  "
+            "Skipped: 1  Already present: 0");
+}
+
+TEST_F(DownloadMissingInstaller4, FailsWithoutTheInformationList) {
+  runInto(folder.path());
   EXPECT_EQ(status(),
             "Finished missing. Downloaded: 0  Verified: 0  Failed: 1  Validation failed: 0  "
             "Skipped: 0  Already present: 0");
+}
+
+TEST_F(DownloadMissing, OntoADiskThatFillsKeepsWholeFilesOnly) {
+  const SmallDisk disk(64 * 1024);
+  if (!disk.isMounted()) GTEST_SKIP() << "a file system can be mounted by the super-user alone";
+  std::vector<ServedPackage> packages;
+  for (int i = 0; i < 6; ++i) {
+    packages.push_back({"p" + std::to_string(i), std::string(20'000, 'x')});
+  }
+  loadRepository(packages);
+  runInto(disk.folder().path());
+  const auto names = disk.folder().names();
+  EXPECT_LT(names.size(), packages.size());
+  for (const std::string& name : names) EXPECT_EQ(disk.folder().read(name), packages[0].bytes);
+  EXPECT_EQ(status(), "Finished missing. Downloaded: " + std::to_string(names.size()) +
+                          "  Verified: " + std::to_string(names.size()) +
+                          "  Failed: " + std::to_string(packages.size() - names.size()) +
+                          "  Validation failed: 0  Skipped: 0  Already present: 0");
+  EXPECT_THAT(enabledButtons(), ElementsAre("Fetch", "Download", "Missing", "Archive"));
 }
 
 // Cancelling.
 
 class Cancel : public Workflow {
  protected:
-  void startMissing() {
+  void startMissing(std::shared_ptr<void> access = nullptr) {
     press(c.downloadMissingButton);
-    chooseFolder(folder.path());
+    answerPanel(ChosenFolder{folder.path(), std::move(access)});
   }
 };
 
@@ -202,9 +249,11 @@ TEST_F(Cancel, RightAfterTheStartDiscardsStepsAndLeavesTheButtonsAsTheyWereThen)
   std::vector<ServedPackage> packages;
   for (int i = 0; i < 20; ++i) packages.push_back({"p" + std::to_string(i), "x"});
   loadRepository(packages);
+  auto access = std::make_shared<int>();
+  const std::weak_ptr<int> accessHeld = access;
   {
     const HeldSteps held;
-    startMissing();
+    startMissing(std::move(access));
     runUntil([&] { return consoleHas("info: Starting download queue: 20 package(s)"); });
     press(c.cancelDownloadsButton);
     EXPECT_EQ(status(), "Cancelling downloads...");
@@ -212,6 +261,12 @@ TEST_F(Cancel, RightAfterTheStartDiscardsStepsAndLeavesTheButtonsAsTheyWereThen)
   runFor(std::chrono::milliseconds(500));
   EXPECT_THAT(enabledButtons(), ElementsAre("Archive"));
   EXPECT_LT(folder.names().size(), packages.size());
+  EXPECT_TRUE(accessHeld.expired());
+  // The steps that had started go on to tell how far they are, and nothing comes after them.
+  EXPECT_EQ(status(), "Downloading missing " + std::to_string(folder.names().size()) +
+                          " / 20   Verified: " + std::to_string(folder.names().size()) +
+                          "   Failed: 0   Validation failed: 0   Skipped: 0");
+  EXPECT_FALSE(c.progressIndicator->isHidden());
   for (const std::string& line : newConsoleLines()) {
     EXPECT_EQ(line.find("Finished missing"), std::string::npos);
     EXPECT_EQ(line.find("Download queue finished"), std::string::npos);

@@ -6,10 +6,8 @@
 namespace tolvane {
 namespace {
 
-using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::UnorderedElementsAre;
 
 const ServedPackage kA{"a", "bytes of a"};
 const ServedPackage kB{"b", "bytes of b, which are more"};

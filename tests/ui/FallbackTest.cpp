@@ -7,9 +7,12 @@ namespace {
 
 using testing::ElementsAre;
 using testing::ElementsAreArray;
-using testing::IsEmpty;
 
 const std::string kIndex = "Package: a\nFilename: a.deb\n\n";
+const std::string kInstaller3List =
+    "<plist><dict><key>packages</key><array><dict><key>bundleIdentifier</key><string>a</string>"
+    "<key>location</key><string>a.zip</string></dict></array></dict></plist>";
+const std::string kUntrusted = "The certificate for this server is invalid.";
 const std::string kNoIndex = "No Cydia/APT Packages file found.";
 
 // The server speaks plain HTTP alone, so that HTTPS to the same port fails.
@@ -138,24 +141,53 @@ TEST(HTTPURLFromHTTPSURL, KeepsAllButTheScheme) {
   EXPECT_EQ(http("HttpS://u:p@repo.example:443/a%20b/?q=https://x#f"),
             "http://u:p@repo.example:443/a%20b/?q=https://x#f");
   EXPECT_EQ(http("https://[::1]:8443/"), "http://[::1]:8443/");
+  EXPECT_EQ(http("ftp://repo.example/"), "http://repo.example/");
 }
 
 // One port answers TLS, under a certificate that nobody trusts, and plain HTTP.
-TEST_F(Workflow, AFallbackWorksOnAServerThatSpeaksTLSAndPlainHTTPOnOnePort) {
-  if (!NginxServer::isInstalled()) GTEST_SKIP() << "nginx is not installed";
-  NginxServer nginx("error_page 497 =200 @plain; location @plain { }");
-  ASSERT_TRUE(nginx.isRunning());
-  nginx.write("repo/Packages", kIndex);
-  const std::string secure = nginx.secureURL("/repo/");
-  const std::string plain = "http" + secure.substr(5);
-  fetch(secure);
-  awaitFetch();
-  ASSERT_EQ(sheets.shown.size(), 1u);
+class FallbackOfRealTLS : public Workflow {
+ protected:
+  void SetUp() override {
+    if (!NginxServer::isInstalled()) GTEST_SKIP() << "nginx is not installed";
+    nginx = std::make_unique<NginxServer>("error_page 497 =200 @plain; location @plain { }");
+    ASSERT_TRUE(nginx->isRunning());
+    // Of the kinds of repository, this one's error is the transport's own.
+    choose("Installer 3");
+    fetch(secure());
+    awaitFetch();
+    ASSERT_EQ(sheets.shown.size(), 1u);
+  }
+
+  std::string secure() const { return nginx->secureURL("/repo/list.plist"); }
+  std::string plain() const { return "http" + secure().substr(5); }
+
+  std::unique_ptr<NginxServer> nginx;
+};
+
+TEST_F(FallbackOfRealTLS, FetchesAndLoadsOverHTTP) {
+  nginx->write("repo/list.plist", kInstaller3List);
   answer(0);
   awaitFetch();
-  EXPECT_EQ(toText(c.repoURLField->text()), plain);
+  EXPECT_EQ(toText(c.repoURLField->text()), plain());
   EXPECT_EQ(status(), "Found 1 packages.");
-  EXPECT_EQ(controller.currentRepositoryURL()->absoluteString(), plain);
+  EXPECT_EQ(controller.currentRepositoryURL()->absoluteString(), plain());
+}
+
+TEST_F(FallbackOfRealTLS, ThatFailsTooEndsWithTheErrorOfHTTP) {
+  nginx->write("repo/list.plist", "no list");
+  answer(0);
+  awaitFetch();
+  EXPECT_TRUE(sheets.shown.empty());
+  EXPECT_NE(status(), kUntrusted);
+  EXPECT_EQ(consoleLines().back(), "error: " + status());
+  EXPECT_FALSE(controller.currentRepositoryURL());
+}
+
+TEST_F(FallbackOfRealTLS, ThatIsDeclinedEndsWithTheErrorOfHTTPS) {
+  EXPECT_TRUE(consoleHas("error: " + kUntrusted));
+  answer(1);
+  EXPECT_EQ(status(), kUntrusted);
+  EXPECT_FALSE(controller.currentRepositoryURL());
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "tests/support/ScriptedURLSession.h"
 #include "tests/ui/support/Workflow.h"
 
 namespace tolvane {
@@ -7,8 +8,6 @@ namespace {
 using testing::Contains;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
-using testing::IsEmpty;
-using testing::StartsWith;
 
 using Fetch = Workflow;
 
@@ -226,6 +225,78 @@ TEST_F(Fetch, StartedByTheReturnKeyDuringAnotherShowsWhicheverEndsLast) {
   runUntilStatus("Found 2 packages.");
   EXPECT_EQ(controller.currentRepositoryURL()->absoluteString(), server.url("/slow/"));
   EXPECT_THAT(identifiersOf(controller.allPackages()), ElementsAre("b", "a"));
+}
+
+TEST_F(Fetch, OfBeforeThatFailsLateClearsWhatCameMeanwhile) {
+  Gate slow;
+  server.onAnyOther(heldBy(slow, respond(404, "")));
+  server.on("/repo/Packages", respond(200, kIndex));
+  fetch(server.url("/slow/"));
+  enterURL(repository());
+  QTest::keyClick(c.repoURLField, Qt::Key_Return);
+  runUntilStatus("Found 2 packages.");
+  slow.open();
+  runUntilStatus("No Cydia/APT Packages file found.");
+  EXPECT_TRUE(controller.packages().empty());
+  EXPECT_FALSE(controller.currentRepositoryURL());
+}
+
+TEST_F(Fetch, LogsItsEndAtOnceAndTouchesTheWindowOnTheMainThreadOnly) {
+  server.on("/repo/Packages", respond(200, kIndex));
+  fetch(repository());
+  const auto end = std::chrono::steady_clock::now() + kPatience;
+  while (systemLines("[UI] Fetch completed").empty() && std::chrono::steady_clock::now() < end) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));  // the main thread stands still
+  }
+  EXPECT_THAT(systemLines("[UI] Fetch completed"),
+              ElementsAre("[UI] Fetch completed. packages=2 error=(null)"));
+  EXPECT_EQ(status(), "Fetching Packages file...");
+  EXPECT_FALSE(c.fetchButton->isEnabled());
+  EXPECT_TRUE(controller.packages().empty());
+  awaitFetch();
+  EXPECT_EQ(controller.packages().size(), 2u);
+}
+
+TEST_F(Fetch, ThatFailsWithoutADescriptionSaysSoInItsOwnWords) {
+  ScriptedURLSession session;
+  session.answer(repository(), {.error = Error{"Test", 1, ""}});
+  ViewController other(queue, sheets, session.factory());
+  other.controls().repositoryTypePopup->setCurrentText("Installer 3");
+  other.fetchRepositoryURL(*URL::parse(repository()), true);
+  runUntil([&] { return other.controls().fetchButton->isEnabled(); });
+  EXPECT_EQ(toText(other.controls().statusLabel->text()), "Could not fetch repository.");
+  EXPECT_TRUE(other.consoleMessages().back().message.ends_with("] Repository fetch failed."));
+}
+
+TEST_F(Fetch, ThatFailsLeavesACancelButtonAndTheArchivesListAlone) {
+  loadRepository({{"a", "bytes"}});
+  c.cancelDownloadsButton->setEnabled(true);
+  fetch(server.url("/nothing/"));
+  awaitFetch();
+  EXPECT_TRUE(c.cancelDownloadsButton->isEnabled());
+}
+
+TEST_F(Fetch, OfAnyKindLoadsWhatAutoDetectionFinds) {
+  server.on("/repo/Packages", respond(200, kIndex));
+  choose("Auto-detect");
+  fetch(repository());
+  awaitFetch();
+  EXPECT_EQ(status(), "Found 2 packages.");
+}
+
+TEST_F(Fetch, DuringARunEnablesTheButtonsAgainWithItsPackages) {
+  loadRepository({{"a", "bytes"}});
+  Gate gate;
+  server.on("/repo/debs/a_1.deb", heldBy(gate, respond(200, "bytes")));
+  press(c.downloadMissingButton);
+  chooseFolder(folder.path());
+  EXPECT_THAT(enabledButtons(), ElementsAre("Archive", "Cancel"));
+  QTest::keyClick(c.repoURLField, Qt::Key_Return);
+  awaitFetch();
+  EXPECT_THAT(enabledButtons(), ElementsAre("Fetch", "Download", "Missing", "Archive", "Cancel"));
+  gate.open();
+  runUntil([&] { return status().starts_with("Finished missing."); });
+  EXPECT_THAT(enabledButtons(), ElementsAre("Fetch", "Download", "Missing", "Archive"));
 }
 
 TEST_F(Fetch, OfARepositoryWithoutPackagesDisablesWhatNeedsThem) {

@@ -13,7 +13,6 @@
 namespace tolvane {
 namespace {
 
-using testing::ElementsAre;
 
 const FolderPanel kPanel{"Download Here", "Choose where 2 selected .deb files should be saved.",
                          ""};

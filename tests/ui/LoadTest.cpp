@@ -4,7 +4,6 @@
 namespace tolvane {
 namespace {
 
-using testing::Contains;
 using testing::ElementsAre;
 using testing::EndsWith;
 
