@@ -112,8 +112,9 @@ int runApplication(int argc, char** argv) {
   static QtMainQueue& mainQueue = *new QtMainQueue;
   MessageBoxSheets sheets;
   MessageBoxAlerts alerts;
-  AppDelegate delegate(alerts, {makeStore, [](const QUrl& url) { QDesktopServices::openUrl(url); },
-                                QApplication::windowIcon(), versionInfo()});
+  AppDelegate delegate(alerts,
+                       {makeStore, [](const QUrl& page) { QDesktopServices::openUrl(page); },
+                        QApplication::windowIcon(), versionInfo()});
   MainWindow window(mainQueue, sheets);
   delegate.addWindow(&window);
   buildMainMenu(window, delegate, [&] { terminate(delegate, window); });

@@ -22,15 +22,19 @@ QString draggedFolder(const QMimeData& data) {
 
 }  // namespace
 
+// Whoever is told that a folder was moved may delete it.
 void ViewController::dragEnterEvent(QDragEnterEvent* event) {
-  if (!draggedFolder(*event->mimeData()).isEmpty()) event->acceptProposedAction();
+  if (draggedFolder(*event->mimeData()).isEmpty()) return;
+  event->setDropAction(Qt::CopyAction);
+  event->accept();
 }
 
 void ViewController::dropEvent(QDropEvent* event) {
   const QString folder = draggedFolder(*event->mimeData());
   if (folder.isEmpty()) return;
   offeredFolder_ = QFile::encodeName(folder).toStdString();
-  event->acceptProposedAction();
+  event->setDropAction(Qt::CopyAction);
+  event->accept();
 }
 
 }  // namespace tolvane

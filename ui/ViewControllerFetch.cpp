@@ -74,7 +74,8 @@ void ViewController::fetchDidComplete(const URL& url, bool allowHTTPFallback,
   }
   SystemLog::write("[UI] Error: {}", describe(error));
   appendConsoleMessage(descriptionOr(error, "Repository fetch failed."), "error");
-  const auto httpURL = allowHTTPFallback ? HTTPURLFromHTTPSURL(url) : std::nullopt;
+  const bool mayFallBack = allowHTTPFallback && equalsIgnoringASCIICase(url.scheme(), "https");
+  const auto httpURL = mayFallBack ? HTTPURLFromHTTPSURL(url) : std::nullopt;
   hideProgressIndicator();
   if (httpURL) {
     askToRetryWithHTTPURL(*httpURL, *error);
@@ -125,7 +126,6 @@ void ViewController::clearRepositoryStateWithStatus(std::string_view status) {
 }
 
 std::optional<URL> ViewController::HTTPURLFromHTTPSURL(const URL& url) {
-  if (!equalsIgnoringASCIICase(url.scheme(), "https")) return std::nullopt;
   return URL::parse("http" + url.absoluteString().substr(url.scheme().size()));
 }
 

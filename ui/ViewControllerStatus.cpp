@@ -19,4 +19,8 @@ std::optional<std::string> ViewController::selectedRepositoryType() const {
   return toText(controls_.repositoryTypePopup->currentText());
 }
 
+std::string ViewController::archiveRepositoryType() const {
+  return std::string(RepositoryFetcher::archiveTypeOfChoice(selectedRepositoryType().value_or("")));
+}
+
 }  // namespace tolvane

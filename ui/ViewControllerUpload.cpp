@@ -29,13 +29,6 @@ void deleteUploadedFile(const std::string& path) {
 
 }  // namespace
 
-std::string ViewController::archiveRepositoryType() const {
-  const auto type = selectedRepositoryType();
-  if (type == kInstaller4Choice) return "Installer4";
-  if (type == kInstaller3Choice) return "Installer3";
-  return "APT";
-}
-
 void ViewController::uploadArchivedPackages(const std::shared_ptr<const PackageList>& packages,
                                             const std::string& folder, std::size_t index,
                                             std::uint64_t successful, std::uint64_t failed) {
