@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <QTimer>
 #include <ctime>
+#include <fstream>
 #include <iostream>
 
 #include "archive_client/CentralArchiveClient.h"
@@ -12,10 +13,13 @@ namespace tolvane {
 namespace {
 
 constexpr int kPackages = 5000;
-constexpr int kLongestBlock = 50;  // milliseconds
+constexpr int kUploads = 8;
+constexpr int kLongestWork = 50;   // milliseconds
+constexpr int kLongestWait = 250;  // milliseconds, for a machine that is busy with other work
 
-// Beats as often as the event loop lets it, and measures how long the loop was busy with something
-// else. The bound is on the main thread's own time, since a machine may be busy with other work.
+// Beats as often as the event loop lets it, and measures how long the loop could not: for how much
+// of that the main thread worked, and for how much it waited, be it for a lock, a disk or its turn
+// on the processor.
 class Heartbeat {
  public:
   Heartbeat() {
@@ -24,16 +28,17 @@ class Heartbeat {
     timer_.start(1);
   }
   ~Heartbeat() {
-    EXPECT_LT(longestBusy_, kLongestBlock) << "the main thread was blocked";
-    std::cout << "worst gap: " << longestGap_ << " ms, of which the main thread worked at most "
-              << longestBusy_ << " ms\n";
+    EXPECT_LT(longestWork_, kLongestWork) << "the main thread worked too long at a time";
+    EXPECT_LT(longestWait_, kLongestWait) << "the main thread was blocked";
+    std::cout << "worst gap: " << longestGap_ << " ms, worst work: " << longestWork_
+              << " ms, worst wait: " << longestWait_ << " ms\n";
     testing::Test::RecordProperty("worst gap in ms", static_cast<int>(longestGap_));
   }
 
  private:
   struct Times {
     double wall;
-    double busy;
+    double work;
   };
 
   static double read(clockid_t clock) {
@@ -45,15 +50,19 @@ class Heartbeat {
 
   void beat() {
     const Times time = now();
-    longestGap_ = std::max(longestGap_, time.wall - last_.wall);
-    longestBusy_ = std::max(longestBusy_, time.busy - last_.busy);
+    const double gap = time.wall - last_.wall;
+    const double work = time.work - last_.work;
+    longestGap_ = std::max(longestGap_, gap);
+    longestWork_ = std::max(longestWork_, work);
+    longestWait_ = std::max(longestWait_, gap - work);
     last_ = time;
   }
 
   QTimer timer_;
   Times last_{};
   double longestGap_ = 0;
-  double longestBusy_ = 0;
+  double longestWork_ = 0;
+  double longestWait_ = 0;
 };
 
 // Runs in Qt's own event loop, as the program does.
@@ -80,6 +89,20 @@ class LargeRun : public testing::Test {
     c.fetchButton->click();
     ASSERT_TRUE(waitFor([&] { return c.fetchButton->isEnabled(); }));
     ASSERT_EQ(controller.packages().size(), static_cast<std::size_t>(kPackages));
+  }
+
+  void archiveAll() {
+    c.checkArchiveButton->click();
+    ASSERT_TRUE(waitFor([&] { return !sheets.shown.empty(); }));
+    sheets.shown[0].answered(0);
+    ASSERT_TRUE(waitFor([&] { return status().starts_with("Archive complete."); }));
+  }
+
+  static std::string entryOf(const std::string& name) {
+    return R"({"version":"1","identifier":")" + name + "\"}";
+  }
+  static std::string missing(const std::string& entries) {
+    return R"({"ok":true,"missing_packages":[)" + entries + "]}";
   }
 
   std::string status() const { return toText(c.statusLabel->text()); }
@@ -124,19 +147,33 @@ TEST_F(LargeRun, ToTheCentralArchiveOfPackagesThatDoNotArriveNeverBlocksTheWindo
   controller.centralArchiveClient().setApiBaseURL(archive.baseURL());
   std::string entries;
   for (int i = 0; i < kPackages; ++i) {
-    entries += (i == 0 ? "" : ",") + std::string(R"({"version":"1","identifier":"p)") +
-               std::to_string(i) + "\"}";
+    entries += (i == 0 ? "" : ",") + entryOf("p" + std::to_string(i));
   }
-  archive.answer("check_repo.php",
-                 respond(200, R"({"ok":true,"missing_packages":[)" + entries + "]}"));
+  archive.answer("check_repo.php", respond(200, missing(entries)));
   server.onAnyOther(hangUp());
   const Heartbeat heartbeat;
   fetchAll();
-  c.checkArchiveButton->click();
-  ASSERT_TRUE(waitFor([&] { return !sheets.shown.empty(); }));
-  sheets.shown[0].answered(0);
-  ASSERT_TRUE(waitFor([&] { return status().starts_with("Archive complete."); }));
+  archiveAll();
   EXPECT_EQ(status(), "Archive complete. Uploaded: 0  Failed: 5000");
+}
+
+TEST_F(LargeRun, OfUploadsOfTenMegabytesNeverBlocksTheWindow) {
+  const std::string cache = ViewController::centralArchiveTemporaryFolder();
+  std::string entries;
+  for (int i = 0; i < kUploads; ++i) {
+    const std::string name = "p" + std::to_string(i);
+    std::ofstream(cache + "/" + name + "_1.deb") << std::string(10'000'000, 'x');
+    entries += (i == 0 ? "" : ",") + entryOf(name);
+  }
+  controller.centralArchiveClient().setApiBaseURL(server.url("/archive"));
+  controller.centralArchiveClient().setApiSecret("a-secret");
+  server.on("/archive/check_repo.php", respond(200, missing(entries)));
+  server.on("/archive/request_upload_token.php", respond(200, R"({"ok":true,"upload_token":"t"})"));
+  server.on("/archive/upload_package.php", respond(200, R"({"ok":true})"));
+  const Heartbeat heartbeat;
+  fetchAll();
+  archiveAll();
+  EXPECT_EQ(status(), "Archive complete. Uploaded: " + std::to_string(kUploads) + "  Failed: 0");
 }
 
 }  // namespace
