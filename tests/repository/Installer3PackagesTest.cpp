@@ -100,30 +100,6 @@ TEST_F(Installer3Packages, ItemsThatNameNoPackageArePassedOverAndTheOrderIsKept)
                                                      Property(&PackageEntry::packageName, "B"))));
 }
 
-TEST_F(Installer3Packages, TextsAndNumbersHaveATextForm) {
-  const auto formOf = [](PropertyList::Value value) {
-    const PropertyList list{std::move(value)};
-    return Installer3RepositoryFetcher::stringValue(&list);
-  };
-  EXPECT_EQ(formOf(" a b "s), " a b ");
-  EXPECT_EQ(formOf(PropertyList::Integer{-20}), "-20");
-  EXPECT_EQ(formOf(PropertyList::Real{0.1 + 0.2, false}), "0.3");
-  EXPECT_EQ(formOf(true), "1");
-  EXPECT_EQ(formOf(false), "0");
-}
-
-TEST_F(Installer3Packages, AnyOtherValueHasTheEmptyTextForm) {
-  const auto formOf = [](PropertyList::Value value) {
-    const PropertyList list{std::move(value)};
-    return Installer3RepositoryFetcher::stringValue(&list);
-  };
-  EXPECT_EQ(Installer3RepositoryFetcher::stringValue(nullptr), "");
-  EXPECT_EQ(formOf(PropertyList::Dictionary{}), "");
-  EXPECT_EQ(formOf(PropertyList::List{PropertyList{"a"s}}), "");
-  EXPECT_EQ(formOf(PropertyList::Date{1}), "");
-  EXPECT_EQ(formOf(PropertyList::Data{"a"}), "");
-}
-
 TEST_F(Installer3Packages, EveryKeyMayHoldANumber) {
   const PackageEntry package = fetchOne(
       "<plist><dict><key>packages</key><array><dict>"

@@ -98,30 +98,6 @@ TEST(Installer4Packages, ItemsThatNameNoPackageArePassedOverAndTheOrderIsKept) {
                           Property(&PackageEntry::packageName, "B")));
 }
 
-TEST(Installer4Packages, TextsAndNumbersHaveATextForm) {
-  const auto formOf = [](PropertyList::Value value) {
-    const PropertyList list{std::move(value)};
-    return Installer4RepositoryFetcher::stringValueFromObject(&list);
-  };
-  EXPECT_EQ(formOf(" a b "s), " a b ");
-  EXPECT_EQ(formOf(PropertyList::Integer{-20}), "-20");
-  EXPECT_EQ(formOf(PropertyList::Real{0.1 + 0.2, false}), "0.3");
-  EXPECT_EQ(formOf(true), "1");
-  EXPECT_EQ(formOf(false), "0");
-}
-
-TEST(Installer4Packages, AnyOtherValueHasTheEmptyTextForm) {
-  const auto formOf = [](PropertyList::Value value) {
-    const PropertyList list{std::move(value)};
-    return Installer4RepositoryFetcher::stringValueFromObject(&list);
-  };
-  EXPECT_EQ(Installer4RepositoryFetcher::stringValueFromObject(nullptr), "");
-  EXPECT_EQ(formOf(PropertyList::Dictionary{}), "");
-  EXPECT_EQ(formOf(PropertyList::List{PropertyList{"a"s}}), "");
-  EXPECT_EQ(formOf(PropertyList::Date{1}), "");
-  EXPECT_EQ(formOf(PropertyList::Data{"a"}), "");
-}
-
 TEST(Installer4Packages, EveryKeyMayHoldANumber) {
   const PackageEntry package = packageIn(
       "<plist><dict><key>packages</key><array><dict>"
