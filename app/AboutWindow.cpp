@@ -6,7 +6,6 @@
 #include <QPainter>
 #include <QScreen>
 #include <QStyle>
-#include <fmt/format.h>
 
 #include "ui/Strings.h"
 #include "ui/SystemColors.h"
@@ -32,15 +31,19 @@ QRect fromBottom(int x, int y, int width, int height) {
   return {x, kContentSize.height() - y - height, width, height};
 }
 
-// The icon at its best on every screen.
+// The icon as large as there is room, its sides in proportion, and as sharp as the screen.
 class IconView : public QWidget {
  public:
   IconView(const QIcon& icon, QWidget* parent) : QWidget(parent), icon_(icon) {}
 
  protected:
   void paintEvent(QPaintEvent*) override {
+    const QPixmap picture = icon_.pixmap(size(), devicePixelRatioF());
+    const QSize shown = picture.size().scaled(size(), Qt::KeepAspectRatio);
     QPainter painter(this);
-    icon_.paint(&painter, rect());
+    painter.setRenderHint(QPainter::SmoothPixmapTransform);
+    painter.drawPixmap(QStyle::alignedRect(layoutDirection(), Qt::AlignCenter, shown, rect()),
+                       picture);
   }
 
  private:
@@ -48,11 +51,6 @@ class IconView : public QWidget {
 };
 
 }  // namespace
-
-std::string versionLine(const VersionInfo& version) {
-  if (version.shortVersion.empty()) return "Beta Release";
-  return fmt::format("Version {} ({})", version.shortVersion, version.build);
-}
 
 AboutWindow::AboutWindow(const QIcon& icon, const VersionInfo& version)
     : QWidget(nullptr, Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint |

@@ -5,18 +5,10 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QWidget>
-#include <string>
+
+#include "app/VersionInfo.h"
 
 namespace tolvane {
-
-// What the program's bundle says of its version; "" where it says nothing.
-struct VersionInfo {
-  std::string shortVersion;
-  std::string build;
-};
-
-// "Version 1.2 (34)"; "Beta Release" where there is no short version.
-std::string versionLine(const VersionInfo& version);
 
 // The page of the product.
 inline constexpr const char* kWebsite = "https://tolvane.example/";

@@ -5,6 +5,7 @@
 #include <QCoreApplication>
 #include <QMenu>
 #include <QUrl>
+#include <algorithm>
 #include <cstdlib>
 #include <utility>
 
@@ -86,6 +87,17 @@ void AppDelegate::openTolvaneWebsite() {
 
 void AppDelegate::addWindow(QWidget* window) {
   windows_.emplace_back(window);
+}
+
+bool AppDelegate::hasVisibleWindows() const {
+  return std::any_of(windows_.begin(), windows_.end(),
+                     [](const auto& window) { return window != nullptr && window->isVisible(); });
+}
+
+bool AppDelegate::isOnlyVisibleWindow(const QWidget& window) const {
+  const auto isShown = [](const auto& other) { return other != nullptr && other->isVisible(); };
+  return window.isVisible() && std::count_if(windows_.begin(), windows_.end(), isShown) == 1 &&
+         std::find(windows_.begin(), windows_.end(), &window) != windows_.end();
 }
 
 bool AppDelegate::applicationShouldHandleReopen(bool hasVisibleWindows) {

@@ -49,6 +49,9 @@ class AppDelegate : public QObject {
 
   // Windows count in the order in which they were added.
   void addWindow(QWidget* window);
+  bool hasVisibleWindows() const;
+  // Whether the window is one of the application's, and all others of them are hidden.
+  bool isOnlyVisibleWindow(const QWidget& window) const;
   bool applicationShouldHandleReopen(bool hasVisibleWindows);
 
   TerminateReply applicationShouldTerminate();

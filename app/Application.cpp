@@ -10,9 +10,11 @@
 #include <csignal>
 
 #include "app/AppDelegate.h"
+#include "app/ApplicationEvents.h"
 #include "app/MainMenu.h"
 #include "app/MainWindow.h"
 #include "app/SQLiteContainer.h"
+#include "app/VersionInfo.h"
 #include "platform/Bundle.h"
 #include "ui/MessageBoxSheets.h"
 #include "ui/QtMainQueue.h"
@@ -27,29 +29,16 @@ namespace tolvane {
 
 namespace {
 
-// What the bundle says; a program that is no bundle knows its own version.
-VersionInfo versionInfo() {
-  const Bundle bundle = Bundle::mainBundle();
-  VersionInfo version{bundle.infoText("CFBundleShortVersionString"),
-                      bundle.infoText("CFBundleVersion")};
-  if (version.shortVersion.empty() && version.build.empty()) {
-    version = {TOLVANE_VERSION, TOLVANE_BUILD_NUMBER};
-  }
-  return version;
-}
+#ifdef Q_OS_MACOS
+constexpr LastWindowClosed kLastWindowClosed = LastWindowClosed::staysInTheDock;
+#else
+constexpr LastWindowClosed kLastWindowClosed =
+    LastWindowClosed::quits;  // nothing to click on stays
+#endif
 
 std::unique_ptr<PersistentContainer> makeStore() {
   const QString folder = QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
   return std::make_unique<SQLiteContainer>("Tolvane", toText(folder));
-}
-
-// Ends the program where the delegate agrees, and says whether it does.
-bool terminate(AppDelegate& delegate, const MainWindow& window) {
-  if (delegate.applicationShouldTerminate() == TerminateReply::cancel) return false;
-  window.saveSettings();
-  delegate.applicationWillTerminate();
-  QCoreApplication::exit();
-  return true;
 }
 
 // The URL on the command line; "" where there is none.
@@ -65,28 +54,13 @@ QString urlToOffer(const QApplication& application) {
   return parser.positionalArguments().value(0);
 }
 
-// On macOS the program goes on without its window, and a click on its icon in the Dock brings it
-// back; elsewhere nothing would be left to click on.
-void connectClosing(QApplication& application, AppDelegate& delegate, MainWindow& window) {
-#ifdef Q_OS_MACOS
-  QObject::connect(&application, &QGuiApplication::applicationStateChanged, &delegate,
-                   [&delegate, &window](Qt::ApplicationState state) {
-                     if (state != Qt::ApplicationActive) return;
-                     delegate.applicationShouldHandleReopen(window.isVisible());
-                   });
-#else
-  Q_UNUSED(application)
-  window.setMayClose([&delegate, &window] { return terminate(delegate, window); });
-#endif
-}
-
 }  // namespace
 
 QIcon applicationIcon() {
   initResources();
   QSvgRenderer drawing(QStringLiteral(":/icon.svg"));
   QIcon icon;
-  for (const int side : {16, 24, 32, 48, 64, 96, 128, 192, 256}) {
+  for (const int side : {16, 24, 32, 48, 64, 96, 128, 192, 256, 384, 512}) {
     QPixmap pixmap(side, side);
     pixmap.fill(Qt::transparent);
     QPainter painter(&pixmap);
@@ -112,13 +86,13 @@ int runApplication(int argc, char** argv) {
   static QtMainQueue& mainQueue = *new QtMainQueue;
   MessageBoxSheets sheets;
   MessageBoxAlerts alerts;
-  AppDelegate delegate(alerts,
-                       {makeStore, [](const QUrl& page) { QDesktopServices::openUrl(page); },
-                        QApplication::windowIcon(), versionInfo()});
+  const auto openInBrowser = [](const QUrl& address) { QDesktopServices::openUrl(address); };
+  AppDelegate delegate(alerts, {makeStore, openInBrowser, QApplication::windowIcon(),
+                                versionInfo(Bundle::mainBundle(), buildVersion())});
   MainWindow window(mainQueue, sheets);
   delegate.addWindow(&window);
-  buildMainMenu(window, delegate, [&] { terminate(delegate, window); });
-  connectClosing(application, delegate, window);
+  ApplicationEvents events(delegate, kLastWindowClosed, [&] { window.saveSettings(); });
+  buildMainMenu(window, delegate, [&] { events.terminate(); });
   window.controller().controls().repoURLField->setText(url);
   window.show();
   delegate.applicationDidFinishLaunching(*window.menuBar());

@@ -58,11 +58,7 @@ void MainWindow::saveSettings() const {
 
 void MainWindow::closeEvent(QCloseEvent* event) {
   saveSettings();
-  if (mayClose_ && !mayClose_()) {
-    event->ignore();
-  } else {
-    QMainWindow::closeEvent(event);
-  }
+  QMainWindow::closeEvent(event);
 }
 
 }  // namespace tolvane

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <QMainWindow>
-#include <functional>
 
 #include "platform/MainQueue.h"
 #include "platform/URLSession.h"
@@ -22,9 +21,6 @@ class MainWindow : public QMainWindow {
 
   ViewController& controller() const { return *controller_; }
 
-  // Asked when the user closes the window; false keeps it open. Without one it may close.
-  void setMayClose(std::function<bool()> mayClose) { mayClose_ = std::move(mayClose); }
-
   void restoreSettings();
   void saveSettings() const;
 
@@ -33,7 +29,6 @@ class MainWindow : public QMainWindow {
 
  private:
   ViewController* controller_;
-  std::function<bool()> mayClose_;
 };
 
 }  // namespace tolvane

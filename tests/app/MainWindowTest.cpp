@@ -77,17 +77,6 @@ TEST_F(Main, SettingsThatCannotBeAreNotTaken) {
   EXPECT_EQ(table().columnWidth(5), 140);
 }
 
-TEST_F(Main, ClosingAsksFirst) {
-  show();
-  bool mayClose = false;
-  window->setMayClose([&] { return mayClose; });
-  window->close();
-  EXPECT_TRUE(window->isVisible());
-  mayClose = true;
-  window->close();
-  EXPECT_FALSE(window->isVisible());
-}
-
 TEST_F(Main, ASheetIsAWindowModalBoxWithPlainTexts) {
   show();
   std::vector<std::size_t> answers;

@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <string>
+
+#include "platform/Bundle.h"
+
+namespace tolvane {
+
+// What is said of the program's version; "" where nothing is said.
+struct VersionInfo {
+  std::string shortVersion;
+  std::string build;
+
+  bool operator==(const VersionInfo&) const = default;
+};
+
+// As the build was told.
+VersionInfo buildVersion();
+
+// What the bundle says; a program that is no bundle has its version from the build.
+VersionInfo versionInfo(const Bundle& bundle, const VersionInfo& otherwise);
+
+// "Version 1.2 (34)"; "Beta Release" where there is no short version.
+std::string versionLine(const VersionInfo& version);
+
+}  // namespace tolvane
