@@ -3,41 +3,21 @@
 
 #include <QAbstractItemView>
 #include <QAccessibleWidget>
+#include <algorithm>
+#include <utility>
 
+#include "ui/AccessiblePackageTable.h"
 #include "ui/LongTextView.h"
+#include "ui/PackageTableView.h"
 #include "ui/PopupButton.h"
 
 namespace tolvane {
 
 namespace {
 
-// The view's text as a whole. It is put together when somebody asks, not for each message.
-class AccessibleLongText : public QAccessibleWidget, public QAccessibleTextInterface {
+// A text to read, without a cursor.
+class ReadOnlyText : public QAccessibleTextInterface {
  public:
-  explicit AccessibleLongText(LongTextView* view)
-      : QAccessibleWidget(view, QAccessible::EditableText), view_(view) {}
-
-  QAccessible::State state() const override {
-    QAccessible::State state = QAccessibleWidget::state();
-    state.readOnly = true;
-    state.multiLine = true;
-    return state;
-  }
-
-  void* interface_cast(QAccessible::InterfaceType type) override {
-    if (type == QAccessible::TextInterface) return static_cast<QAccessibleTextInterface*>(this);
-    return QAccessibleWidget::interface_cast(type);
-  }
-
-  int characterCount() const override { return static_cast<int>(view_->toPlainText().size()); }
-  QString text(int startOffset, int endOffset) const override {
-    return view_->toPlainText().mid(startOffset, endOffset - startOffset);
-  }
-  QString text(QAccessible::Text kind) const override {
-    if (kind == QAccessible::Value) return view_->toPlainText();
-    return QAccessibleWidget::text(kind);
-  }
-
   int selectionCount() const override { return 0; }
   void selection(int, int* startOffset, int* endOffset) const override {
     *startOffset = *endOffset = 0;
@@ -55,8 +35,86 @@ class AccessibleLongText : public QAccessibleWidget, public QAccessibleTextInter
     *endOffset = characterCount();
     return {};
   }
+};
+
+// Some lines out of a text.
+class Excerpt : public ReadOnlyText {
+ public:
+  explicit Excerpt(QString text) : text_(std::move(text)) {}
+
+  int characterCount() const override { return static_cast<int>(text_.size()); }
+  QString text(int startOffset, int endOffset) const override {
+    return text_.mid(startOffset, endOffset - startOffset);
+  }
 
  private:
+  QString text_;
+};
+
+// The view's text. What is asked for is put together from its lines, and no more than that.
+class AccessibleLongText : public QAccessibleWidget, public ReadOnlyText {
+ public:
+  explicit AccessibleLongText(LongTextView* view)
+      : QAccessibleWidget(view, QAccessible::EditableText), view_(view) {}
+
+  QAccessible::State state() const override {
+    QAccessible::State state = QAccessibleWidget::state();
+    state.readOnly = true;
+    state.multiLine = true;
+    return state;
+  }
+
+  void* interface_cast(QAccessible::InterfaceType type) override {
+    if (type == QAccessible::TextInterface) return static_cast<QAccessibleTextInterface*>(this);
+    return QAccessibleWidget::interface_cast(type);
+  }
+
+  int characterCount() const override { return static_cast<int>(view_->text().length()); }
+  QString text(int startOffset, int endOffset) const override {
+    const int end = std::min(endOffset < 0 ? characterCount() : endOffset, characterCount());
+    return view_->text().textBetween(static_cast<std::size_t>(std::max(startOffset, 0)),
+                                     static_cast<std::size_t>(end));
+  }
+  QString text(QAccessible::Text kind) const override {
+    if (kind == QAccessible::Value) return view_->toPlainText();
+    return QAccessibleWidget::text(kind);
+  }
+
+  QString textBeforeOffset(int offset, QAccessible::TextBoundaryType type, int* startOffset,
+                           int* endOffset) const override {
+    return searchNear(&Excerpt::textBeforeOffset, offset, type, startOffset, endOffset);
+  }
+  QString textAtOffset(int offset, QAccessible::TextBoundaryType type, int* startOffset,
+                       int* endOffset) const override {
+    return searchNear(&Excerpt::textAtOffset, offset, type, startOffset, endOffset);
+  }
+  QString textAfterOffset(int offset, QAccessible::TextBoundaryType type, int* startOffset,
+                          int* endOffset) const override {
+    return searchNear(&Excerpt::textAfterOffset, offset, type, startOffset, endOffset);
+  }
+
+ private:
+  using Search = QString (Excerpt::*)(int, QAccessible::TextBoundaryType, int*, int*) const;
+
+  // Words and lines are looked for in the line and its neighbours; the toolkit would go through the
+  // whole text each time.
+  QString searchNear(Search search, int offset, QAccessible::TextBoundaryType type,
+                     int* startOffset, int* endOffset) const {
+    const LongText& text = view_->text();
+    const bool whole = type == QAccessible::NoBoundary || text.isEmpty();
+    const std::size_t place = offset < 0 ? text.length() : static_cast<std::size_t>(offset);
+    const std::size_t line = whole ? 0 : text.lineAt(place);
+    const std::size_t start = whole ? 0 : text.startOf(line - std::min<std::size_t>(line, 1));
+    const std::size_t end =
+        whole ? text.length() : text.startOf(std::min(line + 2, text.lineCount()));
+    const Excerpt excerpt(text.textBetween(start, end));
+    const QString found =
+        (excerpt.*search)(static_cast<int>(place - start), type, startOffset, endOffset);
+    if (*startOffset >= 0) *startOffset += static_cast<int>(start);
+    if (*endOffset >= 0) *endOffset += static_cast<int>(start);
+    return found;
+  }
+
   LongTextView* view_;
 };
 
@@ -88,6 +146,9 @@ class AccessiblePopup : public QAccessibleWidget {
 QAccessibleInterface* makeInterface(const QString& className, QObject* object) {
   if (className == QLatin1String("tolvane::LongTextView")) {
     return new AccessibleLongText(static_cast<LongTextView*>(object));
+  }
+  if (className == QLatin1String("tolvane::PackageTableView")) {
+    return makeAccessiblePackageTable(static_cast<PackageTableView*>(object));
   }
   if (className == QLatin1String("tolvane::PopupButton")) {
     return new AccessiblePopup(static_cast<PopupButton*>(object));

@@ -15,13 +15,6 @@ namespace {
 constexpr std::size_t kFirstPrefix = 1024;
 constexpr double kNarrowestText = 80;
 
-// The text's first bytes, without half a character at their end.
-std::string_view prefixOf(std::string_view text, std::size_t length) {
-  if (length >= text.size()) return text;
-  while (length > 0 && (static_cast<unsigned char>(text[length]) & 0xC0) == 0x80) --length;
-  return text.substr(0, length);
-}
-
 double layOut(QTextLayout& layout, double width, double limit) {
   QTextOption option;
   option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);

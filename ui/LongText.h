@@ -10,12 +10,14 @@
 
 namespace tolvane {
 
-// A part of a text that is laid out by itself: one line of it, or a piece of a line that is too
-// long for the toolkit, whose time grows with the square of a line's length.
+// A part of a text that is laid out by itself: one line of it, or a piece of a line that is very
+// long.
 struct TextLine {
   std::string_view text;
   std::string_view type;
   bool endsWithNewline = true;
+  std::size_t start = 0;            // how many UTF-16 units stand before it
+  std::size_t units = text.size();  // and in it, without the newline; as of ASCII until counted
 };
 
 // Lines stay at their address when others are appended.
@@ -45,17 +47,29 @@ class LongText {
   // place in the other.
   bool continues(const LongText& other) const;
 
-  // The text from one place to another; offsets count UTF-16 units.
+  // Offsets and lengths count UTF-16 units, newlines among them.
+  std::size_t length() const { return startOf(lineCount()); }
+  std::size_t startOf(std::size_t index) const;
+  // The line that holds the offset; the last one for the end of the text.
+  std::size_t lineAt(std::size_t offset) const;
+
+  // The text from one place to another.
   QString textBetween(std::size_t firstLine, qsizetype firstOffset, std::size_t lastLine,
                       qsizetype lastOffset) const;
-  QString toPlainText() const;
+  QString textBetween(std::size_t start, std::size_t end) const;
+  QString toPlainText() const { return textBetween(0, length()); }
 
  private:
+  struct Kept {
+    std::uint32_t line;
+    std::size_t start;
+  };
+
   const TextLines* lines_ = nullptr;
   const TextLine* notice_ = nullptr;
   std::size_t count_ = 0;
   bool filtered_ = false;
-  std::vector<std::uint32_t> kept_;  // of the lines, while they are filtered
+  std::vector<Kept> kept_;  // of the lines, while they are filtered
 };
 
 }  // namespace tolvane

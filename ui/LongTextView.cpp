@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ui/LongTextView.h"
 
+#include <QAccessible>
 #include <QEvent>
 #include <QPainter>
 #include <QScopedValueRollback>
@@ -38,6 +39,7 @@ LongTextView::LongTextView(QWidget* parent) : QAbstractScrollArea(parent) {
 
 void LongTextView::setText(LongText text) {
   const bool continues = text.continues(text_);
+  const std::size_t lengthBefore = text_.length();
   text_ = std::move(text);
   if (!continues) {
     forgetLayouts();
@@ -47,6 +49,19 @@ void LongTextView::setText(LongText text) {
   updateScrollBar();
   viewport()->update();
   emit textChanged();
+  if (QAccessible::isActive()) announceText(lengthBefore, continues);
+}
+
+// Of a text that continues the one before, screen readers are told what is new.
+void LongTextView::announceText(std::size_t start, bool continues) {
+  if (!continues) {
+    QAccessibleEvent replaced(this, QAccessible::VisibleDataChanged);
+    return QAccessible::updateAccessibility(&replaced);
+  }
+  if (start == text_.length()) return;
+  QAccessibleTextInsertEvent inserted(this, static_cast<int>(start),
+                                      text_.textBetween(start, text_.length()));
+  QAccessible::updateAccessibility(&inserted);
 }
 
 void LongTextView::setTextInset(QSize inset) {

@@ -73,6 +73,7 @@ class LongTextView : public QAbstractScrollArea {
     auto operator<=>(const Top&) const = default;  // NOLINT(modernize-use-nullptr): a false alarm
   };
 
+  void announceText(std::size_t start, bool continues);
   int viewHeight() const;
   const QTextLayout& layoutOf(std::size_t line) const;
   int heightOf(std::size_t line) const;

@@ -1,20 +1,49 @@
 // SPDX-License-Identifier: MIT
 #include "ui/PackageKeys.h"
 
+#include <QVarLengthArray>
+#include <algorithm>
 #include <string_view>
 
 namespace tolvane {
 
+namespace {
+
+using Field = PackageEntry::Field;
+
+constexpr Field kKeyFields[] = {Field::packageName, Field::version, Field::architecture,
+                                Field::filename};
+
+}  // namespace
+
 std::string keyForPackage(const PackageEntry& package) {
-  const std::string_view name = package.packageName();
-  const std::string_view version = package.version();
-  const std::string_view architecture = package.architecture();
-  const std::string_view filename = package.filename();
   std::string key;
-  key.reserve(name.size() + version.size() + architecture.size() + filename.size() + 3);
-  key.append(name).append("|").append(version).append("|");
-  key.append(architecture).append("|").append(filename);
+  for (const Field field : kKeyFields) {
+    if (field != kKeyFields[0]) key += '|';
+    key += package.text(field);
+  }
   return key;
+}
+
+PackageKeys::Key::Key(const PackageEntry& ticked) : package(ticked) {
+  QVarLengthArray<char, 1024> text;
+  for (const Field field : kKeyFields) {
+    const std::string_view part = package.text(field);
+    text.append(part.data(), static_cast<qsizetype>(part.size()));
+    text.append('|');
+  }
+  hash =
+      qHashBits(text.constData(), static_cast<std::size_t>(text.size()), QHashSeed::globalSeed());
+}
+
+bool PackageKeys::Key::operator==(const Key& other) const {
+  if (hash != other.hash) return false;
+  if (package.isSameRecordAs(other.package)) return true;
+  const bool same = std::all_of(
+      std::begin(kKeyFields), std::end(kKeyFields),
+      [&](const Field field) { return package.text(field) == other.package.text(field); });
+  // Texts with a bar in them can make one key in two ways.
+  return same || keyForPackage(package) == keyForPackage(other.package);
 }
 
 }  // namespace tolvane

@@ -76,7 +76,7 @@ QVariant PackageTableModel::data(const QModelIndex& index, int role) const {
 
 QVariant PackageTableModel::tickData(const PackageEntry& package, int role) const {
   if (role == Qt::CheckStateRole) {
-    return tickedKeys_.contains(keyForPackage(package)) ? Qt::Checked : Qt::Unchecked;
+    return tickedKeys_.contains(package) ? Qt::Checked : Qt::Unchecked;
   }
   if (role == Qt::AccessibleTextRole) {
     return tr("Select %1").arg(toQString(package.displayName()));

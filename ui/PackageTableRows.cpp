@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+#include <QAccessible>
+#include <QEvent>
 #include <QHeaderView>
 #include <QScopedValueRollback>
 #include <QScrollBar>
@@ -51,12 +53,13 @@ bool PackageTableView::measure(int row) {
   return true;
 }
 
-// Measures from a row that stands at y down to the lower edge.
-bool PackageTableView::measureFrom(int row, int y) {
-  bool changed = false;
+// Measures from a row that stands at y down to the lower edge; returns where the first row stands
+// whose height has changed.
+std::optional<int> PackageTableView::measureFrom(int row, int y) {
+  std::optional<int> changed;
   const int rowCount = static_cast<int>(measured_.size());
   for (; row >= 0 && row < rowCount && y < viewport()->height(); ++row) {
-    changed |= measure(row);
+    if (measure(row) && !changed) changed = y;
     y += verticalHeader()->sectionSize(row);
   }
   return changed;
@@ -69,10 +72,12 @@ void PackageTableView::measureVisibleRows() {
   const bool atEnd = bar->maximum() > 0 && bar->value() == bar->maximum();
   // Staying at an end that moves away brings further rows into view.
   for (int first = rowAt(0); first >= 0; first = rowAt(0)) {
-    if (!measureFrom(first, rowViewportPosition(first))) break;
+    const std::optional<int> changed = measureFrom(first, rowViewportPosition(first));
+    if (!changed) break;
     QTableView::updateGeometries();
     if (atEnd) bar->setValue(bar->maximum());
-    viewport()->update();
+    // What stands above is still right; where the end has moved, nothing is.
+    viewport()->update(viewport()->rect().adjusted(0, atEnd ? 0 : *changed, 0, 0));
   }
 }
 
@@ -101,6 +106,39 @@ void PackageTableView::scrollContentsBy(int dx, int dy) {
     }
   }
   measureVisibleRows();
+}
+
+void PackageTableView::measureAgain() {
+  measured_.assign(measured_.size(), false);
+  const int top = rowAt(0);
+  if (top < 0) return;
+  const int hidden = -rowViewportPosition(top);
+  if (measure(top)) QTableView::updateGeometries();
+  verticalScrollBar()->setValue(verticalHeader()->sectionPosition(top) + hidden);
+  measureVisibleRows();
+}
+
+void PackageTableView::changeEvent(QEvent* event) {
+  QTableView::changeEvent(event);
+  const QEvent::Type type = event->type();
+  if (type == QEvent::FontChange || type == QEvent::StyleChange) measureAgain();
+}
+
+// The toolkit would paint everything, for ticks in one column.
+void PackageTableView::dataChanged(const QModelIndex& topLeft, const QModelIndex& bottomRight,
+                                   const QList<int>& roles) {
+  if (topLeft.column() != bottomRight.column()) {
+    return QTableView::dataChanged(topLeft, bottomRight, roles);
+  }
+  const int column = topLeft.column();
+  viewport()->update(columnViewportPosition(column), 0, columnWidth(column), viewport()->height());
+  if (!QAccessible::isActive()) return;
+  QAccessibleTableModelChangeEvent event(this, QAccessibleTableModelChangeEvent::DataChanged);
+  event.setFirstRow(topLeft.row());
+  event.setLastRow(bottomRight.row());
+  event.setFirstColumn(column);
+  event.setLastColumn(column);
+  QAccessible::updateAccessibility(&event);
 }
 
 void PackageTableView::scrollTo(const QModelIndex& index, ScrollHint hint) {

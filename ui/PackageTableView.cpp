@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "ui/PackageTableView.h"
 
+#include <QAccessible>
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QSignalBlocker>
 #include <utility>
 
+#include "ui/AccessibleViews.h"
 #include "ui/DescriptionText.h"
 #include "ui/PackageCellDelegate.h"
 #include "ui/PackageTableHeader.h"
@@ -16,6 +18,7 @@
 namespace tolvane {
 
 PackageTableView::PackageTableView(QWidget* parent) : QTableView(parent) {
+  installAccessibleViews();
   setFrameShape(QFrame::NoFrame);
   setAlternatingRowColors(true);
   setShowGrid(true);
@@ -99,6 +102,16 @@ void PackageTableView::toggleTick(int row) {
       packageModel_->index(row, packageModel_->columnWithIdentifier(kSelectedColumn));
   const bool on = index.data(Qt::CheckStateRole).toInt() == Qt::Checked;
   packageModel_->setData(index, on ? Qt::Unchecked : Qt::Checked, Qt::CheckStateRole);
+  if (!QAccessible::isActive()) return;
+  QAccessible::State changed;
+  changed.checked = true;
+  QAccessibleStateChangeEvent event(this, changed);
+  event.setChild(accessibleChildIndex(row, index.column()));
+  QAccessible::updateAccessibility(&event);
+}
+
+int PackageTableView::accessibleChildIndex(int row, int column) const {
+  return (row + 1) * (packageModel_->columnCount() + 1) + column + 1;
 }
 
 void PackageTableView::mousePressEvent(QMouseEvent* event) {

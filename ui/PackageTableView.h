@@ -33,12 +33,23 @@ class PackageTableView : public QTableView {
   // and the given row (none for -1) is highlighted without a signal.
   void reloadInPlace(int highlightedRow);
 
+  // Measures the rows anew as they come into view, as after a reload. The row on top stays.
+  void measureAgain();
+
   // The column that the user chose to sort by; none before the first choice.
   std::optional<SortDescriptor> sortDescriptor() const;
 
   // Sorts by the column, or turns its order round where it is sorted by already.
   void sortByClickOn(int column);
 
+  // As a click on the row's tick.
+  void toggleTick(int row);
+
+  // By which number the toolkit's accessible events name a cell, or a header for row or column -1.
+  int accessibleChildIndex(int row, int column) const;
+
+  void dataChanged(const QModelIndex& topLeft, const QModelIndex& bottomRight,
+                   const QList<int>& roles = {}) override;
   void scrollTo(const QModelIndex& index, ScrollHint hint = EnsureVisible) override;
   void reset() override;
 
@@ -52,6 +63,7 @@ class PackageTableView : public QTableView {
   void copyRequested(int row);
 
  protected:
+  void changeEvent(QEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
   void mousePressEvent(QMouseEvent* event) override;
   void mouseMoveEvent(QMouseEvent* event) override;
@@ -65,10 +77,9 @@ class PackageTableView : public QTableView {
  private:
   void takeSortIndicator(int section, Qt::SortOrder order);
   int tickRowAt(const QMouseEvent& event) const;
-  void toggleTick(int row);
 
   bool measure(int row);
-  bool measureFrom(int row, int y);
+  std::optional<int> measureFrom(int row, int y);
   void measureVisibleRows();
   int measureAbove(int row);
 

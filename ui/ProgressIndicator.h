@@ -14,8 +14,6 @@ class ProgressIndicator : public QProgressBar {
   explicit ProgressIndicator(QWidget* parent);
 
   bool isIndeterminate() const { return indeterminate_; }
-  // Moves while it is indeterminate.
-  bool isAnimating() const { return indeterminate_; }
   double minValue() const { return 0; }
   double maxValue() const { return 100; }
   // May be above the maximum, which the bar shows as full.

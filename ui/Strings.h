@@ -18,4 +18,11 @@ inline std::string toText(const QString& string) {
   return {bytes.constData(), static_cast<std::size_t>(bytes.size())};
 }
 
+// The text's first bytes, without half a character at their end.
+inline std::string_view prefixOf(std::string_view text, std::size_t length) {
+  if (length >= text.size()) return text;
+  while (length > 0 && (static_cast<unsigned char>(text[length]) & 0xC0) == 0x80) --length;
+  return text.substr(0, length);
+}
+
 }  // namespace tolvane

@@ -7,6 +7,7 @@
 
 #include "archive_client/CentralArchiveClient.h"
 #include "archive_client/CentralArchiveConfiguration.h"
+#include "model/CrawlerLogger.h"
 #include "platform/SystemLog.h"
 
 namespace tolvane {
@@ -27,7 +28,8 @@ ViewController::~ViewController() {
 
 void ViewController::viewDidLoad(const URLSessionFactory& sessionFactory) {
   SystemLog::write("[UI] viewDidLoad");
-  observeCrawlerLogger();
+  logToken_ = NotificationCenter::defaultCenter().addObserver(
+      CrawlerLoggerDidLogMessageNotification, crawlerLoggerDidLogMessage());
   fetcher_ = std::make_unique<RepositoryFetcher>(sessionFactory);
   queueManager_ = std::make_unique<DownloadQueueManager>(mainQueue_, sessionFactory);
   metadataArchiver_ = std::make_unique<RepositoryMetadataArchiver>(mainQueue_, sessionFactory);

@@ -29,6 +29,7 @@
 #include "ui/LongText.h"
 #include "ui/MainWindowControls.h"
 #include "ui/PackageKeys.h"
+#include "ui/PackageStatistics.h"
 #include "ui/PackageTableModel.h"
 #include "ui/Sheets.h"
 
@@ -61,6 +62,8 @@ class ViewController : public QWidget {
   const CentralArchiveClient::MissingPackages& lastMissingArchivePackages() const {
     return lastMissingArchivePackages_;
   }
+  RepositoryFetcher& fetcher() const { return *fetcher_; }
+  RepositoryMetadataArchiver& metadataArchiver() const { return *metadataArchiver_; }
   CentralArchiveClient& centralArchiveClient() const { return *centralArchiveClient_; }
   DownloadQueueManager& queueManager() const { return *queueManager_; }
 
@@ -97,7 +100,9 @@ class ViewController : public QWidget {
   void applySearchFilter();
   void updateStatsLabel();
 
-  // Console. An absent text does nothing; an absent type is "info".
+  // Console. What observes the log bus runs on any thread, perhaps after the controller's end; it
+  // hands each message to the main queue. An absent text does nothing; an absent type is "info".
+  NotificationCenter::Observer crawlerLoggerDidLogMessage();
   void appendConsoleMessage(std::optional<std::string_view> text,
                             std::optional<std::string_view> type);
   void consoleFilterChanged() { refreshConsoleView(); }
@@ -142,13 +147,13 @@ class ViewController : public QWidget {
   void changeEvent(QEvent* event) override;
   void dragEnterEvent(QDragEnterEvent* event) override;
   void dropEvent(QDropEvent* event) override;
+  bool eventFilter(QObject* watched, QEvent* event) override;
   void resizeEvent(QResizeEvent* event) override;
   void showEvent(QShowEvent* event) override;
 
  private:
   void viewDidLoad(const URLSessionFactory& sessionFactory);
   void viewDidLayout();
-  void observeCrawlerLogger();
 
   void buildInterface();
   void buildToolbar();
@@ -214,6 +219,7 @@ class ViewController : public QWidget {
   PackageList packages_;
   PackageList allPackages_;
   PackageKeys selectedPackageKeys_;
+  std::optional<PackageStatistics> statistics_;  // of the shown rows, once counted
   ConsoleMessages consoleMessages_;
   TextLines consoleLines_;  // of the messages, as they are shown
   std::optional<URL> currentRepositoryURL_;

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <QAction>
+#include <QEvent>
 #include <QKeySequence>
 
 #include "ui/Strings.h"
@@ -38,9 +39,17 @@ void ViewController::buildActions() {
   connect(focusSearchAction_, &QAction::triggered, this,
           [this] { focusAndSelect(controls_.searchField); });
   fetchAction_ = makeAction(this, tr("Fetch Repository"), "fetchAction", QKeySequence(Qt::Key_F5));
-  // A disabled button takes no click.
   connect(fetchAction_, &QAction::triggered, c.fetchButton, &QPushButton::click);
+  c.fetchButton->installEventFilter(this);
   buildSortActions();
+}
+
+// A menu shows whether its item can be chosen, as the button does.
+bool ViewController::eventFilter(QObject* watched, QEvent* event) {
+  if (watched == controls_.fetchButton && event->type() == QEvent::EnabledChange) {
+    fetchAction_->setEnabled(controls_.fetchButton->isEnabled());
+  }
+  return QWidget::eventFilter(watched, event);
 }
 
 // Sorting without a mouse: what a click on the column's header does.

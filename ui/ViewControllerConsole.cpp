@@ -5,7 +5,6 @@
 #include <fmt/chrono.h>
 #include <utility>
 
-#include "model/CrawlerLogger.h"
 #include "ui/ViewController.h"
 
 // The console and the progress bar.
@@ -24,17 +23,14 @@ std::string entryOr(const UserInfo& userInfo, const std::string& key, const char
 
 }  // namespace
 
-// Messages come on any thread.
-void ViewController::observeCrawlerLogger() {
+NotificationCenter::Observer ViewController::crawlerLoggerDidLogMessage() {
   auto append =
       lifetime_.guardOn(mainQueue_, [this](const std::string& text, const std::string& type) {
         appendConsoleMessage(text, type);
       });
-  logToken_ = NotificationCenter::defaultCenter().addObserver(
-      CrawlerLoggerDidLogMessageNotification,
-      [append = std::move(append)](const UserInfo& userInfo) {
-        append(entryOr(userInfo, "message", ""), entryOr(userInfo, "type", "info"));
-      });
+  return [append = std::move(append)](const UserInfo& userInfo) {
+    append(entryOr(userInfo, "message", ""), entryOr(userInfo, "type", "info"));
+  };
 }
 
 void ViewController::appendConsoleMessage(std::optional<std::string_view> text,

@@ -196,6 +196,7 @@ void ViewController::connectControls() {
   connect(c.tableView, &PackageTableView::copyRequested, this, &ViewController::copyDetails);
   connect(tableModel_, &PackageTableModel::checkboxClicked, this,
           &ViewController::packageCheckboxClicked);
+  connect(tableModel_, &PackageTableModel::modelReset, this, [this] { statistics_.reset(); });
 }
 
 void ViewController::fitTitles() {

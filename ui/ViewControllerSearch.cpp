@@ -1,11 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include <algorithm>
 #include <fmt/format.h>
-#include <iterator>
 
 #include "model/PackageSearch.h"
 #include "ui/ByteCount.h"
-#include "ui/PackageStatistics.h"
+#include "ui/PackageWalk.h"
 #include "ui/Strings.h"
 #include "ui/ViewController.h"
 
@@ -17,8 +15,9 @@ void ViewController::applySearchFilter() {
   selectedPackageKeys_.clear();
   controls_.selectAllButton->setChecked(false);
   packages_.clear();
-  std::copy_if(allPackages_.begin(), allPackages_.end(), std::back_inserter(packages_),
-               [&](const PackageEntry& package) { return search.matches(package); });
+  forEachPackage(allPackages_, [&](const PackageEntry& package) {
+    if (search.matches(package)) packages_.push_back(package);
+  });
   controls_.selectAllButton->setEnabled(!packages_.empty());
   controls_.downloadSelectedButton->setEnabled(!packages_.empty());
   controls_.downloadMissingButton->setEnabled(!allPackages_.empty());
@@ -30,11 +29,12 @@ void ViewController::applySearchFilter() {
 }
 
 void ViewController::updateStatsLabel() {
-  const auto statistics = PackageStatistics::of(packages_);
+  // Ticks come one by one and by the thousand; the rows have not changed with them.
+  if (!statistics_) statistics_ = PackageStatistics::of(packages_);
   controls_.statsLabel->setText(toQString(fmt::format(
       "Shown: {} / {}    Unique: {}    Architectures: {}    Selected: {}    Estimated size: {}",
-      packages_.size(), allPackages_.size(), statistics.unique, statistics.architectures,
-      selectedPackageKeys_.size(), formattedByteCount(statistics.estimatedSize))));
+      packages_.size(), allPackages_.size(), statistics_->unique, statistics_->architectures,
+      selectedPackageKeys_.size(), formattedByteCount(statistics_->estimatedSize))));
 }
 
 }  // namespace tolvane

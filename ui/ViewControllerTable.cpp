@@ -6,6 +6,7 @@
 #include "ui/DescriptionText.h"
 #include "ui/PackageSorting.h"
 #include "ui/PackageTexts.h"
+#include "ui/PackageWalk.h"
 #include "ui/Strings.h"
 #include "ui/ViewController.h"
 
@@ -29,7 +30,7 @@ int ViewController::heightOfRow(int row) const {
   if (package == nullptr) return kBaseRowHeight;
   const int column = tableModel_->columnWithIdentifier(kDescriptionColumn);
   const int width = column < 0 ? kWidthWithoutColumn : controls_.tableView->columnWidth(column);
-  return rowHeightForDescription(package->packageDescription(), width, QApplication::font());
+  return rowHeightForDescription(package->packageDescription(), width, controls_.tableView->font());
 }
 
 void ViewController::sortDescriptorsDidChange() {
@@ -79,9 +80,9 @@ void ViewController::packageCheckboxClicked(int row, bool on) {
   const PackageEntry* const package = tableModel_->packageAt(row);
   if (package == nullptr) return;
   if (on) {
-    selectedPackageKeys_.insert(keyForPackage(*package));
+    selectedPackageKeys_.insert(*package);
   } else {
-    selectedPackageKeys_.erase(keyForPackage(*package));
+    selectedPackageKeys_.erase(*package);
   }
   // Ticks on rows that a search hides count too.
   controls_.selectAllButton->setChecked(!packages_.empty() &&
@@ -94,20 +95,20 @@ void ViewController::selectAllButtonClicked() {
   selectedPackageKeys_.clear();
   if (controls_.selectAllButton->isChecked()) {
     selectedPackageKeys_.reserve(packages_.size());
-    for (const PackageEntry& package : packages_) {
-      selectedPackageKeys_.insert(keyForPackage(package));
-    }
+    forEachPackage(packages_, [this](const PackageEntry& package) {
+      selectedPackageKeys_.insert(package);
+    });
   }
-  controls_.tableView->reloadInPlace(controls_.tableView->highlightedRow());
+  tableModel_->reloadTicks();
+  controls_.tableView->measureAgain();
   updateStatsLabel();
 }
 
 ViewController::PackageList ViewController::selectedPackages() const {
   PackageList ticked;
-  std::copy_if(packages_.begin(), packages_.end(), std::back_inserter(ticked),
-               [this](const PackageEntry& package) {
-                 return selectedPackageKeys_.contains(keyForPackage(package));
-               });
+  std::copy_if(
+      packages_.begin(), packages_.end(), std::back_inserter(ticked),
+      [this](const PackageEntry& package) { return selectedPackageKeys_.contains(package); });
   return ticked;
 }
 

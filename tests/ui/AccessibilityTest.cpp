@@ -1,10 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include <QAccessible>
+#include <QElapsedTimer>
+#include <fmt/format.h>
 
 #include "tests/ui/support/Window.h"
 
 namespace tolvane {
 namespace {
+
+using testing::ElementsAre;
 
 class Accessibility : public Window {
  protected:
@@ -62,15 +66,68 @@ TEST_F(Accessibility, CellsHeadersAndTicksCanBeRead) {
   EXPECT_TRUE(tick->state().checked);
 }
 
-// The toolkit's action for a cell; with Space it ticks.
+TEST_F(Accessibility, ATickCanBeToggled) {
+  load(makePackages(2));
+  QAccessibleInterface* const tick = table().cellAt(1, 0);
+  QAccessibleActionInterface* const actions = tick->actionInterface();
+  ASSERT_NE(actions, nullptr);
+  EXPECT_THAT(actions->actionNames(), ElementsAre(QAccessibleActionInterface::toggleAction()));
+  actions->doAction(QAccessibleActionInterface::toggleAction());
+  EXPECT_TRUE(isTicked(1));
+  EXPECT_TRUE(tick->state().checked);
+  EXPECT_THAT(stats(), testing::HasSubstr("Selected: 1 "));
+  EXPECT_EQ(c.tableView->highlightedRow(), -1);
+  actions->doAction(QAccessibleActionInterface::toggleAction());
+  EXPECT_FALSE(isTicked(1));
+}
+
 TEST_F(Accessibility, ARowCanBeHighlighted) {
   load(makePackages(2));
-  QAccessibleActionInterface* const actions = table().cellAt(1, 0)->actionInterface();
-  ASSERT_NE(actions, nullptr);
-  actions->doAction(QAccessibleActionInterface::toggleAction());
+  QAccessibleInterface* const cell = table().cellAt(1, 1);
+  cell->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
   EXPECT_EQ(c.tableView->highlightedRow(), 1);
-  QTest::keyClick(c.tableView, Qt::Key_Space);
-  EXPECT_TRUE(isTicked(1));
+  EXPECT_TRUE(cell->state().selected);
+  EXPECT_FALSE(cell->state().checkable);
+  EXPECT_THAT(table().selectedRows(), ElementsAre(1));
+  EXPECT_EQ(table().selectedCells().size(), 9);
+  EXPECT_TRUE(table().unselectRow(1));
+  EXPECT_EQ(c.tableView->highlightedRow(), -1);
+  EXPECT_TRUE(table().selectRow(0));
+  EXPECT_TRUE(table().isRowSelected(0));
+  EXPECT_FALSE(table().selectRow(2));
+}
+
+TEST_F(Accessibility, CellsAndHeadersStandInTheTreeWhereTheyAreOnTheScreen) {
+  loadAndShow(makePackages(2));
+  QAccessibleInterface* const tree = of(c.tableView);
+  EXPECT_EQ(tree->role(), QAccessible::Table);
+  EXPECT_EQ(tree->childCount(), 3 * 10);
+  for (int i = 0; i < tree->childCount(); ++i) {
+    QAccessibleInterface* const part = tree->child(i);
+    ASSERT_NE(part, nullptr) << i;
+    EXPECT_EQ(tree->indexOfChild(part), i);
+    EXPECT_EQ(part->parent(), tree);
+  }
+  QAccessibleInterface* const cell = table().cellAt(1, 1);
+  EXPECT_EQ(tree->childAt(cell->rect().center().x(), cell->rect().center().y()), cell);
+  EXPECT_EQ(cell->tableCellInterface()->rowIndex(), 1);
+  EXPECT_EQ(cell->tableCellInterface()->columnIndex(), 1);
+  const auto headers = cell->tableCellInterface()->columnHeaderCells();
+  ASSERT_EQ(headers.size(), 1);
+  EXPECT_EQ(headers[0]->text(QAccessible::Name), "Name");
+  EXPECT_EQ(headers[0]->rect().left(), cell->rect().left());
+  EXPECT_EQ(table().cellAt(2, 0), nullptr);
+  EXPECT_EQ(table().cellAt(0, 9), nullptr);
+  EXPECT_EQ(tree->child(30), nullptr);
+}
+
+TEST_F(Accessibility, CellsFollowTheRows) {
+  load(makePackages(12));
+  EXPECT_EQ(table().cellAt(1, 1)->text(QAccessible::Name), "Package 1");
+  search("p11");
+  EXPECT_EQ(table().rowCount(), 1);
+  EXPECT_EQ(table().cellAt(0, 1)->text(QAccessible::Name), "Package 11");
+  EXPECT_EQ(table().cellAt(1, 1), nullptr);
 }
 
 TEST_F(Accessibility, ChoicesCanBeReadAndMade) {
@@ -83,19 +140,23 @@ TEST_F(Accessibility, ChoicesCanBeReadAndMade) {
   c.repositoryTypePopup->hidePopup();
 }
 
-TEST_F(Accessibility, TheOrderCanBeRead) {
+TEST_F(Accessibility, TheOrderCanBeReadAndChanged) {
   load(makePackages(2));
-  const auto describe = [this](int column) {
-    return toText(c.tableView->model()
-                      ->headerData(column, Qt::Horizontal, Qt::AccessibleDescriptionRole)
-                      .toString());
+  const auto header = [this](int column) {
+    return table().cellAt(0, column)->tableCellInterface()->columnHeaderCells().value(0);
   };
+  const auto describe = [&](int column) {
+    return toText(header(column)->text(QAccessible::Description));
+  };
+  EXPECT_EQ(header(0)->text(QAccessible::Name), "Selected");
+  EXPECT_EQ(header(1)->role(), QAccessible::ColumnHeader);
   EXPECT_EQ(describe(1), "");
   sortBy("displayName");
   EXPECT_EQ(describe(1), "Sorted ascending");
   EXPECT_EQ(describe(2), "");
-  sortBy("displayName");
+  header(1)->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
   EXPECT_EQ(describe(1), "Sorted descending");
+  EXPECT_THAT(identifiersOf(controller.packages()), ElementsAre("p1", "p0"));
 }
 
 TEST_F(Accessibility, TextsCanBeRead) {
@@ -105,6 +166,112 @@ TEST_F(Accessibility, TextsCanBeRead) {
   EXPECT_EQ(toText(text->text(0, text->characterCount())), console());
   EXPECT_TRUE(of(c.consoleTextView)->state().readOnly);
   EXPECT_EQ(of(c.detailTextView)->text(QAccessible::Value), "Select a package to view details.");
+}
+
+TEST_F(Accessibility, AnyPartOfTheConsoleCanBeRead) {
+  controller.appendConsoleMessage("Hello there", "info");
+  controller.appendConsoleMessage("An error", "error");
+  controller.appendConsoleMessage("The end", "info");
+  QAccessibleTextInterface& text = *of(c.consoleTextView)->textInterface();
+  const QString whole = c.consoleTextView->toPlainText();
+  EXPECT_EQ(text.characterCount(), whole.size());
+  for (int start = 0; start < whole.size(); ++start) {
+    EXPECT_EQ(text.text(start, start + 30), whole.mid(start, 30)) << start;
+  }
+  int start = 0;
+  int end = 0;
+  const int place = static_cast<int>(whole.indexOf("error"));
+  EXPECT_EQ(text.textAtOffset(place, QAccessible::WordBoundary, &start, &end), "error");
+  EXPECT_EQ(start, place);
+  EXPECT_EQ(end, place + 5);
+  EXPECT_EQ(text.textAtOffset(place, QAccessible::LineBoundary, &start, &end).trimmed(),
+            whole.split('\n').at(1));
+  EXPECT_EQ(text.textAfterOffset(place, QAccessible::LineBoundary, &start, &end).trimmed(),
+            whole.split('\n').at(2));
+  EXPECT_EQ(text.textBeforeOffset(place, QAccessible::LineBoundary, &start, &end).trimmed(),
+            whole.split('\n').at(0));
+  EXPECT_EQ(text.textAtOffset(place, QAccessible::NoBoundary, &start, &end), whole);
+  c.consoleFilterPopup->setCurrentIndex(1);
+  EXPECT_EQ(text.text(0, text.characterCount()), c.consoleTextView->toPlainText());
+  EXPECT_EQ(text.characterCount(), c.consoleTextView->toPlainText().size());
+}
+
+TEST_F(Accessibility, ReadingOneLineOfAFullConsoleCostsNoMoreThanOfAnEmptyOne) {
+  for (int i = 0; i < 20'000; ++i) controller.appendConsoleMessage("A message", "info");
+  QAccessibleTextInterface& text = *of(c.consoleTextView)->textInterface();
+  QElapsedTimer timer;
+  timer.start();
+  int start = 0;
+  int end = 0;
+  for (int i = 0; i < 10'000; ++i) {
+    text.textAtOffset(text.characterCount() / 2, QAccessible::LineBoundary, &start, &end);
+  }
+  // To put the whole text together each time would take minutes.
+  EXPECT_LT(timer.elapsed(), 10'000);
+}
+
+// What screen readers are told while one listens.
+class Told : public Accessibility {
+ protected:
+  Told() {
+    events.clear();
+    QAccessible::installUpdateHandler([](QAccessibleEvent* event) {
+      std::string told = fmt::format("{}", static_cast<int>(event->type()));
+      if (event->type() == QAccessible::TextInserted) {
+        const auto& insertion = *static_cast<QAccessibleTextInsertEvent*>(event);
+        told = fmt::format("at {}: {}", insertion.changePosition(),
+                           toText(insertion.textInserted().mid(11)));
+      } else if (event->type() == QAccessible::StateChanged) {
+        told = fmt::format("checked: {}", event->accessibleInterface()->state().checked);
+      } else if (event->type() == QAccessible::VisibleDataChanged) {
+        told = "replaced";
+      }
+      events.push_back({event->object(), told});
+    });
+    QAccessible::setActive(true);
+  }
+  ~Told() override {
+    QAccessible::setActive(false);
+    QAccessible::installUpdateHandler(nullptr);
+  }
+
+  static std::vector<std::string> toldOf(const QObject* object) {
+    std::vector<std::string> told;
+    for (const auto& [from, text] : events) {
+      if (from == object) told.push_back(text);
+    }
+    return told;
+  }
+
+  static inline std::vector<std::pair<QObject*, std::string>> events;
+};
+
+TEST_F(Told, EachNewMessageOfTheConsoleAndNoMore) {
+  controller.appendConsoleMessage("One", "info");
+  EXPECT_THAT(toldOf(c.consoleTextView), ElementsAre("replaced"));
+  controller.appendConsoleMessage("Two", "error");
+  controller.appendConsoleMessage("Three", "info");
+  EXPECT_THAT(toldOf(c.consoleTextView), ElementsAre("replaced", "at 15: Two\n", "at 30: Three\n"));
+  c.consoleFilterPopup->setCurrentIndex(1);
+  controller.appendConsoleMessage("Hidden", "info");
+  EXPECT_EQ(toldOf(c.consoleTextView).size(), 4u);
+}
+
+TEST_F(Told, ThatATickHasChanged) {
+  loadAndShow(makePackages(2));
+  events.clear();
+  click(1, "selected");
+  EXPECT_THAT(toldOf(c.tableView), testing::Contains("checked: true"));
+}
+
+TEST_F(Accessibility, NobodyIsToldAnythingWhileNobodyListens) {
+  static int count;
+  count = 0;
+  QAccessible::installUpdateHandler([](QAccessibleEvent*) { ++count; });
+  controller.appendConsoleMessage("One", "info");
+  controller.appendConsoleMessage("Two", "info");
+  QAccessible::installUpdateHandler(nullptr);
+  EXPECT_EQ(count, 0);
 }
 
 TEST_F(Accessibility, TheBarsValueCanBeRead) {

@@ -65,6 +65,64 @@ TEST_F(Controls, EachIsNamedAfterItsProperty) {
   for (const auto& [control, name] : names) EXPECT_EQ(toText(control->objectName()), name);
 }
 
+// All controls with a title, a text or a hint, in the order in which a person reads them.
+TEST_F(Controls, StartWithTheirTextsAndStates) {
+  struct First {
+    const QWidget* control;
+    QString text;
+    const char* expected;
+    bool enabled;
+  };
+  const First firsts[] = {
+      {c.repoURLField, c.repoURLField->text(), "", true},
+      {c.repositoryTypePopup, c.repositoryTypePopup->currentText(), "Cydia / APT", true},
+      {c.fetchButton, c.fetchButton->text(), "Fetch", true},
+      {c.selectAllButton, c.selectAllButton->text(), "Select All", false},
+      {c.archiveMetadataButton, c.archiveMetadataButton->text(), "Archive repository metadata",
+       true},
+      {c.archiveMetadataInfoButton, c.archiveMetadataInfoButton->text(), "\u24D8", true},
+      {c.downloadSelectedButton, c.downloadSelectedButton->text(), "Download", false},
+      {c.downloadSelectedSubtitleLabel, c.downloadSelectedSubtitleLabel->text(), "To Local Folder",
+       true},
+      {c.downloadMissingButton, c.downloadMissingButton->text(), "Missing", false},
+      {c.downloadMissingSubtitleLabel, c.downloadMissingSubtitleLabel->text(), "In Local Folder",
+       true},
+      {c.checkArchiveButton, c.checkArchiveButton->text(), "Archive", false},
+      {c.checkArchiveSubtitleLabel, c.checkArchiveSubtitleLabel->text(), "To Central Server", true},
+      {c.cancelDownloadsButton, c.cancelDownloadsButton->text(), "Cancel", false},
+      {c.statusLabel, c.statusLabel->text(), "Enter a repository URL.", true},
+      {c.statsLabel, c.statsLabel->text(), "No repository loaded.", true},
+      {c.searchField, c.searchField->placeholderText(), "Search packages", false},
+      {c.progressIndicator, QString::number(c.progressIndicator->doubleValue()), "0", true},
+      {c.detailTitleLabel, c.detailTitleLabel->text(), "Package Details", true},
+      {c.detailTextView, c.detailTextView->toPlainText(), "Select a package to view details.",
+       true},
+      {c.consoleTitleLabel, c.consoleTitleLabel->text(), "Console", true},
+      {c.consoleFilterPopup, c.consoleFilterPopup->currentText(), "All Messages", true},
+      {c.consoleTextView, c.consoleTextView->toPlainText(), "Console messages will appear here.",
+       true},
+  };
+  for (const auto& [control, text, expected, enabled] : firsts) {
+    EXPECT_EQ(toText(text), expected) << toText(control->objectName());
+    EXPECT_EQ(control->isEnabledTo(&controller), enabled) << toText(control->objectName());
+  }
+  EXPECT_EQ(c.searchField->text(), "");
+  EXPECT_FALSE(c.selectAllButton->isChecked());
+  EXPECT_FALSE(c.archiveMetadataButton->isChecked());
+  EXPECT_TRUE(c.progressIndicator->isHidden());
+  EXPECT_FALSE(c.progressIndicator->isIndeterminate());
+}
+
+TEST_F(Controls, OnlyTheTextsThatHelpCanBeSelected) {
+  EXPECT_TRUE(c.statsLabel->textInteractionFlags() & Qt::TextSelectableByMouse);
+  for (const QLabel* label : {static_cast<const QLabel*>(c.statusLabel),
+                              static_cast<const QLabel*>(c.downloadSelectedSubtitleLabel),
+                              static_cast<const QLabel*>(c.downloadMissingSubtitleLabel),
+                              static_cast<const QLabel*>(c.checkArchiveSubtitleLabel)}) {
+    EXPECT_FALSE(label->textInteractionFlags() & Qt::TextSelectableByMouse);
+  }
+}
+
 TEST_F(Controls, TheURLFieldIsEmptyAndShowsAnExample) {
   EXPECT_EQ(c.repoURLField->text(), "");
   const auto example = URL::parse(toText(c.repoURLField->placeholderText()));
@@ -241,6 +299,20 @@ TEST_F(Controls, TheInfoButtonExplainsTheOptionInASheetOnTheWindow) {
   sheets.shown[0].answered(0);
   EXPECT_EQ(status(), "Enter a repository URL.");
   EXPECT_FALSE(c.archiveMetadataButton->isChecked());
+}
+
+TEST_F(Controls, AStatusOfSeveralLinesIsShownAsOneAndIsWholeInTheToolTip) {
+  show();
+  c.statusLabel->setText("One line, and another.");
+  const QImage oneLine = c.statusLabel->grab().toImage();
+  c.statusLabel->setText("One line,\nand another.");
+  EXPECT_EQ(c.statusLabel->grab().toImage(), oneLine);
+  EXPECT_EQ(status(), "One line,\nand another.");
+  EXPECT_EQ(c.statusLabel->toolTip(), "<p>One line,<br>and another.</p>");
+  c.statusLabel->setText("One line,\r\n\n and another.");
+  EXPECT_EQ(c.statusLabel->grab().toImage(), oneLine);
+  c.statusLabel->setText(QStringLiteral("x\n") + QString(400, 'x'));
+  EXPECT_TRUE(c.statusLabel->isElided());
 }
 
 TEST_F(Controls, AStatusThatIsTooLongEndsInAnEllipsisAndIsWholeInTheToolTip) {

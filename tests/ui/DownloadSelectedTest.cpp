@@ -129,8 +129,7 @@ TEST_F(DownloadSelected, OfATickedPackageThatTheSearchHidesTakesNothingThoughARo
   show();
   search("b_1");
   // A search takes all ticks away, so that no control leaves one on a hidden row.
-  const_cast<PackageKeys&>(controller.selectedPackageKeys())
-      .insert(keyForPackage(controller.allPackages()[0]));
+  const_cast<PackageKeys&>(controller.selectedPackageKeys()).insert(controller.allPackages()[0]);
   click(0, "displayName");
   press(c.downloadSelectedButton);
   ASSERT_EQ(sheets.shown.size(), 1u);

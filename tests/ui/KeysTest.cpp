@@ -93,6 +93,26 @@ TEST_F(Keys, F5PressesFetchWhereItIsEnabled) {
   EXPECT_EQ(clicks, 1);
 }
 
+TEST_F(Keys, FetchCanBeChosenInAMenuWhereTheButtonCanBePressed) {
+  EXPECT_TRUE(controller.fetchAction()->isEnabled());
+  c.fetchButton->setEnabled(false);
+  EXPECT_FALSE(controller.fetchAction()->isEnabled());
+  c.fetchButton->setEnabled(true);
+  EXPECT_TRUE(controller.fetchAction()->isEnabled());
+}
+
+TEST_F(Keys, ControlCCopiesWhatIsSelectedOfTheStatisticsOrAllOfThem) {
+  load(makePackages(3));
+  c.statsLabel->setFocus();
+  QTest::keyClick(c.statsLabel, Qt::Key_C, Qt::ControlModifier);
+  EXPECT_EQ(toText(QApplication::clipboard()->text()), stats());
+  c.statsLabel->setSelection(0, 8);
+  QTest::keyClick(c.statsLabel, Qt::Key_C, Qt::ControlModifier);
+  EXPECT_EQ(toText(QApplication::clipboard()->text()), "Shown: 3");
+  QTest::keyClick(c.statsLabel, Qt::Key_A, Qt::ControlModifier);
+  EXPECT_EQ(toText(c.statsLabel->selectedText()), stats());
+}
+
 TEST_F(Keys, TabPassesThroughTheControlsAsTheyAreRead) {
   load(makePackages(3));
   c.cancelDownloadsButton->setEnabled(true);

@@ -17,7 +17,6 @@ TEST_F(Progress, IndeterminateMovesAndKeepsItsValue) {
   controller.showIndeterminateProgress();
   EXPECT_FALSE(hidden());
   EXPECT_TRUE(bar.isIndeterminate());
-  EXPECT_TRUE(bar.isAnimating());
   EXPECT_EQ(bar.doubleValue(), 25);
   EXPECT_EQ(bar.maxValue(), 100);
 }
@@ -27,7 +26,6 @@ TEST_F(Progress, DeterminateShowsTheShareInHundredths) {
   controller.showDeterminateProgressWithCompleted(1, 3);
   EXPECT_FALSE(hidden());
   EXPECT_FALSE(bar.isIndeterminate());
-  EXPECT_FALSE(bar.isAnimating());
   EXPECT_EQ(bar.minValue(), 0);
   EXPECT_EQ(bar.maxValue(), 100);
   EXPECT_DOUBLE_EQ(bar.doubleValue(), 1.0 / 3.0 * 100);
@@ -64,8 +62,18 @@ TEST_F(Progress, HidingLeavesAnEmptyDeterminateBar) {
   controller.hideProgressIndicator();
   EXPECT_TRUE(hidden());
   EXPECT_FALSE(bar.isIndeterminate());
-  EXPECT_FALSE(bar.isAnimating());
   EXPECT_EQ(bar.doubleValue(), 0);
+}
+
+TEST_F(Progress, TheBarMovesWhileItIsIndeterminateAndNotAfterwards) {
+  show();
+  const auto picture = [this] { return c.progressIndicator->grab().toImage(); };
+  controller.showIndeterminateProgress();
+  const QImage first = picture();
+  EXPECT_TRUE(QTest::qWaitFor([&] { return picture() != first; }));
+  controller.showDeterminateProgressWithCompleted(1, 2);
+  const QImage half = picture();
+  EXPECT_FALSE(QTest::qWaitFor([&] { return picture() != half; }, 300));
 }
 
 TEST_F(Progress, ADelayedHideComesAfterItsDelayOnTheMainThread) {

@@ -4,6 +4,7 @@
 #include <QTimer>
 #include <atomic>
 #include <gtest/gtest.h>
+#include <numeric>
 #include <thread>
 
 #include "ui/QtMainQueue.h"
@@ -22,6 +23,40 @@ TEST(QtMainQueue, RunsTasksInOrderOnTheMainThread) {
   EXPECT_TRUE(ran.empty());
   EXPECT_TRUE(QTest::qWaitFor([&] { return ran.size() == 1000; }));
   EXPECT_TRUE(std::is_sorted(ran.begin(), ran.end()));
+}
+
+TEST(QtMainQueue, RunsWhatSeveralThreadsPostInTheOrderOfEachOnTheMainThread) {
+  constexpr int kThreads = 4;
+  constexpr int kTasks = 2500;
+  QtMainQueue queue;
+  const auto main = std::this_thread::get_id();
+  std::vector<std::vector<int>> ran(kThreads);
+  int elsewhere = 0;
+  std::atomic<int> ready = 0;
+  std::vector<std::thread> threads;
+  for (int thread = 0; thread < kThreads; ++thread) {
+    threads.emplace_back([&, thread] {
+      for (++ready; ready < kThreads;) std::this_thread::yield();
+      for (int i = 0; i < kTasks; ++i) {
+        queue.post([&, thread, i] {
+          ran[thread].push_back(i);
+          elsewhere += std::this_thread::get_id() != main;
+        });
+      }
+    });
+  }
+  // The queue runs while they post.
+  const auto count = [&] {
+    std::size_t tasks = 0;
+    for (const auto& ofThread : ran) tasks += ofThread.size();
+    return tasks;
+  };
+  EXPECT_TRUE(QTest::qWaitFor([&] { return count() == kThreads * kTasks; }, 20'000));
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(elsewhere, 0);
+  std::vector<int> inOrder(kTasks);
+  std::iota(inOrder.begin(), inOrder.end(), 0);
+  for (const auto& ofThread : ran) EXPECT_EQ(ofThread, inOrder);
 }
 
 TEST(QtMainQueue, RunsWhatATaskPostsAfterWhatWaited) {

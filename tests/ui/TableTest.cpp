@@ -161,6 +161,62 @@ TEST_F(Table, HeightsStayWhileAColumnIsDraggedAndAreMeasuredAnewOnAReload) {
   EXPECT_EQ(c.tableView->rowHeight(0), 28);
 }
 
+TEST_F(Table, RowsAreMeasuredInTheFontThatTheyAreDrawnInAndAnewWhenItChanges) {
+  loadAndShow({described("one\ntwo"), described("one")});
+  const int before = c.tableView->rowHeight(0);
+  QFont large = c.tableView->font();
+  large.setPixelSize(24);
+  c.tableView->setFont(large);
+  QApplication::processEvents();
+  EXPECT_GT(c.tableView->rowHeight(0), before);
+  EXPECT_EQ(c.tableView->rowHeight(0), controller.heightOfRow(0));
+  EXPECT_GE(c.tableView->rowHeight(0), 2 * QFontMetrics(large).height());
+  EXPECT_EQ(c.tableView->rowHeight(1), controller.heightOfRow(1));
+}
+
+TEST_F(Table, RowsFollowTheSystemsFont) {
+  loadAndShow({described("one\ntwo")});
+  const QFont before = QApplication::font();
+  QFont large = before;
+  large.setPixelSize(24);
+  QApplication::setFont(large);
+  QApplication::processEvents();
+  EXPECT_GE(c.tableView->rowHeight(0), 2 * QFontMetrics(large).height());
+  QApplication::setFont(before);
+}
+
+TEST_F(Table, ATickPaintsItsColumnOnly) {
+  loadAndShow(makePackages(3));
+  struct Watcher : QObject {
+    bool eventFilter(QObject*, QEvent* event) override {
+      if (event->type() == QEvent::Paint) painted += static_cast<QPaintEvent*>(event)->region();
+      return false;
+    }
+    QRegion painted;
+  } watcher;
+  QApplication::processEvents();
+  c.tableView->viewport()->installEventFilter(&watcher);
+  controller.packageCheckboxClicked(1, true);
+  QApplication::processEvents();
+  EXPECT_TRUE(watcher.painted.contains(centerOf(1, "selected")));
+  EXPECT_FALSE(watcher.painted.contains(centerOf(1, "displayName")));
+}
+
+TEST_F(Table, WhatScrollingPaintsIsWhatAWholePaintingDoes) {
+  std::vector<PackageEntry> packages;
+  for (int i = 0; i < 300; ++i) packages.push_back(described(std::string(i * 37 % 400, 'w')));
+  loadAndShow(packages);
+  for (const int step : {90, 400, -60, 3000, -1234}) {
+    QScrollBar& bar = *c.tableView->verticalScrollBar();
+    bar.setValue(bar.value() + step);
+    QApplication::processEvents();
+    const QImage shown = controller.screen()->grabWindow(controller.winId()).toImage();
+    const QImage whole = controller.grab().toImage();
+    if (shown.isNull()) GTEST_SKIP() << "the screen keeps no picture";
+    EXPECT_EQ(shown.convertToFormat(whole.format()), whole) << step;
+  }
+}
+
 using Details = Window;
 
 TEST_F(Details, OfAPackageWithoutOptionalFieldsHaveExactlySevenLines) {
