@@ -16,19 +16,31 @@ QString translated(const char* text) {
   return QCoreApplication::translate("MainMenu", text);
 }
 
-// Calls the slot of that name of the widget that has the keyboard; false where it has none.
-bool sendToFocus(const char* slot) {
-  QWidget* const focus = QApplication::focusWidget();
-  if (focus == nullptr) return false;
-  const int method = focus->metaObject()->indexOfMethod((QByteArray(slot) + "()").constData());
-  return method >= 0 && focus->metaObject()->method(method).invoke(focus);
+// Calls the widget's slot of that name; false where it has none.
+bool send(QWidget* widget, const char* slot) {
+  if (widget == nullptr) return false;
+  const int method = widget->metaObject()->indexOfMethod((QByteArray(slot) + "()").constData());
+  return method >= 0 && widget->metaObject()->method(method).invoke(widget);
 }
 
+bool sendToFocus(const char* slot) {
+  return send(QApplication::focusWidget(), slot);
+}
+
+// A label keeps its selection when the keyboard goes elsewhere.
+void copy(const MainWindow& window) {
+  if (sendToFocus("copy")) return;
+  for (ElidedLabel* const label : window.findChildren<ElidedLabel*>()) {
+    if (label->hasSelectedText()) return label->copy();
+  }
+}
+
+template <typename Command>
 void addTextCommand(QMenu& menu, const char* text, QKeySequence::StandardKey keys,
-                    const char* slot) {
+                    Command command) {
   QAction* const action = menu.addAction(translated(text));
   action->setShortcut(keys);
-  QObject::connect(action, &QAction::triggered, action, [slot] { sendToFocus(slot); });
+  QObject::connect(action, &QAction::triggered, action, command);
 }
 
 void addApplicationMenu(QMenuBar& bar, std::function<void()> quit) {
@@ -59,10 +71,10 @@ void addEditMenu(QMenuBar& bar, MainWindow& window, AppDelegate& delegate) {
   QMenu* const menu = bar.addMenu(translated("&Edit"));
   addUndoCommands(*menu, window, delegate);
   menu->addSeparator();
-  addTextCommand(*menu, "Cu&t", QKeySequence::Cut, "cut");
-  addTextCommand(*menu, "&Copy", QKeySequence::Copy, "copy");
-  addTextCommand(*menu, "&Paste", QKeySequence::Paste, "paste");
-  addTextCommand(*menu, "Select &All", QKeySequence::SelectAll, "selectAll");
+  addTextCommand(*menu, "Cu&t", QKeySequence::Cut, [] { sendToFocus("cut"); });
+  addTextCommand(*menu, "&Copy", QKeySequence::Copy, [&window] { copy(window); });
+  addTextCommand(*menu, "&Paste", QKeySequence::Paste, [] { sendToFocus("paste"); });
+  addTextCommand(*menu, "Select &All", QKeySequence::SelectAll, [] { sendToFocus("selectAll"); });
   menu->addSeparator();
   menu->addAction(window.controller().focusSearchAction());
 }

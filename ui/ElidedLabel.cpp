@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "ui/ElidedLabel.h"
 
+#include <QApplication>
+#include <QClipboard>
 #include <QEvent>
+#include <QKeyEvent>
 #include <QPainter>
+#include <QRegularExpression>
 #include <QStyle>
 
 namespace tolvane {
@@ -17,13 +21,35 @@ void ElidedLabel::setText(const QString& text) {
   updateToolTip();
 }
 
+// Blanks in a row are kept, since they are part of some texts.
+QString ElidedLabel::oneLine() const {
+  static const QRegularExpression breaks(QStringLiteral("\\s*[\\n\\r\\x{2028}\\x{2029}]\\s*"));
+  return text().replace(breaks, QStringLiteral(" "));
+}
+
 bool ElidedLabel::isElided() const {
-  return fontMetrics().horizontalAdvance(text()) > contentsRect().width();
+  return fontMetrics().horizontalAdvance(oneLine()) > contentsRect().width();
 }
 
 void ElidedLabel::updateToolTip() {
+  if (!isElided() && oneLine() == text()) return setToolTip(QString());
   // A tool tip takes text with angle brackets for markup, unless it is markup.
-  setToolTip(isElided() ? QStringLiteral("<p>%1</p>").arg(text().toHtmlEscaped()) : QString());
+  const QString lines = text().toHtmlEscaped().replace(QLatin1Char('\n'), QLatin1String("<br>"));
+  setToolTip(QStringLiteral("<p>%1</p>").arg(lines));
+}
+
+void ElidedLabel::copy() {
+  QApplication::clipboard()->setText(hasSelectedText() ? selectedText() : text());
+}
+
+void ElidedLabel::selectAll() {
+  setSelection(0, static_cast<int>(text().size()));
+}
+
+void ElidedLabel::keyPressEvent(QKeyEvent* event) {
+  if (event->matches(QKeySequence::Copy)) return copy();
+  if (event->matches(QKeySequence::SelectAll)) return selectAll();
+  QLabel::keyPressEvent(event);
 }
 
 void ElidedLabel::changeEvent(QEvent* event) {
@@ -37,10 +63,10 @@ void ElidedLabel::resizeEvent(QResizeEvent* event) {
 }
 
 void ElidedLabel::paintEvent(QPaintEvent* event) {
-  if (!isElided() || hasSelectedText()) return QLabel::paintEvent(event);
+  if (hasSelectedText()) return QLabel::paintEvent(event);
   QPainter painter(this);
   const QRect rectangle = contentsRect();
-  const QString shown = fontMetrics().elidedText(text(), Qt::ElideRight, rectangle.width());
+  const QString shown = fontMetrics().elidedText(oneLine(), Qt::ElideRight, rectangle.width());
   style()->drawItemText(&painter, rectangle, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine,
                         palette(), isEnabled(), shown, foregroundRole());
 }

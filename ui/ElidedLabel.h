@@ -5,9 +5,9 @@
 
 namespace tolvane {
 
-// One line of plain text. What does not fit ends in an ellipsis, and the whole is in the tool tip;
-// while part of it is selected, the line is shown as it stands. A screen reader is told the
-// label's accessible name and, as its description, the text.
+// Plain text on one line: a line break is shown as a blank, and what does not fit ends in an
+// ellipsis. The whole is in the tool tip then. While part of it is selected, the text is shown as
+// it stands. A screen reader is told the label's accessible name and, as its description, the text.
 class ElidedLabel : public QLabel {
   Q_OBJECT
 
@@ -19,12 +19,19 @@ class ElidedLabel : public QLabel {
   // Whether the text is longer than the label.
   bool isElided() const;
 
+ public slots:
+  // Copies what is selected, or all of it.
+  void copy();
+  void selectAll();
+
  protected:
   void changeEvent(QEvent* event) override;
+  void keyPressEvent(QKeyEvent* event) override;
   void paintEvent(QPaintEvent* event) override;
   void resizeEvent(QResizeEvent* event) override;
 
  private:
+  QString oneLine() const;
   void updateToolTip();
 };
 

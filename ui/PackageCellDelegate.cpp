@@ -15,7 +15,8 @@ namespace tolvane {
 
 namespace {
 
-// More than any column is wide; the cost of a cell must not grow with its text.
+// A cell shows no more characters than these, however wide its column: what a cell costs must not
+// grow with its text.
 constexpr qsizetype kLongestLine = 2000;
 
 QStyle* styleOf(const QStyleOptionViewItem& option) {
