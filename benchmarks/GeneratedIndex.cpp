@@ -4,9 +4,9 @@
 #include <array>
 #include <cstddef>
 #include <fmt/format.h>
-#include <random>
 #include <string_view>
-#include <utility>
+
+#include "benchmarks/InventedText.h"
 
 namespace tolvane {
 
@@ -19,35 +19,20 @@ constexpr std::array<std::string_view, 24> kWords = {
     "icon",  "journal", "kernel", "lock",   "mirror", "notify", "open",  "panel",
     "query", "ring",    "screen", "theme",  "update", "video",  "watch", "zoom"};
 
-class IndexWriter {
+class IndexWriter : InventedText {
  public:
+  IndexWriter() : InventedText(kWords) {}
+
   std::string write(int stanzaCount) {
     for (int i = 0; i < stanzaCount; ++i) addStanza(i);
-    return std::move(text_);
+    return take();
   }
 
  private:
-  std::size_t pick(std::size_t count) { return random_() % count; }
-
-  std::string words(std::size_t count, std::string_view separator) {
-    std::string text;
-    for (; count > 0; --count) {
-      text += kWords[pick(kWords.size())];
-      if (count > 1) text += separator;
-    }
-    return text;
-  }
-
-  std::string version() { return fmt::format("{}.{}.{}-{}", pick(9), pick(30), pick(9), pick(5)); }
-
   std::string digits(std::size_t count) {
     std::string text;
     for (; count > 0; --count) text += "0123456789abcdef"[pick(16)];
     return text;
-  }
-
-  void add(std::string_view name, std::string_view value) {
-    text_.append(name).append(": ").append(value).append("\n");
   }
 
   std::string dependencies() {
@@ -70,7 +55,7 @@ class IndexWriter {
     add("Depends", dependencies());
     add("Description", words(5, " "));
     for (std::size_t count = pick(4) == 0 ? 3 : 0; count > 0; --count) {
-      text_.append(" ").append(words(8, " ")).append("\n");
+      addContinuation(words(8, " "));
     }
     add("Homepage", fmt::format("https://{}.example/{}/", words(1, ""), name));
     add("Description-md5", digits(32));
@@ -82,11 +67,8 @@ class IndexWriter {
     add("Size", std::to_string(pick(10'000'000)));
     add("MD5sum", digits(32));
     add("SHA256", digits(64));
-    text_ += "\n";
+    endStanza();
   }
-
-  std::mt19937 random_{1};
-  std::string text_;
 };
 
 }  // namespace

@@ -3,10 +3,10 @@
 
 #include <array>
 #include <fmt/format.h>
-#include <random>
 #include <string>
 #include <string_view>
 
+#include "benchmarks/InventedText.h"
 #include "repository/RepoParser.h"
 
 namespace tolvane {
@@ -20,55 +20,39 @@ constexpr std::array<std::string_view, 24> kWords = {
 constexpr std::array<std::string_view, 5> kArchitectures = {
     "iphoneos-arm", "iphoneos-arm64", "iphoneos-arm64e", "darwin-arm64", "all"};
 
-class Writer {
+class Writer : InventedText {
  public:
+  Writer() : InventedText(kWords) {}
+
   std::string write() {
     for (int i = 0; i < kRepositorySize; ++i) addStanza(i);
-    return std::move(text_);
+    return take();
   }
 
  private:
-  std::size_t pick(std::size_t count) { return random_() % count; }
-
-  std::string words(std::size_t count, std::string_view separator) {
-    std::string text;
-    for (; count > 0; --count) {
-      text += kWords[pick(kWords.size())];
-      if (count > 1) text += separator;
-    }
-    return text;
-  }
-
-  void add(std::string_view name, std::string_view value) {
-    text_.append(name).append(": ").append(value).append("\n");
-  }
-
   void addStanza(int number) {
     const int package = number - (number % 10 == 9 ? 1 : 0);
     const std::string identifier = fmt::format("org.example.{}.{}", words(1, ""), package);
-    const std::string version = fmt::format("{}.{}.{}-{}", pick(9), pick(30), pick(9), pick(5));
+    const std::string packageVersion = version();
     const std::string_view architecture = kArchitectures[pick(kArchitectures.size())];
     add("Package", identifier);
     add("Name", fmt::format("{} {}", words(5, " "), number));
-    add("Version", version);
+    add("Version", packageVersion);
     add("Architecture", architecture);
     add("Section", fmt::format("{} {}", words(1, ""), pick(2)));
     add("Size", std::to_string(pick(10'000'000)));
     add("Filename", fmt::format("pool/main/{}/{}/{}_{}_{}.deb", words(2, "-"), identifier,
-                                identifier, version, architecture));
+                                identifier, packageVersion, architecture));
     add("Author", fmt::format("{} <{}@mail.example>", words(2, " "), words(1, "")));
     add("Maintainer", fmt::format("{} <{}@mail.example>", words(2, " "), words(1, "")));
     add("Depends", fmt::format("firmware (>= {}), {}", pick(15), words(2, "-")));
     add("SHA256", std::string(64, "0123456789abcdef"[pick(16)]));
     add("Description", words(10 + pick(12), " "));
     for (std::size_t lines = pick(4) == 0 ? 1 + pick(4) : 0; lines > 0; --lines) {
-      text_.append(" ").append(words(8, " ")).append("\n");
+      addContinuation(words(8, " "));
     }
-    text_ += "\n";
+    endStanza();
   }
-
-  std::mt19937 random_{1};
-  std::string text_;
 };
 
 }  // namespace
