@@ -12,6 +12,7 @@
 #include "tests/app/ScriptedStore.h"
 #include "tests/support/LogRecorder.h"
 #include "ui/Strings.h"
+#include "ui/SystemColors.h"
 
 namespace tolvane {
 namespace {
@@ -330,6 +331,44 @@ TEST_F(About, SaysWhatTheProgramIs) {
   EXPECT_EQ(QFontInfo(label("aboutDescription").font()).pixelSize(), 13);
   EXPECT_GT(label("aboutCopyright").text().count('\n'), 1);
   EXPECT_EQ(QFontInfo(label("aboutCopyright").font()).pixelSize(), 12);
+}
+
+TEST_F(About, ItsTextsAreTheseAndNoOthers) {
+  EXPECT_EQ(label("aboutDescription").text(),
+            "Tolvane is a simple native macOS utility for archiving and downloading packages from "
+            "APT, Installer 3 & Installer 4 repositories developed by The Tolvane Authors");
+  EXPECT_EQ(label("aboutCopyright").text(),
+            QString::fromUtf8("Copyright \u00A9 2026 The Tolvane Authors\n"
+                              "Free software under the MIT License.\n\n"
+                              "It comes without warranty of any kind. Packages belong to those who "
+                              "made them."));
+  EXPECT_EQ(window->findChildren<QLabel*>().size(), 4);
+  EXPECT_EQ(window->findChildren<QPushButton*>().size(), 1);
+  const QColor secondary = secondaryLabelColor(QApplication::palette());
+  for (const char* name : {"aboutVersion", "aboutCopyright"}) {
+    EXPECT_EQ(label(name).palette().color(QPalette::WindowText), secondary) << name;
+  }
+  for (const char* name : {"aboutName", "aboutVersion", "aboutDescription", "aboutCopyright"}) {
+    EXPECT_EQ(label(name).frameShape(), QFrame::NoFrame) << name;
+    EXPECT_EQ(label(name).textFormat(), Qt::PlainText) << name;
+  }
+}
+
+// A small icon is drawn larger and a large one smaller, with its sides in proportion.
+TEST(AboutIcon, FillsItsFrameInProportion) {
+  for (const int height : {20, 2000}) {
+    QPixmap pixmap(height / 2, height);
+    pixmap.fill(Qt::red);
+    const AboutWindow about(QIcon(pixmap), {"1.2", "34"});
+    const QImage image = about.findChild<QWidget*>("aboutIcon")->grab().toImage();
+    const double scale = image.width() / 96.0;
+    const auto isRed = [&](int x, int y) {
+      return image.pixelColor(qRound(x * scale), qRound(y * scale)).red() == 255 &&
+             image.pixelColor(qRound(x * scale), qRound(y * scale)).green() == 0;
+    };
+    EXPECT_TRUE(isRed(48, 3) && isRed(48, 92) && isRed(27, 48) && isRed(68, 48)) << height;
+    EXPECT_FALSE(isRed(20, 48) || isRed(75, 48)) << height;
+  }
 }
 
 TEST_F(About, ItsParagraphsWrapAndCanBeSelectedAndFitTheirFrames) {

@@ -182,6 +182,63 @@ TEST_F(Menus, CopyWorksInTheConsoleToo) {
   EXPECT_TRUE(QApplication::clipboard()->text().endsWith("Hello"));
 }
 
+TEST_F(Menus, CopyWorksInTheStatisticsLineToo) {
+  ElidedLabel& label = *window->controller().controls().statsLabel;
+  label.setFocus();
+  item(1, "Copy")->trigger();
+  EXPECT_EQ(QApplication::clipboard()->text(), "No repository loaded.");
+  label.setSelection(3, 10);
+  QTest::keyClick(&label, Qt::Key_C, Qt::ControlModifier);
+  EXPECT_EQ(QApplication::clipboard()->text(), "repository");
+}
+
+TEST_F(Menus, CopyTakesWhatIsSelectedOfALabelWhereNothingElseCanBeCopied) {
+  const MainWindowControls& c = window->controller().controls();
+  c.fetchButton->setFocus();
+  c.statsLabel->setSelection(0, 2);
+  item(1, "Copy")->trigger();
+  EXPECT_EQ(QApplication::clipboard()->text(), "No");
+}
+
+TEST_F(Menus, KeysReachTheItemsOfTheMenu) {
+  const MainWindowControls& c = window->controller().controls();
+  const auto press = [](Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::ControlModifier) {
+    QTest::keyClick(QApplication::focusWidget(), key, modifiers);
+  };
+  press(Qt::Key_L);
+  EXPECT_TRUE(c.repoURLField->hasFocus());
+  QTest::keyClicks(c.repoURLField, "one");
+  press(Qt::Key_A);
+  press(Qt::Key_X);
+  EXPECT_EQ(c.repoURLField->text(), "");
+  press(Qt::Key_V);
+  press(Qt::Key_V);
+  EXPECT_EQ(c.repoURLField->text(), "oneone");
+  press(Qt::Key_Z);
+  EXPECT_EQ(c.repoURLField->text(), "one");
+  window->controller().loadPackagesIntoUI(makePackages(2), std::nullopt);
+  press(Qt::Key_F);
+  EXPECT_TRUE(c.searchField->hasFocus());
+  c.tableView->setFocus();
+  c.tableView->selectRow(1);
+  press(Qt::Key_C);
+  EXPECT_TRUE(QApplication::clipboard()->text().startsWith("Name: Package 1\n"));
+  int fetches = 0;
+  QObject::connect(window->controller().fetchAction(), &QAction::triggered, [&] { ++fetches; });
+  c.repoURLField->clear();
+  press(Qt::Key_F5, Qt::NoModifier);
+  EXPECT_EQ(fetches, 1);
+  press(Qt::Key_M);
+  EXPECT_TRUE(window->isMinimized());
+}
+
+TEST_F(Menus, FetchIsDisabledWithItsButton) {
+  window->controller().controls().fetchButton->setEnabled(false);
+  EXPECT_FALSE(item(2, "Fetch Repository")->isEnabled());
+  window->controller().controls().fetchButton->setEnabled(true);
+  EXPECT_TRUE(item(2, "Fetch Repository")->isEnabled());
+}
+
 TEST_F(Menus, UndoElsewhereIsTheUndoManagersOfTheWindow) {
   struct Change : QUndoCommand {
     explicit Change(int& count) : count_(count) {}

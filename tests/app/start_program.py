@@ -14,28 +14,7 @@ import sys
 import time
 from pathlib import Path
 
-import pyatspi
-
-PATIENCE = 20  # seconds
-
-
-def wait_for(what, find):
-    end = time.monotonic() + PATIENCE
-    while time.monotonic() < end:
-        try:
-            found = find()
-        except Exception:  # the tree changes while it is read
-            found = None
-        if found:
-            return found
-        time.sleep(0.1)
-    sys.exit(f"{what} did not come")
-
-
-def check(condition, what):
-    if not condition:
-        sys.exit(f"not so: {what}")
-    print(f"ok: {what}")
+from accessible import PATIENCE, act, check, find_application, quit_item, wait_for
 
 
 def window_identity():
@@ -52,25 +31,17 @@ def colours_of(picture):
     return len({pixels[i:i + 4] for i in range(0, len(pixels), 4)})
 
 
-def quit_item():
-    desktop = pyatspi.Registry.getDesktop(0)
-    program = next(a for a in desktop if a is not None and a.name == "Tolvane")
-    return pyatspi.findDescendant(
-        program,
-        lambda a: a.getRole() == pyatspi.ROLE_MENU_ITEM and a.name.endswith("Quit Tolvane"))
-
-
 def main():
     program, picture = sys.argv[1:]
     log = Path(os.environ["HOME"]) / "log"
     with log.open("w", encoding="utf-8") as stream, \
             subprocess.Popen([program], stderr=stream) as process:
         identity = wait_for("the window", window_identity)
-        item = wait_for("the menu", quit_item)
+        item = wait_for("the menu", lambda: quit_item(find_application("Tolvane")))
         time.sleep(1)
         subprocess.run(["xwd", "-silent", "-id", identity, "-out", picture], check=True)
         check(colours_of(Path(picture).read_bytes()) > 20, f"the window is painted: {picture}")
-        item.queryAction().doAction(0)
+        act(item, "Press")
         check(process.wait(PATIENCE) == 0, "the menu's last item quits the program")
     lines = [line.split("] ", 1)[1] for line in log.read_text(encoding="utf-8").splitlines()
              if line.startswith("20")]

@@ -15,12 +15,13 @@ import subprocess
 import sys
 import tempfile
 import threading
-import time
 from pathlib import Path
 
 import pyatspi
 
-PATIENCE = 30  # seconds
+from accessible import (PATIENCE, act, check, find_application, main_window, named, press,
+                        quit_item, tick, wait_for)
+
 FILES = {f"p{i}_1.deb": bytes([65 + i]) * (1000 * i + 1) for i in range(5)}
 ENDLESS = "p4_1.deb"
 
@@ -51,51 +52,6 @@ class Repository(http.server.BaseHTTPRequestHandler):
 
     def log_message(self, format, *args):
         pass
-
-
-def wait_for(what, find):
-    end = time.monotonic() + PATIENCE
-    while time.monotonic() < end:
-        try:
-            found = find()
-        except Exception:  # the tree changes while it is read
-            found = None
-        if found:
-            return found
-        time.sleep(0.05)
-    sys.exit(f"{what} did not come")
-
-
-def find_application():
-    desktop = pyatspi.Registry.getDesktop(0)
-    return next((a for a in desktop if a is not None and a.name == "Tolvane"), None)
-
-
-def named(root, name, role):
-    return pyatspi.findDescendant(root, lambda a: a.name == name and a.getRole() == role)
-
-
-def press(root, name):
-    button = wait_for(f"the button {name}",
-                      lambda: named(root, name, pyatspi.ROLE_PUSH_BUTTON))
-    wait_for(f"the button {name} to be enabled",
-             lambda: button.getState().contains(pyatspi.STATE_ENABLED))
-    actions = button.queryAction()
-    names = [actions.getName(i) for i in range(actions.nActions)]
-    actions.doAction(names.index("Press"))
-
-
-def check(condition, what):
-    if not condition:
-        sys.exit(f"not so: {what}")
-    print(f"ok: {what}")
-
-
-def tick(table, row):
-    cell = table.queryTable().getAccessibleAt(row, 0)
-    actions = cell.queryAction()
-    names = [actions.getName(i) for i in range(actions.nActions)]
-    actions.doAction(names.index("Toggle"))
 
 
 def choose_folder(application, prompt, folder):
@@ -141,10 +97,7 @@ def quit_in_the_middle(application, window, folder, process):
     choose_folder(application, "Scan & Download Missing", folder)
     check(Repository.stalled.wait(PATIENCE), "a file is on its way")
     wait_for("the other files", lambda: len(contents(folder)) == 4)
-    item = pyatspi.findDescendant(
-        application,
-        lambda a: a.getRole() == pyatspi.ROLE_MENU_ITEM and a.name.endswith("Quit Tolvane"))
-    item.queryAction().doAction(0)
+    act(quit_item(application), "Press")
     check(process.wait(PATIENCE) == 0, "the program quits in the middle of a run")
     whole = {n: c for n, c in FILES.items() if n != ENDLESS}
     check(contents(folder) == whole, "no half file stays")
@@ -160,8 +113,8 @@ def main():
     with tempfile.TemporaryDirectory() as folder, \
             subprocess.Popen([sys.argv[1], url]) as process:
         try:
-            application = wait_for("the program", find_application)
-            window = wait_for("the window", lambda: application.childCount and application[0])
+            window = main_window("Tolvane")
+            application = find_application("Tolvane")
             use(application, window, url, Path(folder))
             quit_in_the_middle(application, window, Path(folder), process)
         finally:

@@ -9,40 +9,11 @@ and reads what the window says of it. Needs a display, a session bus and the acc
 """
 import subprocess
 import sys
-import time
 
 import pyatspi
 
-APPLICATION = "tolvane-sample-window"
-PATIENCE = 20  # seconds
-
-
-def wait_for(what, find):
-    end = time.monotonic() + PATIENCE
-    while time.monotonic() < end:
-        try:
-            found = find()
-        except Exception:  # the tree changes while it is read
-            found = None
-        if found:
-            return found
-        time.sleep(0.05)
-    sys.exit(f"{what} did not come")
-
-
-def find_application():
-    desktop = pyatspi.Registry.getDesktop(0)
-    return next((a for a in desktop if a is not None and a.name == APPLICATION), None)
-
-
-def named(root, name, role):
-    return pyatspi.findDescendant(root, lambda a: a.name == name and a.getRole() == role)
-
-
-def check(condition, what):
-    if not condition:
-        sys.exit(f"not so: {what}")
-    print(f"ok: {what}")
+from accessible import (act, check, event_after, main_window, named, press, tick,
+                        wait_for)
 
 
 def use(window):
@@ -61,19 +32,31 @@ def use(window):
 
     cells = table.queryTable()
     check(cells.getAccessibleAt(1, 1).name == "Package 10", "a cell can be read")
-    tick = cells.getAccessibleAt(1, 0)
-    check(not tick.getState().contains(pyatspi.STATE_CHECKED), "a tick's state can be read")
-    place = tick.queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
-    pyatspi.Registry.generateMouseEvent(place.x + place.width // 2, place.y + 14, "b1c")
+    box = cells.getAccessibleAt(1, 0)
+    check(not box.getState().contains(pyatspi.STATE_CHECKED), "a tick's state can be read")
+    check(box.name == "Select Package 10", "a tick has a name")
+    told = event_after("object:state-changed:checked", box, lambda: tick(table, 1))
+    check(told and told.detail1 == 1, "a tick tells that it has changed")
     wait_for("the tick",
              lambda: "Selected: 1 " in statistics.description
              and cells.getAccessibleAt(1, 0).getState().contains(pyatspi.STATE_CHECKED))
     check("Shown: 3 / 12" in statistics.description, "ticking a row shows in the statistics line")
 
+    name_header = table.queryTable().getColumnHeader(1)
+    check(name_header.name == "Name" and name_header.description == "", "no column is sorted")
+    act(name_header, "Press")
+    wait_for("the order", lambda: table.queryTable().getColumnHeader(1).description
+             == "Sorted ascending")
+    check(True, "a header tells of its order")
+
     console = named(window, "Console", pyatspi.ROLE_TEXT)
     text = console.queryText()
     check(text.getText(0, text.characterCount).endswith("Loaded 12 package(s) into table.\n"),
           "the console can be read")
+    length = text.characterCount
+    told = event_after("object:text-changed:insert", console, lambda: press(window, "Fetch"))
+    check(told and told.detail1 == length and told.any_data.endswith("Repository Fetch Started\n"),
+          "the console tells of a new line")
 
 
 def main():
@@ -81,8 +64,7 @@ def main():
         sys.exit("usage: use_window.py PROGRAM")
     with subprocess.Popen([sys.argv[1]]) as program:
         try:
-            application = wait_for("the program", find_application)
-            use(wait_for("the window", lambda: application.childCount and application[0]))
+            use(main_window("tolvane-sample-window"))
         finally:
             program.terminate()
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <QAccessible>
 #include <QElapsedTimer>
-#include <fmt/format.h>
 
 #include "tests/ui/support/Window.h"
 
@@ -208,60 +207,6 @@ TEST_F(Accessibility, ReadingOneLineOfAFullConsoleCostsNoMoreThanOfAnEmptyOne) {
   }
   // To put the whole text together each time would take minutes.
   EXPECT_LT(timer.elapsed(), 10'000);
-}
-
-// What screen readers are told while one listens.
-class Told : public Accessibility {
- protected:
-  Told() {
-    events.clear();
-    QAccessible::installUpdateHandler([](QAccessibleEvent* event) {
-      std::string told = fmt::format("{}", static_cast<int>(event->type()));
-      if (event->type() == QAccessible::TextInserted) {
-        const auto& insertion = *static_cast<QAccessibleTextInsertEvent*>(event);
-        told = fmt::format("at {}: {}", insertion.changePosition(),
-                           toText(insertion.textInserted().mid(11)));
-      } else if (event->type() == QAccessible::StateChanged) {
-        told = fmt::format("checked: {}", event->accessibleInterface()->state().checked);
-      } else if (event->type() == QAccessible::VisibleDataChanged) {
-        told = "replaced";
-      }
-      events.push_back({event->object(), told});
-    });
-    QAccessible::setActive(true);
-  }
-  ~Told() override {
-    QAccessible::setActive(false);
-    QAccessible::installUpdateHandler(nullptr);
-  }
-
-  static std::vector<std::string> toldOf(const QObject* object) {
-    std::vector<std::string> told;
-    for (const auto& [from, text] : events) {
-      if (from == object) told.push_back(text);
-    }
-    return told;
-  }
-
-  static inline std::vector<std::pair<QObject*, std::string>> events;
-};
-
-TEST_F(Told, EachNewMessageOfTheConsoleAndNoMore) {
-  controller.appendConsoleMessage("One", "info");
-  EXPECT_THAT(toldOf(c.consoleTextView), ElementsAre("replaced"));
-  controller.appendConsoleMessage("Two", "error");
-  controller.appendConsoleMessage("Three", "info");
-  EXPECT_THAT(toldOf(c.consoleTextView), ElementsAre("replaced", "at 15: Two\n", "at 30: Three\n"));
-  c.consoleFilterPopup->setCurrentIndex(1);
-  controller.appendConsoleMessage("Hidden", "info");
-  EXPECT_EQ(toldOf(c.consoleTextView).size(), 4u);
-}
-
-TEST_F(Told, ThatATickHasChanged) {
-  loadAndShow(makePackages(2));
-  events.clear();
-  click(1, "selected");
-  EXPECT_THAT(toldOf(c.tableView), testing::Contains("checked: true"));
 }
 
 TEST_F(Accessibility, NobodyIsToldAnythingWhileNobodyListens) {
