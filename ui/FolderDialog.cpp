@@ -25,6 +25,11 @@ QString firstFolder(const FolderPanel& panel) {
   return QFileInfo(last).isDir() ? last : QString();
 }
 
+// An ampersand in a button's title stands for a key, unless there are two.
+QString withoutMnemonic(QString title) {
+  return title.replace(QLatin1Char('&'), QLatin1String("&&"));
+}
+
 std::shared_ptr<void> openedFolder(const QByteArray& path) {
   const int descriptor = ::open(path.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (descriptor < 0) return nullptr;
@@ -47,7 +52,7 @@ void openFolderDialog(QWidget* window, const FolderPanel& panel, Sheets::FolderC
   dialog->setObjectName(QStringLiteral("folderDialog"));
   dialog->setFileMode(QFileDialog::Directory);
   dialog->setOption(QFileDialog::ShowDirsOnly);
-  dialog->setLabelText(QFileDialog::Accept, toQString(panel.prompt));
+  dialog->setLabelText(QFileDialog::Accept, withoutMnemonic(toQString(panel.prompt)));
   QObject::connect(dialog, &QDialog::finished, dialog, [dialog, chosen = std::move(chosen)] {
     const QUrl url = dialog->selectedUrls().value(0);
     if (dialog->result() != QDialog::Accepted || !url.isLocalFile()) return chosen(std::nullopt);

@@ -13,7 +13,6 @@
 namespace tolvane {
 namespace {
 
-
 const FolderPanel kPanel{"Download Here", "Choose where 2 selected .deb files should be saved.",
                          ""};
 
@@ -59,6 +58,15 @@ TEST_F(FolderDialog, IsOfItsWindowAndChoosesOneFolder) {
   EXPECT_EQ(dialog.windowTitle(), toQString(kPanel.message));
   EXPECT_FALSE(dialog.testOption(QFileDialog::ReadOnly));  // folders can be made
   EXPECT_TRUE(answers.empty());
+}
+
+TEST_F(FolderDialog, ShowsAnAmpersandAsOne) {
+  FolderPanel panel = kPanel;
+  panel.prompt = "Scan & Download Missing";
+  const auto buttons = open(panel).findChildren<QPushButton*>();
+  EXPECT_TRUE(std::any_of(buttons.begin(), buttons.end(), [](const QPushButton* button) {
+    return button->text() == "Scan && Download Missing";
+  }));
 }
 
 TEST_F(FolderDialog, GivesTheFolderWithAccessForAsLongAsItIsHeld) {

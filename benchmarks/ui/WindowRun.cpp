@@ -11,8 +11,9 @@
 
 // tolvane_window_run URL FOLDER
 // Fetches the APT repository at URL in the window, downloads what FOLDER lacks, and prints a line:
-// the seconds that took, the longest time in milliseconds for which the event loop could not turn
-// to a key or a click, and the seconds that the console takes to show as many messages again.
+// the seconds that took from the program's start, the longest time in milliseconds for which the
+// event loop could not turn to a key or a click, and the seconds that the console takes to show as
+// many messages again.
 namespace {
 
 class OneFolder : public tolvane::Sheets {
@@ -51,6 +52,8 @@ double secondsOfConsole(tolvane::QtMainQueue& queue, tolvane::Sheets& sheets,
 }  // namespace
 
 int main(int argc, char** argv) {
+  QElapsedTimer run;
+  run.start();
   QApplication application(argc, argv);
   if (argc != 3) return 2;
   auto& queue = *new tolvane::QtMainQueue;
@@ -66,8 +69,6 @@ int main(int argc, char** argv) {
   QObject::connect(&heart, &QTimer::timeout, [&] { worst = std::max(worst, sinceBeat.restart()); });
   heart.start(1);
   sinceBeat.start();
-  QElapsedTimer run;
-  run.start();
   const auto& controls = controller.controls();
   controls.repoURLField->setText(QString::fromLocal8Bit(argv[1]));
   controls.fetchButton->click();
