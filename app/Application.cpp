@@ -16,7 +16,7 @@
 #include "app/SQLiteContainer.h"
 #include "app/VersionInfo.h"
 #include "platform/Bundle.h"
-#include "ui/MessageBoxSheets.h"
+#include "ui/DialogSheets.h"
 #include "ui/QtMainQueue.h"
 #include "ui/Strings.h"
 
@@ -84,7 +84,7 @@ int runApplication(int argc, char** argv) {
   // Never destroyed: background threads may post to it while the process exits. Static, so that a
   // search for leaks still finds it then.
   static QtMainQueue& mainQueue = *new QtMainQueue;
-  MessageBoxSheets sheets;
+  DialogSheets sheets;
   MessageBoxAlerts alerts;
   const auto openInBrowser = [](const QUrl& address) { QDesktopServices::openUrl(address); };
   AppDelegate delegate(alerts, {makeStore, openInBrowser, QApplication::windowIcon(),

@@ -3,7 +3,7 @@
 
 #include <QMessageBox>
 
-#include "ui/MessageBoxSheets.h"
+#include "ui/DialogSheets.h"
 
 namespace tolvane {
 

@@ -53,4 +53,16 @@ struct MainWindowControls {
   QFrame* consoleScrollView = nullptr;
 };
 
+// Makes them on the window's content, each with its title and in its first state.
+MainWindowControls makeControls(QWidget* content);
+
+// Shrinks the titles that the desktop's font makes too wide for their controls.
+void fitTitles(const MainWindowControls& controls);
+
+// What a screen reader calls them, and what it says of them, as tool tips do.
+void setAccessibleNames(const MainWindowControls& controls);
+
+// The order in which the tab key goes from one to the next.
+void setKeyOrder(const MainWindowControls& controls);
+
 }  // namespace tolvane

@@ -59,7 +59,7 @@ void ViewController::changeEvent(QEvent* event) {
   const QEvent::Type type = event->type();
   const bool fontsMayDiffer = type == QEvent::FontChange || type == QEvent::StyleChange;
   if (fontsMayDiffer && controls_.detailBox != nullptr) {
-    fitTitles();
+    fitTitles(controls_);
     layoutCrawlerViews();
   }
 }

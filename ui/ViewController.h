@@ -156,21 +156,10 @@ class ViewController : public QWidget {
   void viewDidLayout();
 
   void buildInterface();
-  void buildToolbar();
-  void buildActionButtons();
   void buildTable();
-  void buildDetails();
-  void buildConsole();
   void connectControls();
-  void setAccessibleNames();
-  void setKeyOrder();
   void buildActions();
   void buildSortActions();
-  void fitTitles();
-
-  void place(QWidget* control, int x, int y, int width, int height);
-  void layoutToolbar();
-  void layoutBoxes();
 
   void showNoDetails();
   void copyDetails(int row);

@@ -65,44 +65,4 @@ void ViewController::buildSortActions() {
   }
 }
 
-void ViewController::setAccessibleNames() {
-  const MainWindowControls& c = controls_;
-  c.repoURLField->setAccessibleName(tr("Repository URL"));
-  c.repositoryTypePopup->setAccessibleName(tr("Repository type"));
-  c.searchField->setAccessibleName(tr("Search packages"));
-  c.statusLabel->setAccessibleName(tr("Status"));
-  c.statsLabel->setAccessibleName(tr("Statistics"));
-  c.progressIndicator->setAccessibleName(tr("Progress"));
-  c.tableView->setAccessibleName(tr("Packages"));
-  c.detailTextView->setAccessibleName(tr("Package Details"));
-  c.consoleTextView->setAccessibleName(tr("Console"));
-  c.consoleFilterPopup->setAccessibleName(tr("Console filter"));
-  for (QAbstractButton* const button : findChildren<QAbstractButton*>()) {
-    if (!button->text().isEmpty()) button->setAccessibleName(button->text());
-  }
-  const auto explain = [](QWidget* control, const QString& text) {
-    control->setToolTip(text);
-    control->setAccessibleDescription(text);
-  };
-  explain(c.downloadSelectedButton, tr("Download the ticked packages into a folder"));
-  explain(c.downloadMissingButton, tr("Download every package that a folder does not hold yet"));
-  explain(c.checkArchiveButton, tr("Upload the packages that the central archive lacks"));
-  explain(c.cancelDownloadsButton, tr("Cancel the downloads that wait"));
-  explain(c.archiveMetadataButton, tr("Also save the repository's index, release and icon files"));
-  explain(c.archiveMetadataInfoButton, tr("What this option does"));
-}
-
-void ViewController::setKeyOrder() {
-  const MainWindowControls& c = controls_;
-  QWidget* const order[] = {c.repoURLField,          c.repositoryTypePopup,
-                            c.cancelDownloadsButton, c.checkArchiveButton,
-                            c.downloadMissingButton, c.downloadSelectedButton,
-                            c.fetchButton,           c.selectAllButton,
-                            c.archiveMetadataButton, c.archiveMetadataInfoButton,
-                            c.searchField,           c.tableView,
-                            c.detailTextView,        c.consoleFilterPopup,
-                            c.consoleTextView};
-  for (std::size_t i = 1; i < std::size(order); ++i) setTabOrder(order[i - 1], order[i]);
-}
-
 }  // namespace tolvane

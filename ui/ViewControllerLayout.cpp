@@ -15,29 +15,11 @@ constexpr int kButtonHeight = 28;
 constexpr int kBoxHeight = 170;
 constexpr int kBoxGap = 12;
 
-}  // namespace
-
-void ViewController::place(QWidget* control, int x, int y, int width, int height) {
+void place(QWidget* control, int x, int y, int width, int height) {
   control->setGeometry(x, control->parentWidget()->height() - y - height, width, height);
 }
 
-void ViewController::layoutCrawlerViews() {
-  if (controls_.repoURLField == nullptr || controls_.scrollView == nullptr ||
-      controls_.detailBox == nullptr) {
-    return;
-  }
-  layoutToolbar();
-  const int belowTable = kMargin + kBoxHeight + kBoxGap;
-  const int tableHeight = std::max(height() - 374, 100);
-  place(controls_.scrollView, kMargin, belowTable, width() - 2 * kMargin, tableHeight);
-  controls_.tableView->setGeometry(controls_.scrollView->contentsRect());
-  layoutBoxes();
-}
-
-void ViewController::layoutToolbar() {
-  const MainWindowControls& c = controls_;
-  const int right = width();
-  const int top = height();
+void placeToolbar(const MainWindowControls& c, int right, int top) {
   const int buttons = top - 50;
   place(c.fetchButton, right - 120, buttons, kButtonWidth, kButtonHeight);
   place(c.downloadSelectedButton, right - 230, buttons, kButtonWidth, kButtonHeight);
@@ -63,9 +45,8 @@ void ViewController::layoutToolbar() {
   place(c.progressIndicator, kMargin, top - 148, right - 2 * kMargin, 12);
 }
 
-void ViewController::layoutBoxes() {
-  const MainWindowControls& c = controls_;
-  const int half = std::max((width() - 2 * kMargin - kBoxGap) / 2, 0);
+void placeBoxes(const MainWindowControls& c, int width) {
+  const int half = std::max((width - 2 * kMargin - kBoxGap) / 2, 0);
   place(c.detailBox, kMargin, kMargin, half, kBoxHeight);
   place(c.consoleBox, half + kMargin + kBoxGap, kMargin, half, kBoxHeight);
 
@@ -77,6 +58,21 @@ void ViewController::layoutBoxes() {
   place(c.consoleFilterPopup, half - 132, 138, 120, 24);
   place(c.consoleScrollView, 12, 12, half - 24, 124);
   c.consoleTextView->setGeometry(c.consoleScrollView->contentsRect());
+}
+
+}  // namespace
+
+void ViewController::layoutCrawlerViews() {
+  if (controls_.repoURLField == nullptr || controls_.scrollView == nullptr ||
+      controls_.detailBox == nullptr) {
+    return;
+  }
+  placeToolbar(controls_, width(), height());
+  const int belowTable = kMargin + kBoxHeight + kBoxGap;
+  const int tableHeight = std::max(height() - 374, 100);
+  place(controls_.scrollView, kMargin, belowTable, width() - 2 * kMargin, tableHeight);
+  controls_.tableView->setGeometry(controls_.scrollView->contentsRect());
+  placeBoxes(controls_, width());
 }
 
 void ViewController::updateMinimumWindowSize() {

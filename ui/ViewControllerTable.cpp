@@ -95,9 +95,8 @@ void ViewController::selectAllButtonClicked() {
   selectedPackageKeys_.clear();
   if (controls_.selectAllButton->isChecked()) {
     selectedPackageKeys_.reserve(packages_.size());
-    forEachPackage(packages_, [this](const PackageEntry& package) {
-      selectedPackageKeys_.insert(package);
-    });
+    forEachPackage(packages_,
+                   [this](const PackageEntry& package) { selectedPackageKeys_.insert(package); });
   }
   tableModel_->reloadTicks();
   controls_.tableView->measureAgain();

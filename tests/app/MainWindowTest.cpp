@@ -12,7 +12,7 @@
 #include "platform/RunLoop.h"
 #include "tests/app/ScriptedStore.h"
 #include "tests/ui/support/Packages.h"
-#include "ui/MessageBoxSheets.h"
+#include "ui/DialogSheets.h"
 #include "ui/Strings.h"
 
 namespace tolvane {
@@ -42,7 +42,7 @@ class Main : public testing::Test {
   PackageTableView& table() const { return *window->controller().controls().tableView; }
 
   RunLoop queue;
-  MessageBoxSheets sheets;
+  DialogSheets sheets;
   std::unique_ptr<MainWindow> window;
 };
 

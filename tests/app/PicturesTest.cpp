@@ -12,7 +12,7 @@
 #include "app/MainWindow.h"
 #include "platform/RunLoop.h"
 #include "tests/ui/support/Packages.h"
-#include "ui/MessageBoxSheets.h"
+#include "ui/DialogSheets.h"
 #include "ui/Strings.h"
 
 namespace tolvane {
@@ -149,7 +149,7 @@ class Pictures : public testing::TestWithParam<Theme> {
   NoAlerts alerts;
   AppDelegate delegate{alerts, {nullptr, nullptr, applicationIcon(), {"0.1.0", "1"}}};
   RunLoop queue;
-  MessageBoxSheets sheets;
+  DialogSheets sheets;
   MainWindow window{queue, sheets};
   const MainWindowControls& c = window.controller().controls();
 };

@@ -8,7 +8,7 @@
 #include "archive_client/CentralArchiveClient.h"
 #include "tests/support/CentralArchiveServer.h"
 #include "tests/ui/support/Workflow.h"
-#include "ui/MessageBoxSheets.h"
+#include "ui/DialogSheets.h"
 #include "ui/QtMainQueue.h"
 
 namespace tolvane {
@@ -18,7 +18,7 @@ namespace {
 
 constexpr int kPackages = 40;
 
-class SheetsOfOneFolder : public MessageBoxSheets {
+class SheetsOfOneFolder : public DialogSheets {
  public:
   void beginFolderPanel(QWidget*, const FolderPanel&, FolderChosen chosen) override {
     chosen(ChosenFolder{folder.path(), nullptr});

@@ -7,8 +7,8 @@
 #include <filesystem>
 
 #include "tests/ui/support/Workflow.h"
+#include "ui/DialogSheets.h"
 #include "ui/FolderDialog.h"
-#include "ui/MessageBoxSheets.h"
 
 namespace tolvane {
 namespace {
@@ -45,7 +45,7 @@ class FolderDialog : public testing::Test {
   }
 
   QWidget window;
-  MessageBoxSheets sheets;
+  DialogSheets sheets;
   TemporaryFolder folder;
   std::vector<std::optional<ChosenFolder>> answers;
 };

@@ -3,7 +3,7 @@
 
 #include "app/MainWindow.h"
 #include "tests/ui/support/Packages.h"
-#include "ui/MessageBoxSheets.h"
+#include "ui/DialogSheets.h"
 #include "ui/QtMainQueue.h"
 
 // The main window with a dozen packages in it, for a test in another process to use.
@@ -11,7 +11,7 @@ int main(int argc, char** argv) {
   QApplication application(argc, argv);
   QApplication::setApplicationName(QStringLiteral("tolvane-sample-window"));
   tolvane::QtMainQueue queue;
-  tolvane::MessageBoxSheets sheets;
+  tolvane::DialogSheets sheets;
   tolvane::MainWindow window(queue, sheets);
   window.controller().loadPackagesIntoUI(tolvane::makePackages(12), std::nullopt);
   window.show();

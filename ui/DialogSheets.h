@@ -15,7 +15,7 @@ void fillMessageBox(QMessageBox& box, const Alert& alert);
 std::size_t answerOf(const QMessageBox& box, const Alert& alert);
 
 // Sheets as window-modal dialogs of the toolkit.
-class MessageBoxSheets : public Sheets {
+class DialogSheets : public Sheets {
  public:
   void beginAlert(QWidget* window, const Alert& alert, Answered answered) override;
   void beginFolderPanel(QWidget* window, const FolderPanel& panel, FolderChosen chosen) override;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "ui/MessageBoxSheets.h"
+#include "ui/DialogSheets.h"
 
 #include <QApplication>
 #include <QLabel>
@@ -50,7 +50,7 @@ void fillMessageBox(QMessageBox& box, const Alert& alert) {
   box.setEscapeButton(last);
 }
 
-void MessageBoxSheets::beginAlert(QWidget* window, const Alert& alert, Answered answered) {
+void DialogSheets::beginAlert(QWidget* window, const Alert& alert, Answered answered) {
   auto* const box = new QMessageBox(window);
   box->setAttribute(Qt::WA_DeleteOnClose);
   fillMessageBox(*box, alert);
@@ -60,8 +60,8 @@ void MessageBoxSheets::beginAlert(QWidget* window, const Alert& alert, Answered 
   box->open();
 }
 
-void MessageBoxSheets::beginFolderPanel(QWidget* window, const FolderPanel& panel,
-                                        FolderChosen chosen) {
+void DialogSheets::beginFolderPanel(QWidget* window, const FolderPanel& panel,
+                                    FolderChosen chosen) {
   openFolderDialog(window, panel, std::move(chosen));
 }
 
