@@ -49,18 +49,9 @@ bool ApplicationEvents::terminate() {
   return true;
 }
 
-bool ApplicationEvents::sessionMayEnd() {
-  agreedToSessionEnd_ = mayTerminate();
-  return agreedToSessionEnd_;
-}
-
 bool ApplicationEvents::eventFilter(QObject* watched, QEvent* event) {
   if (watched == qApp && event->type() == QEvent::Quit) {
-    if (std::exchange(agreedToSessionEnd_, false)) {
-      end();
-    } else if (!terminate()) {
-      event->ignore();
-    }
+    if (!terminate()) event->ignore();
     return true;  // the toolkit would close the windows, each of which would ask again
   }
   if (event->type() == QEvent::Close && lastWindowClosed_ == LastWindowClosed::quits) {

@@ -27,9 +27,9 @@ class ApplicationEvents : public QObject {
   // still asking the user, nobody else gets an answer but "no".
   bool terminate();
 
-  // The session would like to end: whether it may. What it has agreed to here, the delegate is not
-  // asked again when the end comes.
-  bool sessionMayEnd();
+  // The session would like to end: whether it may. Another program may still refuse, so the
+  // delegate is asked once more when the end comes.
+  bool sessionMayEnd() { return mayTerminate(); }
 
  protected:
   bool eventFilter(QObject* watched, QEvent* event) override;
@@ -43,7 +43,6 @@ class ApplicationEvents : public QObject {
   LastWindowClosed lastWindowClosed_;
   std::function<void()> willTerminate_;
   bool asking_ = false;
-  bool agreedToSessionEnd_ = false;
   bool ending_ = false;
 };
 

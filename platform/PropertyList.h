@@ -46,9 +46,8 @@ class PropertyList {
   const List* list() const { return std::get_if<List>(&value); }
   const std::string* text() const { return std::get_if<std::string>(&value); }
 
-  // A text as it is, an integer in decimal, a boolean as "1" or "0", a real as printf writes it
-  // with
-  // %.16g, one of four bytes with %.7g. All other kinds have no text form.
+  // A text as it is, an integer in decimal, a boolean as "1" or "0", a real in the form of printf's
+  // %.16g, one of four bytes in that of %.7g. All other kinds have no text form.
   std::optional<std::string> textForm() const;
 };
 

@@ -170,7 +170,15 @@ class AccessiblePackageTable : public QAccessibleWidget, public QAccessibleTable
     return part == nullptr ? -1 : part->childIndex();
   }
   QAccessibleInterface* childAt(int x, int y) const override {
-    const QModelIndex index = view_->indexAt(view_->viewport()->mapFromGlobal(QPoint(x, y)));
+    const QHeaderView* const header = view_->horizontalHeader();
+    const QPoint inHeader = header->mapFromGlobal(QPoint(x, y));
+    if (header->rect().contains(inHeader)) {
+      const int column = header->logicalIndexAt(inHeader);
+      return column < 0 ? nullptr : child(view_->accessibleChildIndex(-1, column));
+    }
+    const QPoint inRows = view_->viewport()->mapFromGlobal(QPoint(x, y));
+    if (!view_->viewport()->rect().contains(inRows)) return nullptr;
+    const QModelIndex index = view_->indexAt(inRows);
     return cellAt(index.row(), index.column());
   }
   QAccessibleInterface* focusChild() const override {

@@ -13,6 +13,8 @@ namespace tolvane {
 namespace {
 
 constexpr std::size_t kFirstPrefix = 1024;
+// What takes no room up to here has no width at all.
+constexpr std::size_t kLongestPrefix = 64 * kFirstPrefix;
 constexpr double kNarrowestText = 80;
 
 double layOut(QTextLayout& layout, double width, double limit) {
@@ -42,7 +44,7 @@ double layOutEnough(QTextLayout& layout, std::string_view text, double width, do
     string.replace(QLatin1Char('\n'), QChar::LineSeparator);
     layout.setText(string);
     const double height = layOut(layout, width, limit);
-    if (height > limit || prefix.size() == text.size()) return height;
+    if (height > limit || prefix.size() == text.size() || length >= kLongestPrefix) return height;
   }
 }
 

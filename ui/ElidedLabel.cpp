@@ -21,10 +21,14 @@ void ElidedLabel::setText(const QString& text) {
   updateToolTip();
 }
 
-// Blanks in a row are kept, since they are part of some texts.
+// Blanks in a row are kept within a line, since they are part of some texts.
 QString ElidedLabel::oneLine() const {
-  static const QRegularExpression breaks(QStringLiteral("\\s*[\\n\\r\\x{2028}\\x{2029}]\\s*"));
-  return text().replace(breaks, QStringLiteral(" "));
+  static const QRegularExpression breaks(QStringLiteral("[\\n\\r\\x{2028}\\x{2029}]"));
+  if (!text().contains(breaks)) return text();
+  QStringList lines = text().split(breaks);
+  for (QString& line : lines) line = line.trimmed();
+  lines.removeAll(QString());
+  return lines.join(QLatin1Char(' '));
 }
 
 bool ElidedLabel::isElided() const {

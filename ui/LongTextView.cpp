@@ -182,6 +182,7 @@ void LongTextView::scrollContentsBy(int /*dx*/, int dy) {
     top_.line = static_cast<std::size_t>(value / kStepsPerLine);
     top_.hidden = value % kStepsPerLine * heightOf(top_.line) / kStepsPerLine;
   }
+  forgetLayoutsOffScreen();
   viewport()->update();
 }
 
@@ -196,6 +197,10 @@ void LongTextView::wheelEvent(QWheelEvent* event) {
 
 void LongTextView::resizeEvent(QResizeEvent* event) {
   QAbstractScrollArea::resizeEvent(event);
+  layOutAgain();
+}
+
+void LongTextView::layOutAgain() {
   const bool atEnd = verticalScrollBar()->value() == verticalScrollBar()->maximum();
   forgetLayouts();
   setTop(atEnd ? endTop() : Top{top_.line, 0});
@@ -206,8 +211,9 @@ QColor LongTextView::colorOf(const TextLine& /*line*/) const {
 }
 
 bool LongTextView::event(QEvent* event) {
-  if (event->type() == QEvent::FontChange) forgetLayouts();
-  return QAbstractScrollArea::event(event);
+  const bool handled = QAbstractScrollArea::event(event);
+  if (event->type() == QEvent::FontChange) layOutAgain();
+  return handled;
 }
 
 void LongTextView::paintEvent(QPaintEvent* /*event*/) {

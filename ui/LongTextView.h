@@ -79,6 +79,7 @@ class LongTextView : public QAbstractScrollArea {
   int heightOf(std::size_t line) const;
   int insetAbove(std::size_t line) const;
   void forgetLayouts();
+  void layOutAgain();
   void forgetLayoutsOffScreen();
 
   Top endTop() const;

@@ -14,6 +14,7 @@ namespace tolvane {
 
 void PackageTableView::reset() {
   QTableView::reset();
+  pressedTickRow_ = -1;  // the row under the mouse is another package's now
   measured_.assign(static_cast<std::size_t>(model() == nullptr ? 0 : model()->rowCount()), false);
 }
 

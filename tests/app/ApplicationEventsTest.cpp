@@ -138,12 +138,14 @@ TEST_F(QuitEvents, OnceTheProgramEndsNothingIsAskedAnyMore) {
   EXPECT_EQ(ends, 1);
 }
 
-TEST_F(QuitEvents, ASessionsEndIsAskedForOnce) {
+TEST_F(QuitEvents, WhatASessionsEndMayDoIsAskedAgainWhenTheEndComes) {
   EXPECT_TRUE(events.sessionMayEnd());
   EXPECT_EQ(ends, 0);
-  EXPECT_TRUE(sendQuit());
-  EXPECT_EQ(questions(), 1u);
-  EXPECT_EQ(ends, 1);
+  // Another program has refused; this one has gone on, and the user would now rather stay.
+  userStays();
+  EXPECT_FALSE(sendQuit());
+  EXPECT_EQ(questions(), 2u);
+  EXPECT_EQ(ends, 0);
 }
 
 TEST_F(QuitEvents, ASessionThatWasRefusedAsksAgain) {

@@ -37,6 +37,8 @@ const Text kTexts[] = {
     {"NotUTF8", "\xff\xfe not UTF-8 \xc3"},
     {"Markup", "<h1>heading</h1><img src='file:///x'><!--"},
     {"NoWidth", repeated("\u200B", 100'000)},
+    {"AMegabyteOfMarksThatTakeNoRoom", repeated("\u200F\u2060", 170'000)},
+    {"Blanks", repeated(" ", 200'000)},
 };
 
 class BadInput : public Window, public testing::WithParamInterface<Text> {};
@@ -56,9 +58,9 @@ TEST_P(BadInput, IsShownHighlightedAndSearchedWithoutAStall) {
   search("no package has this");
   search("");
   controller.appendConsoleMessage(text, "error");
+  controller.clearRepositoryStateWithStatus(text);
   EXPECT_FALSE(controller.grab().isNull());
   EXPECT_LT(timer.elapsed(), kStall);
-  EXPECT_EQ(controller.packages()[0].packageDescription(), text);
 }
 
 INSTANTIATE_TEST_SUITE_P(Texts, BadInput, testing::ValuesIn(kTexts),

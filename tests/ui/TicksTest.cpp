@@ -63,6 +63,14 @@ TEST_F(Ticks, APressThatIsLetGoElsewhereDoesNothing) {
   EXPECT_TRUE(controller.selectedPackageKeys().empty());
 }
 
+TEST_F(Ticks, APressIsForgottenWhenOtherPackagesComeMeanwhile) {
+  loadAndShow(makePackages(3));
+  QTest::mousePress(c.tableView->viewport(), Qt::LeftButton, {}, centerOf(1, "selected"));
+  load(makePackages(4));
+  QTest::mouseRelease(c.tableView->viewport(), Qt::LeftButton, {}, centerOf(1, "selected"));
+  EXPECT_TRUE(controller.selectedPackageKeys().empty());
+}
+
 TEST_F(Ticks, ARowOutsideTheListIsIgnored) {
   load(makePackages(2));
   controller.packageCheckboxClicked(-1, true);
