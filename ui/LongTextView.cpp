@@ -44,10 +44,10 @@ void LongTextView::setText(LongText text) {
   if (!continues) {
     forgetLayouts();
     top_ = {};
+    scrollsToEnd_ = false;
     select({}, {});
   }
-  updateScrollBar();
-  viewport()->update();
+  settleLater();
   emit textChanged();
   if (QAccessible::isActive()) announceText(lengthBefore, continues);
 }
@@ -147,13 +147,24 @@ void LongTextView::setTop(Top top) {
 }
 
 void LongTextView::scrollToEnd() {
-  top_ = endTop();
-  updateScrollBar();
+  scrollsToEnd_ = true;
+  settleLater();
+}
+
+bool LongTextView::isAtEnd() {
+  settle();
+  return top_ == endTop();
+}
+
+void LongTextView::settleLater() {
+  isSettled_ = false;
   viewport()->update();
 }
 
-bool LongTextView::isAtEnd() const {
-  return top_ == endTop();
+void LongTextView::settle() {
+  if (std::exchange(isSettled_, true)) return;
+  if (std::exchange(scrollsToEnd_, false)) top_ = endTop();
+  updateScrollBar();
 }
 
 void LongTextView::updateScrollBar() {
@@ -211,9 +222,15 @@ QColor LongTextView::colorOf(const TextLine& /*line*/) const {
 }
 
 bool LongTextView::event(QEvent* event) {
+  settle();
   const bool handled = QAbstractScrollArea::event(event);
   if (event->type() == QEvent::FontChange) layOutAgain();
   return handled;
+}
+
+bool LongTextView::viewportEvent(QEvent* event) {
+  settle();
+  return QAbstractScrollArea::viewportEvent(event);
 }
 
 void LongTextView::paintEvent(QPaintEvent* /*event*/) {

@@ -32,7 +32,7 @@ class LongTextView : public QAbstractScrollArea {
 
   // Brings the end of the text into view.
   void scrollToEnd();
-  bool isAtEnd() const;
+  bool isAtEnd();
 
   QString selectedText() const;
 
@@ -47,6 +47,7 @@ class LongTextView : public QAbstractScrollArea {
   virtual QColor colorOf(const TextLine& line) const;
 
   bool event(QEvent* event) override;
+  bool viewportEvent(QEvent* event) override;
   void contextMenuEvent(QContextMenuEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
   void mouseDoubleClickEvent(QMouseEvent* event) override;
@@ -86,6 +87,10 @@ class LongTextView : public QAbstractScrollArea {
   Top movedBy(Top top, int pixels) const;
   void setTop(Top top);
   void updateScrollBar();
+  // Measures what new text makes of the view once, before anybody sees or asks for it, however many
+  // texts have come since: a busy run brings hundreds between two pictures.
+  void settle();
+  void settleLater();
 
   Place firstPlace() const { return {}; }
   Place lastPlace() const;
@@ -103,6 +108,8 @@ class LongTextView : public QAbstractScrollArea {
   LongText text_;
   QSize inset_;
   Top top_;
+  bool isSettled_ = true;
+  bool scrollsToEnd_ = false;
   Place anchor_;
   Place cursor_;
   bool selecting_ = false;

@@ -12,8 +12,8 @@
 // tolvane_window_run URL FOLDER
 // Fetches the APT repository at URL in the window, downloads what FOLDER lacks, and prints a line:
 // the seconds that took from the program's start, the longest time in milliseconds for which the
-// event loop could not turn to a key or a click, and the seconds that the console takes to show as
-// many messages again.
+// event loop could not turn to a key or a click, and the seconds that the console takes for as many
+// messages again, as the main queue brings them.
 namespace {
 
 class OneFolder : public tolvane::Sheets {
@@ -42,10 +42,12 @@ double secondsOfConsole(tolvane::QtMainQueue& queue, tolvane::Sheets& sheets,
   controller.show();
   QElapsedTimer timer;
   timer.start();
+  bool ended = false;
   for (const auto& message : messages) {
-    controller.appendConsoleMessage(message.message, message.type);
-    QCoreApplication::processEvents();
+    queue.post([&] { controller.appendConsoleMessage(message.message, message.type); });
   }
+  queue.post([&] { ended = true; });
+  while (!ended) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
   return static_cast<double>(timer.elapsed()) / 1000;
 }
 

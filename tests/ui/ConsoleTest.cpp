@@ -168,6 +168,7 @@ TEST_F(Console, FollowsTheNewestLineEvenAfterTheUserScrolledUp) {
   show();
   for (int i = 0; i < 100; ++i) append("message " + std::to_string(i));
   QScrollBar& bar = *c.consoleTextView->verticalScrollBar();
+  EXPECT_TRUE(c.consoleTextView->isAtEnd());
   EXPECT_EQ(bar.value(), bar.maximum());
   bar.setValue(0);
   EXPECT_FALSE(c.consoleTextView->isAtEnd());
@@ -366,6 +367,7 @@ TEST_F(ConsoleSelecting, KeysFromTheTopOfALongTextCostNoMoreThanAtItsEnd) {
 TEST_F(ConsoleSelecting, TheWheelScrollsThroughALineTallerThanTheView) {
   append(std::string(20'000, 'x'));
   QScrollBar& bar = *view.verticalScrollBar();
+  EXPECT_TRUE(view.isAtEnd());
   const int end = bar.value();
   const auto wheel = [this](int notches) {
     QWheelEvent event({20, 20}, view.viewport()->mapToGlobal(QPointF(20, 20)), {},
