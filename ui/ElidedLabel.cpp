@@ -11,32 +11,37 @@
 
 namespace tolvane {
 
-ElidedLabel::ElidedLabel(QWidget* parent) : QLabel(parent) {
-  setTextFormat(Qt::PlainText);
-}
-
-void ElidedLabel::setText(const QString& text) {
-  QLabel::setText(text);
-  setAccessibleDescription(text);
-  updateToolTip();
-}
+namespace {
 
 // Blanks in a row are kept within a line, since they are part of some texts.
-QString ElidedLabel::oneLine() const {
+QString oneLine(const QString& text) {
   static const QRegularExpression breaks(QStringLiteral("[\\n\\r\\x{2028}\\x{2029}]"));
-  if (!text().contains(breaks)) return text();
-  QStringList lines = text().split(breaks);
+  if (!text.contains(breaks)) return text;
+  QStringList lines = text.split(breaks);
   for (QString& line : lines) line = line.trimmed();
   lines.removeAll(QString());
   return lines.join(QLatin1Char(' '));
 }
 
+}  // namespace
+
+ElidedLabel::ElidedLabel(QWidget* parent) : QLabel(parent) {
+  setTextFormat(Qt::PlainText);
+}
+
+void ElidedLabel::setText(const QString& text) {
+  line_ = oneLine(text);
+  QLabel::setText(text);
+  setAccessibleDescription(text);
+  updateToolTip();
+}
+
 bool ElidedLabel::isElided() const {
-  return fontMetrics().horizontalAdvance(oneLine()) > contentsRect().width();
+  return fontMetrics().horizontalAdvance(line_) > contentsRect().width();
 }
 
 void ElidedLabel::updateToolTip() {
-  if (!isElided() && oneLine() == text()) return setToolTip(QString());
+  if (line_ == text() && !isElided()) return setToolTip(QString());
   // A tool tip takes text with angle brackets for markup, unless it is markup.
   const QString lines = text().toHtmlEscaped().replace(QLatin1Char('\n'), QLatin1String("<br>"));
   setToolTip(QStringLiteral("<p>%1</p>").arg(lines));
@@ -70,7 +75,7 @@ void ElidedLabel::paintEvent(QPaintEvent* event) {
   if (hasSelectedText()) return QLabel::paintEvent(event);
   QPainter painter(this);
   const QRect rectangle = contentsRect();
-  const QString shown = fontMetrics().elidedText(oneLine(), Qt::ElideRight, rectangle.width());
+  const QString shown = fontMetrics().elidedText(line_, Qt::ElideRight, rectangle.width());
   style()->drawItemText(&painter, rectangle, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine,
                         palette(), isEnabled(), shown, foregroundRole());
 }

@@ -31,8 +31,9 @@ class ElidedLabel : public QLabel {
   void resizeEvent(QResizeEvent* event) override;
 
  private:
-  QString oneLine() const;
   void updateToolTip();
+
+  QString line_;  // the text as it is shown
 };
 
 }  // namespace tolvane

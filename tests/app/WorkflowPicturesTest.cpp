@@ -7,9 +7,9 @@
 #include "app/MainWindow.h"
 #include "archive_client/CentralArchiveClient.h"
 #include "tests/support/CentralArchiveServer.h"
+#include "tests/ui/support/LastingQueue.h"
 #include "tests/ui/support/Workflow.h"
 #include "ui/DialogSheets.h"
-#include "ui/QtMainQueue.h"
 
 namespace tolvane {
 namespace {
@@ -92,7 +92,7 @@ class WorkflowPictures : public testing::Test {
   LoopbackServer server;
   CentralArchiveServer archive;
   Gate gate;
-  QtMainQueue& queue = *new QtMainQueue;  // transfers may post to it to the process's end
+  QtMainQueue& queue = lastingQueue();
   SheetsOfOneFolder sheets;
   MainWindow window{queue, sheets};
   const MainWindowControls& c = window.controller().controls();

@@ -6,8 +6,8 @@
 
 #include "archive_client/CentralArchiveClient.h"
 #include "tests/support/CentralArchiveServer.h"
+#include "tests/ui/support/LastingQueue.h"
 #include "tests/ui/support/Workflow.h"
-#include "ui/QtMainQueue.h"
 
 namespace tolvane {
 namespace {
@@ -107,7 +107,7 @@ class LargeRun : public testing::Test {
 
   std::string status() const { return toText(c.statusLabel->text()); }
 
-  QtMainQueue& queue = *new QtMainQueue;  // transfers may post to it to the process's end
+  QtMainQueue& queue = lastingQueue();
   ScriptedSheets sheets;
   LoopbackServer server;
   TemporaryFolder folder;
