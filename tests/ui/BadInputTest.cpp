@@ -58,6 +58,8 @@ TEST_P(BadInput, IsShownHighlightedAndSearchedWithoutAStall) {
   search("no package has this");
   search("");
   controller.appendConsoleMessage(text, "error");
+  EXPECT_FALSE(controller.grab().isNull());
+  EXPECT_LT(timer.restart(), kStall);
   controller.clearRepositoryStateWithStatus(text);
   EXPECT_FALSE(controller.grab().isNull());
   EXPECT_LT(timer.elapsed(), kStall);
