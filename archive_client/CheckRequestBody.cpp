@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "archive_client/CheckRequestBody.h"
 
-#include <algorithm>
 #include <fmt/format.h>
 #include <initializer_list>
 #include <new>
@@ -33,8 +32,8 @@ std::string archivedFilenameOf(const PackageEntry& package) {
 
 // Whether the text stands in JSON as it is.
 bool isPlain(std::string_view text) {
-  return std::ranges::all_of(text,
-                             [](char c) { return c >= 0x20 && c < 0x7F && c != '"' && c != '\\'; });
+  return isPrintableASCII(text) && text.find('"') == std::string_view::npos &&
+         text.find('\\') == std::string_view::npos;
 }
 
 // Hundreds of thousands of texts make a request, so only those that need it go through the library.
@@ -52,8 +51,7 @@ void appendObject(Members members, std::string& body) {
   char before = '{';
   for (const auto& [name, value] : members) {
     body += before;
-    appendText(name, body);
-    body += ':';
+    body.append("\"").append(name).append("\":");
     appendText(value, body);
     before = ',';
   }

@@ -1,23 +1,16 @@
 // SPDX-License-Identifier: MIT
 #include "cli/TerminalText.h"
 
-#include <algorithm>
 #include <unicode/uchar.h>
 #include <unicode/utf8.h>
+
+#include "platform/Text.h"
 
 namespace tolvane {
 
 namespace {
 
 constexpr std::string_view kReplacement = "\uFFFD";
-
-// Nearly every text there is: nothing in it needs a closer look. Looks at every byte, since a loop
-// without a way out is done many bytes at a time.
-bool isPrintableASCII(std::string_view text) {
-  unsigned others = 0;
-  for (const char byte : text) others += static_cast<unsigned char>(byte - ' ') > '~' - ' ' ? 1 : 0;
-  return others == 0;
-}
 
 // Reads the character at `position` and steps over it; negative where the bytes are not UTF-8.
 UChar32 nextCharacter(std::string_view text, std::size_t& position) {

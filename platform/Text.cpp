@@ -135,6 +135,13 @@ bool isValidUTF8(std::string_view bytes) {
   return true;
 }
 
+// Looks at every byte, since a loop without a way out is done many bytes at a time.
+bool isPrintableASCII(std::string_view text) {
+  unsigned others = 0;
+  for (const char byte : text) others += static_cast<unsigned char>(byte - ' ') > '~' - ' ' ? 1 : 0;
+  return others == 0;
+}
+
 std::string textFromLatin1(std::string_view bytes) {
   const auto isASCII = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
   const std::size_t ascii = std::ranges::count_if(bytes, isASCII);

@@ -18,6 +18,9 @@ std::string_view trimWhitespaceAndNewlines(std::string_view text);
 // Well-formed UTF-8 as of RFC 3629: no overlong forms, no surrogates, nothing above U+10FFFF.
 bool isValidUTF8(std::string_view bytes);
 
+// Whether all of it is of the characters from U+0020 to U+007E: nearly every text there is.
+bool isPrintableASCII(std::string_view text);
+
 // The text that ISO 8859-1 bytes stand for. Every byte sequence has one.
 std::string textFromLatin1(std::string_view bytes);
 

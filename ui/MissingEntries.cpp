@@ -1,15 +1,25 @@
 // SPDX-License-Identifier: MIT
 #include "ui/MissingEntries.h"
 
-#include <map>
+#include <functional>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string_view>
+#include <unordered_map>
 #include <utility>
 
 namespace tolvane {
 
 namespace {
+
+using NameAndVersion = std::pair<std::string_view, std::string_view>;
+
+struct Hash {
+  std::size_t operator()(const NameAndVersion& key) const {
+    const std::hash<std::string_view> hash;
+    return hash(key.first) * 31 + hash(key.second);
+  }
+};
 
 std::optional<std::string_view> textMember(const nlohmann::json& entry, const char* name) {
   const auto member = entry.find(name);
@@ -23,9 +33,9 @@ std::optional<std::string_view> textMember(const nlohmann::json& entry, const ch
 std::vector<PackageEntry> packagesForEntries(const std::vector<nlohmann::json>& entries,
                                              const std::vector<PackageEntry>& packages) {
   // Both lists can be long, so that looking through one for each item of the other takes seconds.
-  std::map<std::pair<std::string_view, std::string_view>, const PackageEntry*> first;
+  std::unordered_map<NameAndVersion, const PackageEntry*, Hash> first(packages.size());
   for (const PackageEntry& package : packages) {
-    first.try_emplace({package.packageName(), package.version()}, &package);
+    first.try_emplace(NameAndVersion(package.packageName(), package.version()), &package);
   }
   std::vector<PackageEntry> matched;
   for (const nlohmann::json& entry : entries) {

@@ -16,7 +16,7 @@ namespace tolvane {
 namespace {
 
 // So many files may be found missing before the window is given a turn.
-constexpr int kMissingInARow = 100;
+constexpr int kMissingInARow = 20;
 
 void deleteUploadedFile(const std::string& path) {
   if (::unlink(path.c_str()) == 0) {

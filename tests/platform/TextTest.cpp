@@ -94,6 +94,14 @@ TEST(Text, WellFormedUTF8IsValidUpToTheLastCodePoint) {
   EXPECT_TRUE(isValidUTF8("1234567\u00E412345678\u20AC123456789\U0001F600"));
 }
 
+TEST(Text, PrintableASCIIEndsBelowTheBlankAndAboveTheTilde) {
+  EXPECT_TRUE(isPrintableASCII(""));
+  EXPECT_TRUE(isPrintableASCII(" a~"));
+  for (const char* other : {"\x1F", "\x7F", "\x80", "\xFF", "\t", "a\nb", "\u00E9"}) {
+    EXPECT_FALSE(isPrintableASCII(other)) << other;
+  }
+}
+
 TEST(Text, OverlongFormsAreNotValidUTF8) {
   EXPECT_FALSE(isValidUTF8("\xC0\x80"));
   EXPECT_FALSE(isValidUTF8("\xC1\xBF"));

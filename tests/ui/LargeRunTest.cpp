@@ -14,12 +14,7 @@ namespace {
 
 constexpr int kPackages = 5000;
 constexpr int kUploads = 8;
-// In milliseconds. Builds for debugging and those that look for errors take several times as long.
-#ifdef NDEBUG
-constexpr int kLongestWork = 50;
-#else
-constexpr int kLongestWork = 250;
-#endif
+constexpr int kLongestWork = 50;   // milliseconds
 constexpr int kLongestWait = 250;  // milliseconds, for a machine that is busy with other work
 
 // Beats as often as the event loop lets it, and measures how long the loop could not: for how much
