@@ -192,6 +192,7 @@ class ViewController : public QWidget {
                                const std::optional<Error>& error);
   void uploadTokenDidArrive(const std::optional<std::string>& token,
                             const std::optional<Error>& error);
+  void archiveMatchedPackages(PackageList matched);
   void downloadForArchive(const PackageList& packages, const std::string& folder);
   void archiveDownloadsDidFinish(const DownloadCounters& counters, const std::string& folder);
   void uploadArchivedPackage(const std::shared_ptr<const PackageList>& packages,
