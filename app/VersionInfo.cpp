@@ -10,9 +10,8 @@ VersionInfo buildVersion() {
 }
 
 VersionInfo versionInfo(const Bundle& bundle, const VersionInfo& otherwise) {
-  const VersionInfo version{bundle.infoText("CFBundleShortVersionString"),
-                            bundle.infoText("CFBundleVersion")};
-  return version == VersionInfo() ? otherwise : version;
+  if (!bundle.hasInfo()) return otherwise;
+  return {bundle.infoText("CFBundleShortVersionString"), bundle.infoText("CFBundleVersion")};
 }
 
 std::string versionLine(const VersionInfo& version) {

@@ -11,14 +11,12 @@ namespace tolvane {
 struct VersionInfo {
   std::string shortVersion;
   std::string build;
-
-  bool operator==(const VersionInfo&) const = default;
 };
 
 // As the build was told.
 VersionInfo buildVersion();
 
-// What the bundle says; a program that is no bundle has its version from the build.
+// What the bundle says, be it nothing; a program that is no bundle has its version from the build.
 VersionInfo versionInfo(const Bundle& bundle, const VersionInfo& otherwise);
 
 // "Version 1.2 (34)"; "Beta Release" where there is no short version.

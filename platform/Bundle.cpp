@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "platform/File.h"
 #include "platform/PropertyListFile.h"
 
 namespace tolvane {
@@ -21,6 +22,10 @@ Bundle::Bundle(std::string_view programPath) {
 Bundle Bundle::mainBundle() {
   std::error_code failure;
   return Bundle(std::filesystem::read_symlink("/proc/self/exe", failure).string());
+}
+
+bool Bundle::hasInfo() const {
+  return fileExists(infoPath_);
 }
 
 std::string Bundle::infoText(std::string_view key) const {

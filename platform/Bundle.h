@@ -19,6 +19,9 @@ class Bundle {
   // is unknown or not absolute; such a bundle says nothing.
   const std::string& infoPath() const { return infoPath_; }
 
+  // Whether it does: a program without one is no bundle.
+  bool hasInfo() const;
+
   // What that list says under a key, in its text form; "" where it says nothing.
   std::string infoText(std::string_view key) const;
 

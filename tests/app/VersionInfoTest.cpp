@@ -11,7 +11,10 @@ class Version : public testing::Test {
  protected:
   std::string lineFor(const char* infoList, const VersionInfo& build) {
     folder.write("Info.plist", infoList);
-    return versionLine(versionInfo(Bundle(folder.path() + "/tolvane"), build));
+    return lineFor(build);
+  }
+  std::string lineFor(const VersionInfo& build) {
+    return versionLine(versionInfo(Bundle(folder.path("tolvane")), build));
   }
 
   TemporaryFolder folder;
@@ -28,9 +31,15 @@ TEST_F(Version, OfABundleWithoutAShortOneIsABetaRelease) {
   EXPECT_EQ(lineFor("{ CFBundleVersion = \"7\"; }", {"1", "1"}), "Beta Release");
 }
 
+TEST_F(Version, OfABundleThatTellsNoneIsABetaReleaseWhateverTheBuildWasTold) {
+  for (const char* infoList : {"{ CentralArchiveAPISecret = \"x\"; }", "{ }", "{ no list", ""}) {
+    EXPECT_EQ(lineFor(infoList, {"1.2", "34"}), "Beta Release") << infoList;
+  }
+}
+
 TEST_F(Version, WithoutABundleIsThatOfTheBuild) {
-  EXPECT_EQ(lineFor("", {"1.2", "34"}), "Version 1.2 (34)");
-  EXPECT_EQ(lineFor("", {"", "34"}), "Beta Release");
+  EXPECT_EQ(lineFor({"1.2", "34"}), "Version 1.2 (34)");
+  EXPECT_EQ(lineFor({"", "34"}), "Beta Release");
 }
 
 }  // namespace

@@ -54,7 +54,9 @@ TEST(Bundle, AListThatIsNotThereSaysNothing) {
   const TemporaryFolder folder;
   const LogRecorder log;
   EXPECT_EQ(Bundle(folder.path("tolvane")).infoText("Name"), "");
+  EXPECT_FALSE(Bundle(folder.path("tolvane")).hasInfo());
   folder.write("Info.plist", "(a, list)");
+  EXPECT_TRUE(Bundle(folder.path("tolvane")).hasInfo());
   EXPECT_EQ(Bundle(folder.path("tolvane")).infoText("Name"), "");
   EXPECT_TRUE(log.lines().empty());
 }
