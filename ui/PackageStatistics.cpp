@@ -3,6 +3,7 @@
 
 #include <QHashFunctions>
 #include <QSet>
+#include <algorithm>
 #include <limits>
 #include <string_view>
 
@@ -13,11 +14,13 @@ namespace tolvane {
 
 namespace {
 
-std::int64_t clampedSum(std::int64_t left, std::int64_t right) {
-  std::int64_t sum = 0;
-  if (!__builtin_add_overflow(left, right, &sum)) return sum;
-  return right < 0 ? std::numeric_limits<std::int64_t>::min()
-                   : std::numeric_limits<std::int64_t>::max();
+// Room for the sum of as many sizes as a list can have, whichever comes first. The standard has no
+// such number; every compiler for 64 bits that builds this has.
+__extension__ using WideSum = __int128;
+
+std::int64_t clamped(WideSum sum) {
+  using Limits = std::numeric_limits<std::int64_t>;
+  return static_cast<std::int64_t>(std::clamp<WideSum>(sum, Limits::min(), Limits::max()));
 }
 
 // The distinct ones among many texts that outlive it.
@@ -50,13 +53,15 @@ PackageStatistics PackageStatistics::of(const std::vector<PackageEntry>& package
   PackageStatistics statistics;
   DistinctTexts names(packages.size());
   DistinctTexts architectures(0);  // few, however many packages there are
+  WideSum size = 0;
   forEachPackage(packages, [&](const PackageEntry& package) {
     names.add(package.packageName());
     architectures.add(package.architecture());
-    statistics.estimatedSize = clampedSum(statistics.estimatedSize, integerValue(package.size()));
+    size += integerValue(package.size());
   });
   statistics.unique = names.count();
   statistics.architectures = architectures.count();
+  statistics.estimatedSize = clamped(size);
   return statistics;
 }
 

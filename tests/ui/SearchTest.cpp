@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: MIT
+#include <limits>
+
 #include "tests/ui/support/Window.h"
+#include "ui/PackageStatistics.h"
 
 namespace tolvane {
 namespace {
@@ -208,6 +211,21 @@ TEST_F(Statistics, TheSumStopsAtTheLargestNumber) {
   EXPECT_THAT(stats(), testing::EndsWith("Estimated size: 9223372 TB"));
   load({makePackage({{"Size", "-9223372036854775808"}}), makePackage({{"Size", "-1000"}})});
   EXPECT_THAT(stats(), testing::EndsWith("Estimated size: -9223372 TB"));
+}
+
+TEST(PackageStatistics, TheSumIsTheTrueOneThoughItPassesTheLargestNumberOnItsWay) {
+  const auto sumOf = [](std::initializer_list<const char*> sizes) {
+    std::vector<PackageEntry> packages;
+    for (const char* size : sizes) packages.push_back(makePackage({{"Size", size}}));
+    return PackageStatistics::of(packages).estimatedSize;
+  };
+  using Limits = std::numeric_limits<std::int64_t>;
+  EXPECT_EQ(sumOf({"9223372036854775807", "5", "-10"}), Limits::max() - 5);
+  EXPECT_EQ(sumOf({"-9223372036854775808", "-5", "10"}), Limits::min() + 5);
+  EXPECT_EQ(sumOf({"9223372036854775807", "9223372036854775807", "-9223372036854775808"}),
+            Limits::max() - 1);
+  EXPECT_EQ(sumOf({"9223372036854775807", "1"}), Limits::max());
+  EXPECT_EQ(sumOf({"-9223372036854775808", "-1"}), Limits::min());
 }
 
 TEST_F(Statistics, NegativeSizesAreSubtracted) {
