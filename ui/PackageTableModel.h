@@ -39,7 +39,7 @@ class PackageTableModel : public QAbstractTableModel {
   // The ticks have changed, the packages have not.
   void reloadTicks();
 
-  // What a screen reader says of the columns' order.
+  // The order that the rows are in, for screen readers; none where it is no column's.
   void setSortDescriptor(const std::optional<SortDescriptor>& descriptor);
 
   int rowCount(const QModelIndex& parent = {}) const override;

@@ -19,6 +19,7 @@ void PackageTableView::reset() {
 }
 
 void PackageTableView::reload() {
+  packageModel_->setSortDescriptor(std::nullopt);
   packageModel_->reload();
   verticalScrollBar()->setValue(0);
 }

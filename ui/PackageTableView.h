@@ -27,7 +27,8 @@ class PackageTableView : public QTableView {
   // -1 where no row is highlighted.
   int highlightedRow() const;
 
-  // Reads the model anew, from its top, with no row highlighted.
+  // Reads the model anew, from its top, with no row highlighted. The rows are in no column's order
+  // now, which is what a screen reader says; the arrow stays with the column that the user chose.
   void reload();
   // The same for the rows of before, perhaps in another order: the row on top of the view stays,
   // and the given row (none for -1) is highlighted without a signal.

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <QAccessible>
 #include <QElapsedTimer>
+#include <QHeaderView>
+#include <functional>
 
 #include "tests/ui/support/Window.h"
 
@@ -19,6 +21,12 @@ class Accessibility : public Window {
     return toText(of(widget)->text(QAccessible::Description));
   }
   QAccessibleTableInterface& table() const { return *of(c.tableView)->tableInterface(); }
+  QAccessibleInterface* header(int column) const {
+    return of(c.tableView)->child(c.tableView->accessibleChildIndex(-1, column));
+  }
+  std::string describe(int column) const {
+    return toText(header(column)->text(QAccessible::Description));
+  }
 };
 
 TEST_F(Accessibility, EveryControlHasAName) {
@@ -141,12 +149,6 @@ TEST_F(Accessibility, ChoicesCanBeReadAndMade) {
 
 TEST_F(Accessibility, TheOrderCanBeReadAndChanged) {
   load(makePackages(2));
-  const auto header = [this](int column) {
-    return table().cellAt(0, column)->tableCellInterface()->columnHeaderCells().value(0);
-  };
-  const auto describe = [&](int column) {
-    return toText(header(column)->text(QAccessible::Description));
-  };
   EXPECT_EQ(header(0)->text(QAccessible::Name), "Selected");
   EXPECT_EQ(header(1)->role(), QAccessible::ColumnHeader);
   EXPECT_EQ(describe(1), "");
@@ -156,6 +158,21 @@ TEST_F(Accessibility, TheOrderCanBeReadAndChanged) {
   header(1)->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
   EXPECT_EQ(describe(1), "Sorted descending");
   EXPECT_THAT(identifiersOf(controller.packages()), ElementsAre("p1", "p0"));
+}
+
+TEST_F(Accessibility, RowsThatALoadOrASearchHasBroughtAreSortedByNothing) {
+  load(makePackages(2));
+  const auto isUnsorted = [this] { return describe(1).empty() && describe(2).empty(); };
+  const std::function<void()> newRows[] = {
+      [this] { search("p"); }, [this] { search(""); }, [this] { load(makePackages(3)); },
+      [this] { controller.clearRepositoryStateWithStatus("Gone."); }};
+  for (const auto& bring : newRows) {
+    sortBy("displayName");
+    EXPECT_FALSE(isUnsorted());
+    bring();
+    EXPECT_TRUE(isUnsorted());
+    EXPECT_EQ(c.tableView->horizontalHeader()->sortIndicatorSection(), 1);
+  }
 }
 
 TEST_F(Accessibility, TextsCanBeRead) {
