@@ -3,17 +3,12 @@
 
 #include <QLocale>
 #include <algorithm>
-#include <array>
-#include <compare>
-#include <cstddef>
 #include <cstdint>
-#include <memory>
-#include <memory_resource>
-#include <unicode/coll.h>
 #include <utility>
 
 #include "platform/Text.h"
 #include "ui/PackageTexts.h"
+#include "ui/TextKeys.h"
 
 namespace tolvane {
 
@@ -21,63 +16,10 @@ namespace {
 
 // A process without a language compares by code point, which nobody calls sorted; it sorts as
 // English does.
-icu::Locale sortingLocale() {
+std::string sortingLanguage() {
   const QLocale locale;
-  if (locale.language() == QLocale::C) return icu::Locale::getEnglish();
-  return icu::Locale(locale.name().toLatin1().constData());
+  return locale.language() == QLocale::C ? "en" : locale.name().toStdString();
 }
-
-// Where a text stands among others by the rules of a language: bytes that compare so. The first of
-// them are in the key itself, where most comparisons end.
-struct TextKey {
-  std::array<std::uint64_t, 2> head;
-  std::string_view rest;
-
-  auto operator<=>(const TextKey&) const = default;  // NOLINT(modernize-use-nullptr): a false alarm
-};
-
-// Makes such keys, which last as long as it does.
-class TextKeyMaker {
- public:
-  TextKeyMaker() {
-    UErrorCode status = U_ZERO_ERROR;
-    collator_.reset(icu::Collator::createInstance(sortingLocale(), status));
-    collator_->setStrength(icu::Collator::SECONDARY);  // whatever the case
-    collator_->setAttribute(UCOL_NORMALIZATION_MODE, UCOL_ON, status);
-  }
-
-  TextKey keyOf(std::string_view text) {
-    const auto string =
-        icu::UnicodeString::fromUTF8({text.data(), static_cast<std::int32_t>(text.size())});
-    std::size_t size = writeKey(string);
-    if (size > bytes_.size()) {
-      bytes_.resize(size);
-      size = writeKey(string);
-    }
-    TextKey key{};
-    constexpr std::size_t kHead = sizeof key.head;
-    for (std::size_t i = 0; i < std::min(size, kHead); ++i) {
-      key.head[i / 8] |= std::uint64_t{bytes_[i]} << (56 - i % 8 * 8);
-    }
-    if (size > kHead) {
-      auto* const rest = static_cast<char*>(memory_.allocate(size - kHead, 1));
-      std::copy(bytes_.begin() + kHead, bytes_.begin() + static_cast<std::ptrdiff_t>(size), rest);
-      key.rest = {rest, size - kHead};
-    }
-    return key;
-  }
-
- private:
-  // Returns how much room the key takes, or would take.
-  std::size_t writeKey(const icu::UnicodeString& string) {
-    return static_cast<std::size_t>(
-        collator_->getSortKey(string, bytes_.data(), static_cast<std::int32_t>(bytes_.size())));
-  }
-
-  std::unique_ptr<icu::Collator> collator_;
-  std::vector<std::uint8_t> bytes_ = std::vector<std::uint8_t>(256);
-  std::pmr::monotonic_buffer_resource memory_;
-};
 
 std::uint64_t sizeKey(const PackageEntry& package) {
   return static_cast<std::uint64_t>(integerValue(package.size()));
@@ -107,7 +49,7 @@ std::vector<PackageEntry> sortedByKeys(const std::vector<PackageEntry>& packages
 std::vector<PackageEntry> sortedPackages(const std::vector<PackageEntry>& packages,
                                          const SortDescriptor& descriptor) {
   if (descriptor.key == kSizeColumn) return sortedByKeys(packages, descriptor.ascending, sizeKey);
-  TextKeyMaker keys;
+  TextKeys keys(sortingLanguage());
   return sortedByKeys(packages, descriptor.ascending, [&](const PackageEntry& package) {
     return keys.keyOf(stringValueForPackage(package, descriptor.key));
   });

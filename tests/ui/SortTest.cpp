@@ -3,6 +3,7 @@
 
 #include "tests/ui/support/Window.h"
 #include "ui/PackageTexts.h"
+#include "ui/TextKeys.h"
 
 namespace tolvane {
 namespace {
@@ -49,6 +50,16 @@ TEST_F(Sort, TextsCompareWhateverTheCaseAndByTheRulesOfALanguage) {
   sortBy("displayName");
   EXPECT_THAT(shown("displayName"),
               ElementsAre("apple", "banana", "Éclair", "ecru", "zebra", "Zoo"));
+}
+
+TEST(TextKeys, WhereNoRulesCanBeHadCompareByTheCodePointsOfTheSmallLetters) {
+  TextKeys keys("notalanguageatall");
+  const TextKey apple = keys.keyOf("apple");
+  EXPECT_EQ(apple, keys.keyOf("APPLE"));
+  EXPECT_LT(apple, keys.keyOf("apples"));
+  EXPECT_LT(apple, keys.keyOf("Banana"));
+  EXPECT_LT(keys.keyOf("zoo"), keys.keyOf("\u00C9clair"));
+  EXPECT_LT(keys.keyOf(std::string(300, 'x') + "A"), keys.keyOf(std::string(300, 'X') + "b"));
 }
 
 TEST_F(Sort, EachColumnSortsByItsOwnField) {
