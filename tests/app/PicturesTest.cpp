@@ -136,6 +136,7 @@ class Pictures : public testing::TestWithParam<Theme> {
     QApplication::processEvents();
     const QImage image = widget.grab().toImage();
     ASSERT_FALSE(image.isNull());
+    EXPECT_EQ(image.deviceIndependentSize().toSize(), widget.size());
     const QRgb background = image.pixel(2, image.height() - 2);
     EXPECT_EQ(qGray(background) < 128, GetParam().dark);
     const QByteArray folder = qgetenv("TOLVANE_PICTURES");
@@ -156,6 +157,8 @@ class Pictures : public testing::TestWithParam<Theme> {
 
 TEST_P(Pictures, OfTheEmptyWindow) {
   keep(window, "empty");
+  resizeTo({1600, 1000});
+  keep(window, "empty-large");
 }
 
 TEST_P(Pictures, OfAThousandPackages) {
@@ -173,6 +176,8 @@ TEST_P(Pictures, OfErrorsOnly) {
   c.statusLabel->setText("Downloading 37 of 100: " +
                          QString("a rather long status text ").repeated(8));
   keep(window, "errors-only");
+  resizeTo({1600, 1000});
+  keep(window, "errors-only-large");
 }
 
 TEST_P(Pictures, OfASearchAndAnIndeterminateBar) {
