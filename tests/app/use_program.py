@@ -6,9 +6,10 @@
 
 Serves a small repository on loopback, starts PROGRAM with its URL, fetches, ticks two rows,
 downloads them into a folder and compares the folder byte for byte. Then downloads the rest, of
-which one file never ends, and quits in the middle of it. Needs a display, a session bus and the
-accessibility bus.
+which one file never ends, and quits in the middle of it. Starts it again, downloads what lacks and
+compares the folder once more. Needs a display, a session bus and the accessibility bus.
 """
+import contextlib
 import hashlib
 import http.server
 import subprocess
@@ -23,7 +24,7 @@ from accessible import (PATIENCE, act, check, find_application, main_window, nam
                         quit_item, tick, wait_for)
 
 FILES = {f"p{i}_1.deb": bytes([65 + i]) * (1000 * i + 1) for i in range(5)}
-ENDLESS = "p4_1.deb"
+SLOW = "p4_1.deb"
 
 
 def index():
@@ -36,7 +37,8 @@ def index():
 
 class Repository(http.server.BaseHTTPRequestHandler):
     protocol_version = "HTTP/1.1"
-    stalled = threading.Event()
+    stalled = threading.Event()  # a part of the slow file has gone out
+    freed = threading.Event()    # the slow file may go out as a whole
 
     def do_GET(self):  # the base class asks for this name
         name = self.path.rsplit("/", 1)[1]
@@ -44,10 +46,11 @@ class Repository(http.server.BaseHTTPRequestHandler):
         self.send_response(404 if content is None else 200)
         self.send_header("Content-Length", str(len(content or b"")))
         self.end_headers()
-        if name == ENDLESS:
+        if name == SLOW and not self.freed.is_set():
             self.wfile.write(content[:10])
             self.stalled.set()
-            threading.Event().wait()
+            self.freed.wait()
+            return  # to a program that is gone
         self.wfile.write(content or b"")
 
     def log_message(self, format, *args):
@@ -71,15 +74,19 @@ def contents(folder):
     return {p.name: p.read_bytes() for p in folder.iterdir()}
 
 
-def use(application, window, url, folder):
+def fetch(window, url):
     status = named(window, "Status", pyatspi.ROLE_LABEL)
     field = named(window, "Repository URL", pyatspi.ROLE_TEXT)
     text = field.queryText()
     check(text.getText(0, text.characterCount) == url, "the URL stands in its field")
     check(status.description == "Enter a repository URL.", "nothing is fetched unasked")
-
     press(window, "Fetch")
     wait_for("the repository", lambda: status.description == "Found 5 packages.")
+    return status
+
+
+def use(application, window, url, folder):
+    status = fetch(window, url)
     table = named(window, "Packages", pyatspi.ROLE_TABLE)
     tick(table, 1)
     tick(table, 3)
@@ -99,8 +106,34 @@ def quit_in_the_middle(application, window, folder, process):
     wait_for("the other files", lambda: len(contents(folder)) == 4)
     act(quit_item(application), "Press")
     check(process.wait(PATIENCE) == 0, "the program quits in the middle of a run")
-    whole = {n: c for n, c in FILES.items() if n != ENDLESS}
+    whole = {n: c for n, c in FILES.items() if n != SLOW}
     check(contents(folder) == whole, "no half file stays")
+    wait_for("the program's end", lambda: find_application("Tolvane") is None)
+
+
+def go_on(application, window, url, folder, process):
+    Repository.freed.set()
+    status = fetch(window, url)
+    press(window, "Missing")
+    choose_folder(application, "Scan & Download Missing", folder)
+    wait_for("the end of the run", lambda: status.description.startswith("Finished missing."))
+    check(status.description == "Finished missing. Downloaded: 1  Verified: 1  Failed: 0  "
+          "Validation failed: 0  Skipped: 0  Already present: 4",
+          "the next start downloads what the one before had not")
+    check(contents(folder) == FILES, "the folder holds every file, byte for byte")
+    act(quit_item(application), "Press")
+    check(process.wait(PATIENCE) == 0, "the program quits")
+
+
+@contextlib.contextmanager
+def started(program, url):
+    """The program's tree, its window and its process, which is gone at the end."""
+    with subprocess.Popen([program, url]) as process:
+        try:
+            window = main_window("Tolvane")
+            yield find_application("Tolvane"), window, process
+        finally:
+            process.terminate()
 
 
 def main():
@@ -110,15 +143,13 @@ def main():
     server.daemon_threads = True
     threading.Thread(target=server.serve_forever, daemon=True).start()
     url = f"http://127.0.0.1:{server.server_port}/repo/"
-    with tempfile.TemporaryDirectory() as folder, \
-            subprocess.Popen([sys.argv[1], url]) as process:
-        try:
-            window = main_window("Tolvane")
-            application = find_application("Tolvane")
-            use(application, window, url, Path(folder))
-            quit_in_the_middle(application, window, Path(folder), process)
-        finally:
-            process.terminate()
+    with tempfile.TemporaryDirectory() as name:
+        folder = Path(name)
+        with started(sys.argv[1], url) as (application, window, process):
+            use(application, window, url, folder)
+            quit_in_the_middle(application, window, folder, process)
+        with started(sys.argv[1], url) as (application, window, process):
+            go_on(application, window, url, folder, process)
 
 
 if __name__ == "__main__":
