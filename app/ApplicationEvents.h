@@ -14,6 +14,10 @@ enum class LastWindowClosed { quits, staysInTheDock };
 // Brings each of the toolkit's ways to end or reopen the program to the delegate's operations: the
 // menu, the session's end, the close of the last window, a click on the icon in the Dock.
 //
+// The toolkit tells of a click in the Dock only as of any other way to make the program active,
+// such as switching to it with the keyboard. So where no window is left, neither in view nor
+// minimised, each of these reopens the first one; where one is left, none does anything.
+//
 // Lives beside the application, which it watches.
 class ApplicationEvents : public QObject {
   Q_OBJECT

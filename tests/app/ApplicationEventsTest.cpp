@@ -182,6 +182,23 @@ TEST_F(DockEvents, AClickWithAnyWindowInViewDoesNothing) {
   EXPECT_FALSE(window.isVisible());
 }
 
+TEST_F(DockEvents, AClickWithAnyWindowMinimisedDoesNothing) {
+  delegate.showCustomAboutWindow();
+  window.close();
+  delegate.aboutWindow()->showMinimized();
+  click();
+  EXPECT_FALSE(window.isVisible());
+  EXPECT_TRUE(delegate.aboutWindow()->isMinimized());
+}
+
+TEST_F(DockEvents, LosingTheFocusReopensNothing) {
+  window.close();
+  for (const auto state : {Qt::ApplicationInactive, Qt::ApplicationHidden}) {
+    emit qApp->applicationStateChanged(state);
+    EXPECT_FALSE(window.isVisible());
+  }
+}
+
 TEST_F(ProgramEvents, ElsewhereBecomingActiveReopensNothing) {
   QWidget other;
   delegate.addWindow(&other);
