@@ -28,6 +28,13 @@ class ProgramEvents : public testing::Test {
   void userQuits() { alerts.answer = 0; }
   std::size_t questions() const { return alerts.alerts.size(); }
 
+  AppDelegate::Settings settings() {
+    return {[this] { return std::make_unique<ScriptedContainer>(store); },
+            [](const QUrl&) {},
+            QIcon(),
+            {}};
+  }
+
   // As the toolkit tells of the menu's Quit on macOS, and of the end of a session.
   static bool sendQuit() {
     QEvent quit(QEvent::Quit);
@@ -38,11 +45,7 @@ class ProgramEvents : public testing::Test {
   StoreScript store;
   ScriptedAlerts alerts;
   int ends = 0;
-  AppDelegate delegate{alerts,
-                       {[this] { return std::make_unique<ScriptedContainer>(store); },
-                        [](const QUrl&) {},
-                        QIcon(),
-                        {}}};
+  AppDelegate delegate{alerts, settings()};
   QWidget window;
   ApplicationEvents events;
 };
@@ -119,10 +122,7 @@ TEST_F(QuitEvents, WhatIsAskedToQuitAgainMeanwhileStays) {
     ApplicationEvents* events = nullptr;
     bool again = true;
   } asking;
-  AppDelegate other(asking, {[this] { return std::make_unique<ScriptedContainer>(store); },
-                             [](const QUrl&) {},
-                             QIcon(),
-                             {}});
+  AppDelegate other(asking, settings());
   ApplicationEvents otherEvents(other, LastWindowClosed::quits, [] {});
   asking.events = &otherEvents;
   EXPECT_TRUE(otherEvents.terminate());

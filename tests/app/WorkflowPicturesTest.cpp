@@ -89,6 +89,14 @@ class WorkflowPictures : public testing::Test {
     EXPECT_TRUE(image.save(folder + '/' + QLatin1String(name) + QStringLiteral(".png")));
   }
 
+  // The window under its sheet, and the sheet by itself, which is then closed.
+  void keepWithSheet(const char* name, const char* sheetsName) {
+    ASSERT_TRUE(waitFor([&] { return sheet() != nullptr; }));
+    keep(window, name);
+    keep(*sheet(), sheetsName);
+    sheet()->close();
+  }
+
   LoopbackServer server;
   CentralArchiveServer archive;
   Gate gate;
@@ -111,10 +119,7 @@ TEST_F(WorkflowPictures, OfAFetch) {
 
 TEST_F(WorkflowPictures, OfTheFallbackQuestion) {
   fetch("https" + server.url("/repo/").substr(4));
-  ASSERT_TRUE(waitFor([&] { return sheet() != nullptr; }));
-  keep(window, "fallback");
-  keep(*sheet(), "fallback-sheet");
-  sheet()->close();
+  keepWithSheet("fallback", "fallback-sheet");
 }
 
 TEST_F(WorkflowPictures, OfADownload) {
@@ -123,10 +128,7 @@ TEST_F(WorkflowPictures, OfADownload) {
   ASSERT_TRUE(waitForStatus("Downloading missing 39 / 40"));
   keep(window, "download-middle");
   gate.open();
-  ASSERT_TRUE(waitFor([&] { return sheet() != nullptr; }));
-  keep(window, "download-end");
-  keep(*sheet(), "download-sheet");
-  sheet()->close();
+  keepWithSheet("download-end", "download-sheet");
 }
 
 TEST_F(WorkflowPictures, OfAnArchive) {

@@ -10,6 +10,7 @@
 #include "model/PackageEntry.h"
 #include "platform/Error.h"
 #include "tests/support/CompletionProbe.h"
+#include "tests/support/ScriptedURLSession.h"
 
 namespace tolvane {
 
@@ -29,6 +30,34 @@ FetchOutcome outcomeOf(Start start) {
         return FetchOutcome{std::move(packages), std::move(error), std::this_thread::get_id()};
       }));
   return probe.wait();
+}
+
+// What two fetches of one fetcher came to that were in flight at once: from http://one.example and
+// from http://two.example.
+template <typename Fetcher>
+std::pair<FetchOutcome, FetchOutcome> outcomesOfTwo(ScriptedURLSession& session) {
+  const Fetcher fetcher(session.factory());
+  session.hold();
+  FetchOutcome two;
+  FetchOutcome one = outcomeOf([&](auto completionOfOne) {
+    two = outcomeOf([&](auto completionOfTwo) {
+      fetcher.fetchPackagesFromRepositoryURL(URL::parse("http://one.example"), completionOfOne);
+      fetcher.fetchPackagesFromRepositoryURL(URL::parse("http://two.example"), completionOfTwo);
+      ASSERT_TRUE(session.waitForRequests(2));
+      session.releaseAll();
+    });
+  });
+  return {std::move(one), std::move(two)};
+}
+
+// Lets so many requests of a session that is held go out, of which each must wait for the one
+// before.
+inline void expectOneInFlightAtATime(ScriptedURLSession& session, std::size_t requests) {
+  for (std::size_t count = 1; count <= requests; ++count) {
+    ASSERT_TRUE(session.waitForRequests(count));
+    EXPECT_EQ(session.requests().size(), count);
+    session.release(1);
+  }
 }
 
 // An old-style text list whose "packages" are these items, such as "{ name = A; }, { name = B; }".

@@ -300,28 +300,14 @@ TEST_F(Installer4RepositoryFetcherTest, OneRequestOfAWalkIsInFlightAtATime) {
     Installer4RepositoryFetcher(session_.factory())
         .tryIndexCandidatePaths(std::make_shared<const std::vector<std::string>>(20, "a"), 0,
                                 kRepository, std::move(completion));
-    for (std::size_t count = 1; count <= 20; ++count) {
-      ASSERT_TRUE(session_.waitForRequests(count));
-      EXPECT_EQ(session_.requests().size(), count);
-      session_.release(1);
-    }
+    expectOneInFlightAtATime(session_, 20);
   });
   EXPECT_EQ(outcome.error, kNothingFound);
 }
 
 TEST_F(Installer4RepositoryFetcherTest, TwoFetchesOfOneFetcherMayRunAtOnce) {
   session_.answer("http://one.example/info/index.plist", {.body = kIndex});
-  session_.hold();
-  const Installer4RepositoryFetcher fetcher(session_.factory());
-  FetchOutcome two;
-  const FetchOutcome one = outcomeOf([&](auto completionOfOne) {
-    two = outcomeOf([&](auto completionOfTwo) {
-      fetcher.fetchPackagesFromRepositoryURL(URL::parse("http://one.example"), completionOfOne);
-      fetcher.fetchPackagesFromRepositoryURL(URL::parse("http://two.example"), completionOfTwo);
-      ASSERT_TRUE(session_.waitForRequests(2));
-      session_.releaseAll();
-    });
-  });
+  const auto [one, two] = outcomesOfTwo<Installer4RepositoryFetcher>(session_);
   EXPECT_TRUE(one.packages);
   EXPECT_EQ(two.error, kNothingFound);
 }

@@ -168,27 +168,13 @@ TEST_F(RepositoryFetcherTest, OneRequestOfAWalkIsInFlightAtATime) {
   outcomeOf([&](auto completion) {
     RepositoryFetcher(session_.factory())
         .fetchPackagesFromRepositoryURL(URL::parse("http://repo.example"), std::move(completion));
-    for (std::size_t count = 1; count <= 20; ++count) {
-      ASSERT_TRUE(session_.waitForRequests(count));
-      EXPECT_EQ(session_.requests().size(), count);
-      session_.release(1);
-    }
+    expectOneInFlightAtATime(session_, 20);
   });
 }
 
 TEST_F(RepositoryFetcherTest, TwoWalksMayRunAtOnce) {
   session_.answer("http://one.example/Packages", {.body = kIndex});
-  session_.hold();
-  const RepositoryFetcher fetcher(session_.factory());
-  FetchOutcome two;
-  const FetchOutcome one = outcomeOf([&](auto completionOfOne) {
-    two = outcomeOf([&](auto completionOfTwo) {
-      fetcher.fetchPackagesFromRepositoryURL(URL::parse("http://one.example"), completionOfOne);
-      fetcher.fetchPackagesFromRepositoryURL(URL::parse("http://two.example"), completionOfTwo);
-      ASSERT_TRUE(session_.waitForRequests(2));
-      session_.releaseAll();
-    });
-  });
+  const auto [one, two] = outcomesOfTwo<RepositoryFetcher>(session_);
   EXPECT_TRUE(one.packages);
   EXPECT_FALSE(two.packages);
 }

@@ -140,30 +140,6 @@ TEST_F(Controls, TheTypePopupHoldsFourKindsAndStartsWithTheFirst) {
   EXPECT_TRUE(c.repositoryTypePopup->isEnabled());
 }
 
-TEST_F(Controls, ButtonsHaveTheirTitlesAndFirstStates) {
-  EXPECT_EQ(c.fetchButton->text(), "Fetch");
-  EXPECT_TRUE(c.fetchButton->isEnabled());
-  EXPECT_EQ(c.downloadSelectedButton->text(), "Download");
-  EXPECT_FALSE(c.downloadSelectedButton->isEnabled());
-  EXPECT_EQ(c.downloadMissingButton->text(), "Missing");
-  EXPECT_FALSE(c.downloadMissingButton->isEnabled());
-  EXPECT_EQ(c.checkArchiveButton->text(), "Archive");
-  EXPECT_FALSE(c.checkArchiveButton->isEnabled());
-  EXPECT_EQ(c.cancelDownloadsButton->text(), "Cancel");
-  EXPECT_FALSE(c.cancelDownloadsButton->isEnabled());
-  EXPECT_EQ(c.archiveMetadataInfoButton->text(), "\u24D8");
-  EXPECT_TRUE(c.archiveMetadataInfoButton->isEnabled());
-}
-
-TEST_F(Controls, CheckboxesStartOff) {
-  EXPECT_EQ(c.selectAllButton->text(), "Select All");
-  EXPECT_FALSE(c.selectAllButton->isEnabled());
-  EXPECT_FALSE(c.selectAllButton->isChecked());
-  EXPECT_EQ(c.archiveMetadataButton->text(), "Archive repository metadata");
-  EXPECT_TRUE(c.archiveMetadataButton->isEnabled());
-  EXPECT_FALSE(c.archiveMetadataButton->isChecked());
-}
-
 TEST_F(Controls, CaptionsAreSmallCentredAndNotSelectable) {
   EXPECT_EQ(c.downloadSelectedSubtitleLabel->text(), "To Local Folder");
   EXPECT_EQ(c.downloadMissingSubtitleLabel->text(), "In Local Folder");
@@ -174,18 +150,6 @@ TEST_F(Controls, CaptionsAreSmallCentredAndNotSelectable) {
     EXPECT_EQ(QFontInfo(caption->font()).pixelSize(), 10);
     EXPECT_FALSE(caption->textInteractionFlags() & Qt::TextSelectableByMouse);
   }
-}
-
-TEST_F(Controls, TheStatusIsFixedTextAndTheStatisticsCanBeSelected) {
-  EXPECT_EQ(status(), "Enter a repository URL.");
-  EXPECT_FALSE(c.statusLabel->textInteractionFlags() & Qt::TextSelectableByMouse);
-  EXPECT_EQ(stats(), "No repository loaded.");
-  EXPECT_TRUE(c.statsLabel->textInteractionFlags() & Qt::TextSelectableByMouse);
-}
-
-TEST_F(Controls, TheSearchFieldStartsDisabled) {
-  EXPECT_EQ(c.searchField->placeholderText(), "Search packages");
-  EXPECT_FALSE(c.searchField->isEnabled());
 }
 
 TEST_F(Controls, TheProgressBarStartsHiddenEmptyAndDeterminate) {

@@ -7,11 +7,6 @@ namespace {
 
 using testing::ElementsAre;
 
-const ServedPackage kA{"a", "bytes of a"};
-const ServedPackage kB{"b", "bytes of b, which are more"};
-const ServedPackage kC{"c", "c"};
-const ServedPackage kBad{"bad", "too short", "1000"};
-
 class DownloadMissing : public Workflow {
  protected:
   void runInto(const std::string& path) {
@@ -79,11 +74,9 @@ TEST_F(DownloadMissing, ThatFailsIsToldFromTheFirstLineToTheLast) {
                           "Validation failed: 1   Skipped: 0",
                           "Finished missing. Downloaded: 0  Verified: 0  Failed: 1  "
                           "Validation failed: 1  Skipped: 0  Already present: 1"));
-  ASSERT_EQ(sheets.shown.size(), 1u);
-  EXPECT_EQ(sheets.shown[0].alert.messageText, "Download completed with errors");
-  EXPECT_EQ(sheets.shown[0].alert.informativeText,
-            "Downloaded: 0\nVerified: 0\nFailed: 1\nValidation failed: 1\nSkipped: 0\n"
-            "Already present: 1");
+  expectNotice("Download completed with errors",
+               "Downloaded: 0\nVerified: 0\nFailed: 1\nValidation failed: 1\nSkipped: 0\n"
+               "Already present: 1");
 }
 
 TEST_F(DownloadMissing, IntoACompleteFolderSendsNothingAndSavesNoMetadata) {

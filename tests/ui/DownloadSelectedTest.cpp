@@ -9,12 +9,6 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const ServedPackage kA{"a", "bytes of a"};
-const ServedPackage kB{"b", "bytes of b, which are more"};
-const ServedPackage kC{"c", "c"};
-// Its file is not what the index promises.
-const ServedPackage kBad{"bad", "too short", "1000"};
-
 class DownloadSelected : public Workflow {
  protected:
   void tick(std::initializer_list<int> rows) {
@@ -90,12 +84,8 @@ TEST_F(DownloadSelected, ThatFailsIsToldFromTheFirstLineToTheLast) {
                           "Skipped: 0",
                           "Finished. Downloaded: 0  Verified: 0  Failed: 1  Validation failed: 1  "
                           "Skipped: 0"));
-  ASSERT_EQ(sheets.shown.size(), 1u);
-  EXPECT_EQ(sheets.shown[0].window, controller.window());
-  EXPECT_EQ(sheets.shown[0].alert.messageText, "Download completed with errors");
-  EXPECT_EQ(sheets.shown[0].alert.informativeText,
-            "Downloaded: 0\nVerified: 0\nFailed: 1\nValidation failed: 1\nSkipped: 0");
-  EXPECT_THAT(sheets.shown[0].alert.buttons, ElementsAre("OK"));
+  expectNotice("Download completed with errors",
+               "Downloaded: 0\nVerified: 0\nFailed: 1\nValidation failed: 1\nSkipped: 0");
   EXPECT_THAT(enabledButtons(), ElementsAre("Fetch", "Download", "Missing", "Archive"));
   EXPECT_EQ(c.progressIndicator->doubleValue(), 100);
   forgetTexts();
@@ -140,12 +130,9 @@ TEST_F(DownloadSelected, OfATickedPackageThatTheSearchHidesTakesNothingThoughARo
 TEST_F(DownloadSelected, OfNothingAsksForASelection) {
   loadRepository({kA, kB});
   press(c.downloadSelectedButton);
-  ASSERT_EQ(sheets.shown.size(), 1u);
-  EXPECT_EQ(sheets.shown[0].window, controller.window());
-  EXPECT_EQ(sheets.shown[0].alert.messageText, "No package selected");
-  EXPECT_EQ(sheets.shown[0].alert.informativeText,
-            "Select a package row or tick the checkbox of the package(s) you'd like to download.");
-  EXPECT_THAT(sheets.shown[0].alert.buttons, ElementsAre("OK"));
+  expectNotice(
+      "No package selected",
+      "Select a package row or tick the checkbox of the package(s) you'd like to download.");
   answer(0);
   EXPECT_TRUE(sheets.panels.empty());
   EXPECT_TRUE(newConsoleLines().empty());

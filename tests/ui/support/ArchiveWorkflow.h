@@ -10,11 +10,6 @@
 
 namespace tolvane {
 
-inline const ServedPackage kA{"a", "bytes of a"};
-inline const ServedPackage kB{"b", "bytes of b, which are more"};
-inline const ServedPackage kC{"c", "c"};
-inline const ServedPackage kBad{"bad", "too short", "1000"};
-
 inline constexpr const char* kCheck = "check_repo.php";
 inline constexpr const char* kToken = "request_upload_token.php";
 inline constexpr const char* kUpload = "upload_package.php";

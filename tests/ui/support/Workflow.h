@@ -73,6 +73,12 @@ struct ServedPackage {
   }
 };
 
+inline const ServedPackage kA{"a", "bytes of a"};
+inline const ServedPackage kB{"b", "bytes of b, which are more"};
+inline const ServedPackage kC{"c", "c"};
+// Its file is not what the index promises.
+inline const ServedPackage kBad{"bad", "too short", "1000"};
+
 // The window at work on repositories of a server on loopback.
 class Workflow : public Window {
  protected:
@@ -161,6 +167,14 @@ class Workflow : public Window {
     return repository() + "debs/" + package.filename();
   }
 
+  // One sheet is open, which says this and takes no answer but "OK".
+  void expectNotice(std::string_view message, std::string_view information) const {
+    ASSERT_EQ(sheets.shown.size(), 1u);
+    EXPECT_EQ(sheets.shown[0].window, controller.window());
+    EXPECT_EQ(sheets.shown[0].alert.messageText, message);
+    EXPECT_EQ(sheets.shown[0].alert.informativeText, information);
+    EXPECT_THAT(sheets.shown[0].alert.buttons, testing::ElementsAre("OK"));
+  }
   // Answers the open sheet.
   void answer(std::size_t button) {
     ASSERT_FALSE(sheets.shown.empty());
@@ -175,6 +189,11 @@ class Workflow : public Window {
     const auto panel = sheets.panels.back();
     sheets.panels.pop_back();
     panel.chosen(std::move(chosen));
+  }
+
+  // Whether the progress bar is there, and moves without saying how far things are.
+  bool barMoves() const {
+    return !c.progressIndicator->isHidden() && c.progressIndicator->isIndeterminate();
   }
 
   // Which of the buttons that workflows enable and disable are enabled, by their titles.
