@@ -102,34 +102,18 @@ LongText LongText::ofLines(const TextLines& lines) {
   return text;
 }
 
-LongText LongText::ofLinesOfType(const TextLines& lines, std::string_view type) {
-  LongText text = ofLines(lines);
-  text.filtered_ = true;
-  std::uint32_t index = 0;
-  std::size_t start = 0;
-  for (const TextLine& line : lines) {
-    if (line.type == type) {
-      text.kept_.push_back({index, start});
-      start += line.units + (line.endsWithNewline ? 1 : 0);
-    }
-    ++index;
-  }
-  return text;
-}
-
 const TextLine& LongText::line(std::size_t index) const {
   if (notice_ != nullptr) return *notice_;
-  return (*lines_)[filtered_ ? kept_[index].line : index];
+  return (*lines_)[index];
 }
 
 bool LongText::continues(const LongText& other) const {
-  return lines_ == other.lines_ && notice_ == other.notice_ && filtered_ == other.filtered_ &&
-         lineCount() >= other.lineCount();
+  return lines_ == other.lines_ && notice_ == other.notice_ && lineCount() >= other.lineCount();
 }
 
 std::size_t LongText::startOf(std::size_t index) const {
   if (index == 0) return 0;
-  if (index < lineCount()) return filtered_ ? kept_[index].start : line(index).start;
+  if (index < lineCount()) return line(index).start;
   const TextLine& last = line(index - 1);
   return startOf(index - 1) + last.units + (last.endsWithNewline ? 1 : 0);
 }

@@ -3,10 +3,8 @@
 
 #include <QString>
 #include <cstddef>
-#include <cstdint>
 #include <deque>
 #include <string_view>
-#include <vector>
 
 namespace tolvane {
 
@@ -36,11 +34,9 @@ class LongText {
   static LongText notice(const TextLine& line);
 
   static LongText ofLines(const TextLines& lines);
-  // Only the lines whose type is exactly the given one.
-  static LongText ofLinesOfType(const TextLines& lines, std::string_view type);
 
   bool isEmpty() const { return lineCount() == 0; }
-  std::size_t lineCount() const { return filtered_ ? kept_.size() : count_; }
+  std::size_t lineCount() const { return count_; }
   const TextLine& line(std::size_t index) const;
 
   // Whether the two show the same lines from the first one on, so that a place in one is the same
@@ -60,16 +56,9 @@ class LongText {
   QString toPlainText() const { return textBetween(0, length()); }
 
  private:
-  struct Kept {
-    std::uint32_t line;
-    std::size_t start;
-  };
-
   const TextLines* lines_ = nullptr;
   const TextLine* notice_ = nullptr;
   std::size_t count_ = 0;
-  bool filtered_ = false;
-  std::vector<Kept> kept_;  // of the lines, while they are filtered
 };
 
 }  // namespace tolvane

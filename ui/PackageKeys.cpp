@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <string_view>
 
+#include "ui/PackageWalk.h"
+
 namespace tolvane {
 
 namespace {
@@ -25,15 +27,29 @@ std::string keyForPackage(const PackageEntry& package) {
   return key;
 }
 
-PackageKeys::Key::Key(const PackageEntry& ticked) : package(ticked) {
+std::size_t PackageKeys::hashOf(const PackageEntry& package) {
   QVarLengthArray<char, 1024> text;
   for (const Field field : kKeyFields) {
     const std::string_view part = package.text(field);
     text.append(part.data(), static_cast<qsizetype>(part.size()));
     text.append('|');
   }
-  hash =
-      qHashBits(text.constData(), static_cast<std::size_t>(text.size()), QHashSeed::globalSeed());
+  return qHashBits(text.constData(), static_cast<std::size_t>(text.size()),
+                   QHashSeed::globalSeed());
+}
+
+void PackageKeys::insertAll(const std::vector<PackageEntry>& packages) {
+  const auto hashesOf = [](std::span<const PackageEntry> part) {
+    std::vector<std::size_t> hashes;
+    hashes.reserve(part.size());
+    forEachPackage(part, [&](const PackageEntry& package) { hashes.push_back(hashOf(package)); });
+    return hashes;
+  };
+  keys_.reserve(keys_.size() + static_cast<qsizetype>(packages.size()));
+  auto package = packages.begin();
+  for (const auto& hashes : inHalves(packages, hashesOf)) {
+    for (const std::size_t hash : hashes) keys_.insert(Key{*package++, hash});
+  }
 }
 
 bool PackageKeys::Key::operator==(const Key& other) const {

@@ -4,6 +4,7 @@
 #include <QSet>
 #include <cstddef>
 #include <string>
+#include <vector>
 
 #include "model/PackageEntry.h"
 
@@ -17,26 +18,27 @@ std::string keyForPackage(const PackageEntry& package);
 // ticking a whole repository makes no text.
 class PackageKeys {
  public:
-  void reserve(std::size_t count) { keys_.reserve(static_cast<qsizetype>(count)); }
-  void insert(const PackageEntry& package) { keys_.insert(Key(package)); }
-  void erase(const PackageEntry& package) { keys_.remove(Key(package)); }
+  void insert(const PackageEntry& package) { keys_.insert(keyOf(package)); }
+  void insertAll(const std::vector<PackageEntry>& packages);
+  void erase(const PackageEntry& package) { keys_.remove(keyOf(package)); }
   void clear() { keys_.clear(); }
 
-  bool contains(const PackageEntry& package) const { return keys_.contains(Key(package)); }
+  bool contains(const PackageEntry& package) const { return keys_.contains(keyOf(package)); }
   std::size_t size() const { return static_cast<std::size_t>(keys_.size()); }
   bool empty() const { return keys_.isEmpty(); }
 
  private:
   // With its hash, since a look at another package's texts is what costs most.
   struct Key {
-    explicit Key(const PackageEntry& ticked);
-
     bool operator==(const Key& other) const;
     friend std::size_t qHash(const Key& key, std::size_t seed) { return key.hash ^ seed; }
 
     PackageEntry package;
     std::size_t hash;
   };
+
+  static std::size_t hashOf(const PackageEntry& package);
+  static Key keyOf(const PackageEntry& package) { return {package, hashOf(package)}; }
 
   QSet<Key> keys_;
 };

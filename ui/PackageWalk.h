@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <array>
 #include <cstddef>
-#include <vector>
+#include <future>
+#include <span>
+#include <utility>
 
 #include "model/PackageEntry.h"
 
@@ -11,7 +14,7 @@ namespace tolvane {
 // Calls visit(package) for each, in order. The texts of a large repository are far away in memory;
 // those of the packages to come are asked for while one is looked at, which halves the time.
 template <typename Visit>
-void forEachPackage(const std::vector<PackageEntry>& packages, Visit visit) {
+void forEachPackage(std::span<const PackageEntry> packages, Visit visit) {
   using Field = PackageEntry::Field;
   constexpr std::size_t kAhead = 8;
   constexpr Field kRead[] = {Field::packageName,        Field::displayName, Field::version,
@@ -23,6 +26,16 @@ void forEachPackage(const std::vector<PackageEntry>& packages, Visit visit) {
     }
     visit(packages[i]);
   }
+}
+
+// What work(packages) returns of the first half and of the second, done by two threads: reading all
+// of a large repository is waiting for memory most of the time.
+template <typename Work>
+auto inHalves(std::span<const PackageEntry> packages, Work work) {
+  const std::size_t half = packages.size() / 2;
+  auto second = std::async(work, packages.subspan(half));
+  auto first = work(packages.first(half));
+  return std::array{std::move(first), second.get()};
 }
 
 }  // namespace tolvane

@@ -211,7 +211,8 @@ class ViewController : public QWidget {
   PackageKeys selectedPackageKeys_;
   std::optional<PackageStatistics> statistics_;  // of the shown rows, once counted
   ConsoleMessages consoleMessages_;
-  TextLines consoleLines_;  // of the messages, as they are shown
+  TextLines consoleLines_;       // of the messages, as they are shown
+  TextLines consoleErrorLines_;  // and of the errors among them
   std::optional<URL> currentRepositoryURL_;
 
   std::unique_ptr<RepositoryFetcher> fetcher_;

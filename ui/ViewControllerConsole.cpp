@@ -13,6 +13,7 @@ namespace tolvane {
 namespace {
 
 constexpr int kErrorsOnlyItem = 1;
+constexpr std::string_view kErrorType = "error";
 
 constexpr TextLine kNoMessages{"No console messages.", "info", true};
 
@@ -39,16 +40,17 @@ void ViewController::appendConsoleMessage(std::optional<std::string_view> text,
   const std::string line =
       fmt::format("[{:%H:%M:%S}] {}", fmt::localtime(std::time(nullptr)), *text);
   consoleMessages_.push_back({line, std::string(type.value_or("info"))});
-  appendLines(consoleLines_, consoleMessages_.back().message, consoleMessages_.back().type);
+  const ConsoleMessage& message = consoleMessages_.back();
+  appendLines(consoleLines_, message.message, message.type);
+  if (message.type == kErrorType) appendLines(consoleErrorLines_, message.message, message.type);
   refreshConsoleView();
 }
 
 void ViewController::refreshConsoleView() {
   const bool errorsOnly = controls_.consoleFilterPopup->currentIndex() == kErrorsOnlyItem;
-  // The text is by definition a view over all lines of all records, so it is made anew for each
+  // The text is by definition a view over all records that are shown, so it is made anew for each
   // message.
-  LongText text = errorsOnly ? LongText::ofLinesOfType(consoleLines_, "error")
-                             : LongText::ofLines(consoleLines_);
+  LongText text = LongText::ofLines(errorsOnly ? consoleErrorLines_ : consoleLines_);
   if (text.isEmpty()) text = LongText::notice(kNoMessages);
   controls_.consoleTextView->setText(std::move(text));
   controls_.consoleTextView->scrollToEnd();

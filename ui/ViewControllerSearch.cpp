@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <fmt/format.h>
+#include <span>
+#include <vector>
 
 #include "model/PackageSearch.h"
 #include "ui/ByteCount.h"
@@ -10,14 +12,28 @@
 // The search field and the statistics line.
 namespace tolvane {
 
+namespace {
+
+std::vector<const PackageEntry*> matchesAmong(std::span<const PackageEntry> packages,
+                                              const PackageSearch& search) {
+  std::vector<const PackageEntry*> matches;
+  forEachPackage(packages, [&](const PackageEntry& package) {
+    if (search.matches(package)) matches.push_back(&package);
+  });
+  return matches;
+}
+
+}  // namespace
+
 void ViewController::applySearchFilter() {
   const PackageSearch search(toText(controls_.searchField->text()));
   selectedPackageKeys_.clear();
   controls_.selectAllButton->setChecked(false);
   packages_.clear();
-  forEachPackage(allPackages_, [&](const PackageEntry& package) {
-    if (search.matches(package)) packages_.push_back(package);
-  });
+  const auto matchesIn = [&](auto packages) { return matchesAmong(packages, search); };
+  for (const auto& matches : inHalves(allPackages_, matchesIn)) {
+    for (const PackageEntry* match : matches) packages_.push_back(*match);
+  }
   controls_.selectAllButton->setEnabled(!packages_.empty());
   controls_.downloadSelectedButton->setEnabled(!packages_.empty());
   controls_.downloadMissingButton->setEnabled(!allPackages_.empty());

@@ -6,7 +6,6 @@
 #include "ui/DescriptionText.h"
 #include "ui/PackageSorting.h"
 #include "ui/PackageTexts.h"
-#include "ui/PackageWalk.h"
 #include "ui/Strings.h"
 #include "ui/ViewController.h"
 
@@ -93,11 +92,7 @@ void ViewController::packageCheckboxClicked(int row, bool on) {
 
 void ViewController::selectAllButtonClicked() {
   selectedPackageKeys_.clear();
-  if (controls_.selectAllButton->isChecked()) {
-    selectedPackageKeys_.reserve(packages_.size());
-    forEachPackage(packages_,
-                   [this](const PackageEntry& package) { selectedPackageKeys_.insert(package); });
-  }
+  if (controls_.selectAllButton->isChecked()) selectedPackageKeys_.insertAll(packages_);
   tableModel_->reloadTicks();
   controls_.tableView->measureAgain();
   updateStatsLabel();

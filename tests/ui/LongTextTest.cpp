@@ -114,9 +114,9 @@ TEST_F(Lines, OfBytesThatAreNoTextAreCutAllTheSame) {
 
 TEST_F(Lines, KnowWhereTheyBegin) {
   append("a\U0001F600b");
-  append("two", "error");
+  append("two");
   append("");
-  append("three", "error");
+  append("three");
   const LongText all = LongText::ofLines(lines);
   EXPECT_EQ(all.length(), 5u + 4 + 1 + 6);
   EXPECT_EQ(all.startOf(1), 5u);
@@ -126,9 +126,6 @@ TEST_F(Lines, KnowWhereTheyBegin) {
   EXPECT_EQ(all.lineAt(all.length()), 3u);
   EXPECT_EQ(toText(all.textBetween(3, 8)), "b\ntwo");
   EXPECT_EQ(toText(all.textBetween(8, 9)), "\n");
-  const LongText errors = LongText::ofLinesOfType(lines, "error");
-  EXPECT_EQ(errors.length(), 10u);
-  EXPECT_EQ(toText(errors.textBetween(2, 7)), "o\nthr");
   EXPECT_EQ(LongText().length(), 0u);
   EXPECT_EQ(LongText().textBetween(0, 5), QString());
 }
