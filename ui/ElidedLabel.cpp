@@ -3,21 +3,27 @@
 
 #include <QApplication>
 #include <QClipboard>
-#include <QEvent>
+#include <QHelpEvent>
 #include <QKeyEvent>
 #include <QPainter>
-#include <QRegularExpression>
 #include <QStyle>
+#include <QToolTip>
+#include <algorithm>
 
 namespace tolvane {
 
 namespace {
 
+bool isLineBreak(QChar character) {
+  return character == QLatin1Char('\n') || character == QLatin1Char('\r') ||
+         character == QChar::LineSeparator || character == QChar::ParagraphSeparator;
+}
+
 // Blanks in a row are kept within a line, since they are part of some texts.
-QString oneLine(const QString& text) {
-  static const QRegularExpression breaks(QStringLiteral("[\\n\\r\\x{2028}\\x{2029}]"));
-  if (!text.contains(breaks)) return text;
-  QStringList lines = text.split(breaks);
+QString oneLine(QString text) {
+  if (std::none_of(text.cbegin(), text.cend(), isLineBreak)) return text;
+  std::replace_if(text.begin(), text.end(), isLineBreak, QLatin1Char('\n'));
+  QStringList lines = text.split(QLatin1Char('\n'));
   for (QString& line : lines) line = line.trimmed();
   lines.removeAll(QString());
   return lines.join(QLatin1Char(' '));
@@ -33,18 +39,11 @@ void ElidedLabel::setText(const QString& text) {
   line_ = oneLine(text);
   QLabel::setText(text);
   setAccessibleDescription(text);
-  updateToolTip();
+  setToolTip(text);
 }
 
 bool ElidedLabel::isElided() const {
   return fontMetrics().horizontalAdvance(line_) > contentsRect().width();
-}
-
-void ElidedLabel::updateToolTip() {
-  if (line_ == text() && !isElided()) return setToolTip(QString());
-  // A tool tip takes text with angle brackets for markup, unless it is markup.
-  const QString lines = text().toHtmlEscaped().replace(QLatin1Char('\n'), QLatin1String("<br>"));
-  setToolTip(QStringLiteral("<p>%1</p>").arg(lines));
 }
 
 void ElidedLabel::copy() {
@@ -55,20 +54,25 @@ void ElidedLabel::selectAll() {
   setSelection(0, static_cast<int>(text().size()));
 }
 
+// A tool tip helps where the label does not show all of its text. Whether it does is measured when
+// somebody asks, since a busy run changes the text thousands of times.
+bool ElidedLabel::event(QEvent* event) {
+  if (event->type() != QEvent::ToolTip) return QLabel::event(event);
+  const bool helps = line_ != text() || isElided();
+  event->setAccepted(helps);
+  if (helps) {
+    // A tool tip takes text with angle brackets for markup, unless it is markup.
+    const QString lines = text().toHtmlEscaped().replace(QLatin1Char('\n'), QLatin1String("<br>"));
+    QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(),
+                       QStringLiteral("<p>%1</p>").arg(lines), this);
+  }
+  return true;
+}
+
 void ElidedLabel::keyPressEvent(QKeyEvent* event) {
   if (event->matches(QKeySequence::Copy)) return copy();
   if (event->matches(QKeySequence::SelectAll)) return selectAll();
   QLabel::keyPressEvent(event);
-}
-
-void ElidedLabel::changeEvent(QEvent* event) {
-  QLabel::changeEvent(event);
-  if (event->type() == QEvent::FontChange) updateToolTip();
-}
-
-void ElidedLabel::resizeEvent(QResizeEvent* event) {
-  QLabel::resizeEvent(event);
-  updateToolTip();
 }
 
 void ElidedLabel::paintEvent(QPaintEvent* event) {

@@ -25,14 +25,11 @@ class ElidedLabel : public QLabel {
   void selectAll();
 
  protected:
-  void changeEvent(QEvent* event) override;
+  bool event(QEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
   void paintEvent(QPaintEvent* event) override;
-  void resizeEvent(QResizeEvent* event) override;
 
  private:
-  void updateToolTip();
-
   QString line_;  // the text as it is shown
 };
 
