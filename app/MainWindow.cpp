@@ -4,6 +4,8 @@
 #include <QCloseEvent>
 #include <QHeaderView>
 #include <QSettings>
+#include <QTimer>
+#include <algorithm>
 
 #include "ui/Strings.h"
 
@@ -12,6 +14,9 @@ namespace tolvane {
 namespace {
 
 constexpr QSize kFirstSize(1180, 760);
+// Milliseconds from one picture to the next. A busy run changes the window with each package; in
+// the time that drawing it takes, several packages are verified.
+constexpr qint64 kPictureInterval = 16;
 constexpr int kNarrowestColumn = 20;
 constexpr int kWidestColumn = 4000;
 
@@ -54,6 +59,20 @@ void MainWindow::saveSettings() const {
   for (int column = 0; column < model.columnCount(); ++column) {
     settings.setValue(widthKey(model, column), table.columnWidth(column));
   }
+}
+
+bool MainWindow::event(QEvent* event) {
+  if (event->type() != QEvent::UpdateRequest) return QMainWindow::event(event);
+  if (sincePicture_.isValid() && !sincePicture_.hasExpired(kPictureInterval)) {
+    const auto rest =
+        static_cast<int>(std::max<qint64>(kPictureInterval - sincePicture_.elapsed(), 0));
+    QTimer::singleShot(rest, Qt::PreciseTimer, this, [this] {
+      QCoreApplication::postEvent(this, new QEvent(QEvent::UpdateRequest));
+    });
+    return true;
+  }
+  sincePicture_.start();
+  return QMainWindow::event(event);
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QElapsedTimer>
 #include <QMainWindow>
 
 #include "platform/MainQueue.h"
@@ -11,7 +12,7 @@
 namespace tolvane {
 
 // The window around the controller. Its size, its place and the widths of the columns are kept in
-// the user's settings from one run to the next.
+// the user's settings from one run to the next. It is drawn some sixty times a second at most.
 class MainWindow : public QMainWindow {
   Q_OBJECT
 
@@ -25,10 +26,12 @@ class MainWindow : public QMainWindow {
   void saveSettings() const;
 
  protected:
+  bool event(QEvent* event) override;
   void closeEvent(QCloseEvent* event) override;
 
  private:
   ViewController* controller_;
+  QElapsedTimer sincePicture_;
 };
 
 }  // namespace tolvane

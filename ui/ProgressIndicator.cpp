@@ -37,8 +37,10 @@ void ProgressIndicator::hideAndReset() {
 void ProgressIndicator::setMode(bool indeterminate, double value) {
   indeterminate_ = indeterminate;
   value_ = value;
+  // The toolkit's bar would paint at once, and all else that has changed with it.
+  setUpdatesEnabled(false);
   setValue(static_cast<int>(std::clamp(value, minValue(), maxValue())));
-  update();
+  setUpdatesEnabled(true);
 }
 
 void ProgressIndicator::initStyleOption(QStyleOptionProgressBar* option) const {

@@ -12,6 +12,7 @@
 #include "platform/RunLoop.h"
 #include "tests/app/ScriptedStore.h"
 #include "tests/ui/support/Packages.h"
+#include "tests/ui/support/PaintCounter.h"
 #include "ui/DialogSheets.h"
 #include "ui/Strings.h"
 
@@ -52,6 +53,25 @@ TEST_F(Main, ShowsTheControllerAndIsNamedAfterTheProgram) {
   EXPECT_EQ(window->centralWidget(), &window->controller());
   EXPECT_EQ(window->minimumSize(), QSize(1030, 614));
   EXPECT_GE(window->width(), 1030);
+}
+
+TEST_F(Main, IsDrawnSomeSixtyTimesASecondHoweverOftenItChangesAndAtTheEndOfAllChanges) {
+  show();
+  ElidedLabel& label = *window->controller().controls().statusLabel;
+  PaintCounter counter(label);
+  QElapsedTimer timer;
+  timer.start();
+  int changes = 0;
+  while (timer.elapsed() < 200) {
+    label.setText(QString::number(++changes));
+    QCoreApplication::processEvents();
+  }
+  const auto most = static_cast<int>(timer.elapsed() / 16 + 1);
+  EXPECT_GT(changes, 10 * most);
+  EXPECT_LE(counter.paints, most);
+  counter.paints = 0;
+  label.setText("The last.");
+  EXPECT_TRUE(QTest::qWaitFor([&] { return counter.paints == 1; }, 1000));
 }
 
 TEST_F(Main, SizePlaceAndColumnWidthsComeBack) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <QElapsedTimer>
 
+#include "tests/ui/support/PaintCounter.h"
 #include "tests/ui/support/Window.h"
 
 namespace tolvane {
@@ -29,6 +30,16 @@ TEST_F(Progress, DeterminateShowsTheShareInHundredths) {
   EXPECT_EQ(bar.minValue(), 0);
   EXPECT_EQ(bar.maxValue(), 100);
   EXPECT_DOUBLE_EQ(bar.doubleValue(), 1.0 / 3.0 * 100);
+}
+
+TEST_F(Progress, IsNotDrawnForEachValueButWithAllElseThatHasChanged) {
+  show();
+  controller.showDeterminateProgressWithCompleted(0, 100);
+  QCoreApplication::processEvents();
+  PaintCounter counter(*c.progressIndicator);
+  for (int i = 1; i <= 100; ++i) controller.showDeterminateProgressWithCompleted(i, 100);
+  EXPECT_EQ(counter.paints, 0);
+  EXPECT_TRUE(QTest::qWaitFor([&] { return counter.paints == 1; }));
 }
 
 TEST_F(Progress, OfNothingIsAnEmptyBar) {
