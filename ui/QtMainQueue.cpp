@@ -10,7 +10,10 @@ namespace tolvane {
 
 namespace {
 
-constexpr int kSlice = 8;  // milliseconds
+// Milliseconds. Waking the loop takes longer than most tasks, and where one was posted others
+// follow, so the queue looks again after a pause before it waits to be woken.
+constexpr int kSlice = 8;
+constexpr int kPause = 2;
 
 }  // namespace
 
@@ -23,29 +26,35 @@ void QtMainQueue::post(Task task) {
   QMetaObject::invokeMethod(this, &QtMainQueue::runForAWhile, Qt::QueuedConnection);
 }
 
-// None when there is nothing left, which puts the queue to sleep.
 Task QtMainQueue::takeFirst() {
   const std::lock_guard lock(mutex_);
-  if (tasks_.empty()) {
-    isAwake_ = false;
-    return nullptr;
-  }
+  if (tasks_.empty()) return nullptr;
   Task task = std::move(tasks_.front());
   tasks_.pop_front();
   return task;
 }
 
+bool QtMainQueue::fallAsleep() {
+  const std::lock_guard lock(mutex_);
+  isAwake_ = !tasks_.empty();
+  return !isAwake_;
+}
+
 void QtMainQueue::runForAWhile() {
   QElapsedTimer timer;
   timer.start();
+  bool isIdle = true;
   while (const Task task = takeFirst()) {
     task();
-    if (timer.elapsed() >= kSlice) {
-      // A timer of no time comes after the events that wait; a posted event would come before.
-      QTimer::singleShot(0, this, &QtMainQueue::runForAWhile);
-      return;
-    }
+    isIdle = false;
+    // A timer of no time comes after the events that wait; a posted event would come before.
+    if (timer.elapsed() >= kSlice) return runAgainAfter(0);
   }
+  if (!isIdle || !fallAsleep()) runAgainAfter(kPause);
+}
+
+void QtMainQueue::runAgainAfter(int milliseconds) {
+  QTimer::singleShot(milliseconds, Qt::PreciseTimer, this, &QtMainQueue::runForAWhile);
 }
 
 }  // namespace tolvane

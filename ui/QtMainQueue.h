@@ -22,8 +22,12 @@ class QtMainQueue : public QObject, public MainQueue {
   void post(Task task) override;
 
  private:
+  // None when there is nothing left.
   Task takeFirst();
+  // Whether nothing was left, so that the next post has to wake the queue.
+  bool fallAsleep();
   void runForAWhile();
+  void runAgainAfter(int milliseconds);
 
   std::mutex mutex_;
   std::deque<Task> tasks_;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <QElapsedTimer>
+#include <QAbstractEventDispatcher>
 #include <QTest>
 #include <QTimer>
 #include <atomic>
@@ -85,6 +85,25 @@ TEST(QtMainQueue, LetsTheWindowBreatheWhileTasksKeepComing) {
   queue.post(task);
   EXPECT_TRUE(QTest::qWaitFor([&] { return left == 0; }, 20'000));
   EXPECT_GE(beats, 10);
+}
+
+TEST(QtMainQueue, IsNotWokenForEachOfTheTasksThatComeOneByOne) {
+  constexpr int kTasks = 400;
+  QtMainQueue queue;
+  int wakings = 0;
+  int ran = 0;
+  const auto counting = QObject::connect(QAbstractEventDispatcher::instance(),
+                                         &QAbstractEventDispatcher::awake, [&] { ++wakings; });
+  std::thread posting([&] {
+    for (int i = 0; i < kTasks; ++i) {
+      queue.post([&] { ++ran; });
+      std::this_thread::sleep_for(std::chrono::microseconds(100));
+    }
+  });
+  while (ran < kTasks) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+  QObject::disconnect(counting);
+  posting.join();
+  EXPECT_LT(wakings, kTasks / 2);
 }
 
 TEST(QtMainQueue, DropsWhatWaitsWhenItGoes) {
