@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <bzlib.h>
 #include <cstdint>
+#include <cstdlib>
 #include <limits>
 #include <lzma.h>
 #include <new>
@@ -16,13 +17,13 @@ namespace {
 // zlib and libbz2 count in 32 bits, so long input and output goes to them piece by piece.
 constexpr std::size_t kPiece = std::size_t{1} << 20;
 
-// What differs between the libraries. The first buffer has kInitialFactor times the input's size
-// and grows by 1/kGrowthDivisor of it. Their streams have the same members by the same names.
+// The first room, in sizes of the input; an index takes some five.
+constexpr std::size_t kInitialFactor = 8;
+
+// What differs between the libraries. Their streams have the same members by the same names.
 
 struct Gzip {
   using Stream = z_stream;
-  static constexpr std::size_t kInitialFactor = 2;
-  static constexpr std::size_t kGrowthDivisor = 2;
   static constexpr std::size_t kLargestPiece = kPiece;
   static constexpr int kOK = Z_OK;
   static constexpr int kEnd = Z_STREAM_END;
@@ -36,8 +37,6 @@ struct Gzip {
 
 struct Bzip2 {
   using Stream = bz_stream;
-  static constexpr std::size_t kInitialFactor = 4;
-  static constexpr std::size_t kGrowthDivisor = 1;
   static constexpr std::size_t kLargestPiece = kPiece;
   static constexpr int kOK = BZ_OK;
   static constexpr int kEnd = BZ_STREAM_END;
@@ -52,8 +51,6 @@ struct Bzip2 {
 
 struct XZ {
   using Stream = lzma_stream;
-  static constexpr std::size_t kInitialFactor = 4;
-  static constexpr std::size_t kGrowthDivisor = 1;
   // LZMA_FINISH asks for the whole input in the first step.
   static constexpr std::size_t kLargestPiece = std::numeric_limits<std::size_t>::max();
   static constexpr int kOK = LZMA_OK;
@@ -104,31 +101,43 @@ class Decoder {
   bool isOpen_;
 };
 
-// How much is still to come if the rest of the input unpacks as the beginning did, and a little
-// more. By the input's size alone, a small input that unpacks to much would be copied for ever; and
-// by what a stranger makes of the beginning, memory would be taken that nothing ever fills.
-std::size_t expectedGrowth(std::size_t produced, std::size_t inputSize, std::size_t left) {
-  const double ratio = static_cast<double>(produced) / static_cast<double>(inputSize - left + 1);
-  const auto expected = static_cast<std::size_t>(ratio * static_cast<double>(left) * 1.1);
-  return std::clamp(expected, produced / 2, 3 * produced);
-}
+// Room to unpack into. What is not written costs no memory, and growing it copies nothing where the
+// system can move pages, so it may be far too large: neither is true of a string.
+class Room {
+ public:
+  explicit Room(std::size_t size) { grow(size); }
+  ~Room() { std::free(bytes_); }
+
+  Room(const Room&) = delete;
+  Room& operator=(const Room&) = delete;
+
+  void grow(std::size_t size) {
+    void* const grown = std::realloc(bytes_, size);
+    if (grown == nullptr) throw std::bad_alloc();
+    bytes_ = static_cast<char*>(grown);
+    size_ = size;
+  }
+
+  char* data() const { return bytes_; }
+  std::size_t size() const { return size_; }
+
+ private:
+  char* bytes_ = nullptr;
+  std::size_t size_ = 0;
+};
 
 template <typename Library>
 std::optional<std::string> unpackInMemory(std::string_view bytes, std::size_t maximumSize) {
   if (bytes.empty()) return std::nullopt;
   Decoder<Library> decoder;
   if (!decoder.isOpen()) return std::nullopt;
-  const std::size_t largestBuffer = maximumSize + 1;  // a full one shows that there is too much
-  std::string buffer(std::min(bytes.size() * Library::kInitialFactor, largestBuffer), '\0');
+  const std::size_t largestRoom = maximumSize + 1;  // a full one shows that there is too much
+  Room room(std::min(bytes.size() * kInitialFactor, largestRoom));
   std::string_view input = bytes;
   std::size_t produced = 0;
   while (true) {
-    if (produced == buffer.size()) {
-      const std::size_t growth = std::max(bytes.size() / Library::kGrowthDivisor,
-                                          expectedGrowth(produced, bytes.size(), input.size()));
-      buffer.resize(std::min(produced + growth, largestBuffer));
-    }
-    const Step step = decoder.step(input, buffer.data() + produced, buffer.size() - produced);
+    if (produced == room.size()) room.grow(std::min(2 * produced, largestRoom));
+    const Step step = decoder.step(input, room.data() + produced, room.size() - produced);
     input.remove_prefix(step.consumed);
     produced += step.produced;
     if (produced > maximumSize) return std::nullopt;
@@ -137,10 +146,7 @@ std::optional<std::string> unpackInMemory(std::string_view bytes, std::size_t ma
     const bool stuck = step.consumed == 0 && step.produced == 0;
     if (step.result != Library::kOK || stuck) return std::nullopt;
   }
-  buffer.resize(produced);
-  // The text lives as long as its records, so much spare room is not kept.
-  if (buffer.capacity() > produced + produced / 4) buffer.shrink_to_fit();
-  return buffer;
+  return std::string(room.data(), produced);
 }
 
 template <typename Library>
