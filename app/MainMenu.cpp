@@ -76,16 +76,16 @@ void addEditMenu(QMenuBar& bar, MainWindow& window, AppDelegate& delegate) {
   addTextCommand(*menu, "&Paste", QKeySequence::Paste, [] { sendToFocus("paste"); });
   addTextCommand(*menu, "Select &All", QKeySequence::SelectAll, [] { sendToFocus("selectAll"); });
   menu->addSeparator();
-  menu->addAction(window.controller().focusSearchAction());
+  menu->addAction(window.controller().actions().focusSearch);
 }
 
 void addViewMenu(QMenuBar& bar, MainWindow& window) {
   QMenu* const menu = bar.addMenu(translated("&View"));
-  menu->addAction(window.controller().focusURLAction());
-  menu->addAction(window.controller().fetchAction());
+  menu->addAction(window.controller().actions().focusURL);
+  menu->addAction(window.controller().actions().fetch);
   menu->addSeparator();
   QMenu* const sort = menu->addMenu(translated("&Sort By"));
-  for (QAction* const action : window.controller().sortActions()) sort->addAction(action);
+  for (QAction* const action : window.controller().actions().sort) sort->addAction(action);
 }
 
 void addWindowMenu(QMenuBar& bar, MainWindow& window) {

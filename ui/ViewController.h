@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <QAction>
 #include <QSize>
 #include <QWidget>
 #include <cstdint>
@@ -53,6 +52,7 @@ class ViewController : public QWidget {
   ~ViewController() override;
 
   const MainWindowControls& controls() const { return controls_; }
+  const MainWindowActions& actions() const { return actions_; }
   const PackageList& packages() const { return packages_; }        // the shown rows, in their order
   const PackageList& allPackages() const { return allPackages_; }  // in the order of the index
   const PackageKeys& selectedPackageKeys() const { return selectedPackageKeys_; }
@@ -70,12 +70,6 @@ class ViewController : public QWidget {
   // As the program's configuration has it now; "" where it has none.
   static std::string centralArchiveAPISecret() { return tolvane::centralArchiveAPISecret(); }
   static bool centralArchiveIsConfigured() { return !centralArchiveAPISecret().empty(); }
-
-  // What keys and menus offer beside the controls.
-  QAction* focusURLAction() const { return focusURLAction_; }        // Ctrl+L
-  QAction* focusSearchAction() const { return focusSearchAction_; }  // Ctrl+F
-  QAction* fetchAction() const { return fetchAction_; }              // F5
-  const std::vector<QAction*>& sortActions() const { return sortActions_; }
 
   // Layout. Frames are those of a picture whose y grows upward from the bottom.
   void layoutCrawlerViews();
@@ -138,10 +132,15 @@ class ViewController : public QWidget {
   PackageList packagesForMissingArchiveEntries() const;
   static std::string centralArchiveTemporaryFolder();
   void beginArchiveUploadWorkflow();
+  struct Uploads {
+    std::shared_ptr<const PackageList> packages;
+    std::string folder;
+    std::size_t index = 0;
+    std::uint64_t successful = 0;
+    std::uint64_t failed = 0;
+  };
   // Uploads the package at the index and, once its outcome is known, those after it.
-  void uploadArchivedPackages(const std::shared_ptr<const PackageList>& packages,
-                              const std::string& folder, std::size_t index,
-                              std::uint64_t successful, std::uint64_t failed);
+  void uploadArchivedPackages(Uploads uploads);
 
  protected:
   void changeEvent(QEvent* event) override;
@@ -195,16 +194,15 @@ class ViewController : public QWidget {
   void archiveMatchedPackages(PackageList matched);
   void downloadForArchive(const PackageList& packages, const std::string& folder);
   void archiveDownloadsDidFinish(const DownloadCounters& counters, const std::string& folder);
-  void uploadArchivedPackage(const std::shared_ptr<const PackageList>& packages,
-                             const std::string& folder, std::size_t index, std::uint64_t successful,
-                             std::uint64_t failed);
+  void sendPackage(const Uploads& uploads);
   void reportUpload(const std::string& name, const std::string& path, bool uploaded,
                     const std::optional<Error>& error);
-  void finishUploads(std::uint64_t successful, std::uint64_t failed);
+  void finishUploads(const Uploads& uploads);
 
   MainQueue& mainQueue_;
   Sheets& sheets_;
   MainWindowControls controls_;
+  MainWindowActions actions_;
 
   PackageList packages_;
   PackageList allPackages_;
@@ -223,10 +221,6 @@ class ViewController : public QWidget {
   std::string offeredFolder_;  // dropped on the window, for the next folder panel
 
   PackageTableModel* tableModel_ = nullptr;
-  QAction* focusURLAction_ = nullptr;
-  QAction* focusSearchAction_ = nullptr;
-  QAction* fetchAction_ = nullptr;
-  std::vector<QAction*> sortActions_;
 
   Lifetime lifetime_;
   NotificationCenter::Token logToken_;

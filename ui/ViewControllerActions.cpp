@@ -30,16 +30,17 @@ void focusAndSelect(QLineEdit* field) {
 
 void ViewController::buildActions() {
   const MainWindowControls& c = controls_;
-  focusURLAction_ =
+  actions_.focusURL =
       makeAction(this, tr("Repository URL"), "focusURLAction", QKeySequence(Qt::CTRL | Qt::Key_L));
-  connect(focusURLAction_, &QAction::triggered, this,
+  connect(actions_.focusURL, &QAction::triggered, this,
           [this] { focusAndSelect(controls_.repoURLField); });
-  focusSearchAction_ =
+  actions_.focusSearch =
       makeAction(this, tr("Find Packages"), "focusSearchAction", QKeySequence::Find);
-  connect(focusSearchAction_, &QAction::triggered, this,
+  connect(actions_.focusSearch, &QAction::triggered, this,
           [this] { focusAndSelect(controls_.searchField); });
-  fetchAction_ = makeAction(this, tr("Fetch Repository"), "fetchAction", QKeySequence(Qt::Key_F5));
-  connect(fetchAction_, &QAction::triggered, c.fetchButton, &QPushButton::click);
+  actions_.fetch =
+      makeAction(this, tr("Fetch Repository"), "fetchAction", QKeySequence(Qt::Key_F5));
+  connect(actions_.fetch, &QAction::triggered, c.fetchButton, &QPushButton::click);
   c.fetchButton->installEventFilter(this);
   buildSortActions();
 }
@@ -47,7 +48,7 @@ void ViewController::buildActions() {
 // A menu shows whether its item can be chosen, as the button does.
 bool ViewController::eventFilter(QObject* watched, QEvent* event) {
   if (watched == controls_.fetchButton && event->type() == QEvent::EnabledChange) {
-    fetchAction_->setEnabled(controls_.fetchButton->isEnabled());
+    actions_.fetch->setEnabled(controls_.fetchButton->isEnabled());
   }
   return QWidget::eventFilter(watched, event);
 }
@@ -61,7 +62,7 @@ void ViewController::buildSortActions() {
     auto* const action = new QAction(title, this);
     connect(action, &QAction::triggered, this,
             [this, column] { controls_.tableView->sortByClickOn(column); });
-    sortActions_.push_back(action);
+    actions_.sort.push_back(action);
   }
 }
 

@@ -112,8 +112,7 @@ void ViewController::archiveMatchedPackages(PackageList matched) {
         "All missing packages already exist in the local archive cache. Starting upload "
         "stage...",
         "success");
-    uploadArchivedPackages(std::make_shared<const PackageList>(std::move(matched)), folder, 0, 0,
-                           0);
+    uploadArchivedPackages({std::make_shared<const PackageList>(std::move(matched)), folder});
   } else {
     report("No matching packages found to archive.", "error");
   }
@@ -145,8 +144,8 @@ void ViewController::archiveDownloadsDidFinish(const DownloadCounters& counters,
          counters.hasErrors() ? "error" : "success");
   SystemLog::write("[CentralArchive] Archive download stage finished");
   SystemLog::write("[CentralArchive] Temporary folder: {}", folder);
-  uploadArchivedPackages(std::make_shared<const PackageList>(packagesForMissingArchiveEntries()),
-                         folder, 0, 0, 0);
+  uploadArchivedPackages(
+      {std::make_shared<const PackageList>(packagesForMissingArchiveEntries()), folder});
 }
 
 }  // namespace tolvane

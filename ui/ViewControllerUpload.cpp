@@ -29,50 +29,44 @@ void deleteUploadedFile(const std::string& path) {
 
 }  // namespace
 
-void ViewController::uploadArchivedPackages(const std::shared_ptr<const PackageList>& packages,
-                                            const std::string& folder, std::size_t index,
-                                            std::uint64_t successful, std::uint64_t failed) {
-  for (int missing = 0; index < packages->size(); ++index, ++failed, ++missing) {
+void ViewController::uploadArchivedPackages(Uploads uploads) {
+  std::size_t& index = uploads.index;
+  for (int missing = 0; index < uploads.packages->size(); ++index, ++uploads.failed, ++missing) {
     if (missing == kMissingInARow) {
-      return mainQueue_.post(lifetime_.guard(
-          [=, this] { uploadArchivedPackages(packages, folder, index, successful, failed); }));
+      return mainQueue_.post(lifetime_.guard([this, uploads] { uploadArchivedPackages(uploads); }));
     }
-    const std::string name = DownloadQueueManager::localFilenameForPackage((*packages)[index]);
-    const std::string path = joinPath(folder, name);
+    const std::string name =
+        DownloadQueueManager::localFilenameForPackage((*uploads.packages)[index]);
+    const std::string path = joinPath(uploads.folder, name);
     // A name comes from the index. One that leads out of the folder would send, and then delete, a
     // file that is none of the archive's business.
-    if (isFileName(name) && fileExists(path)) break;
+    if (isFileName(name) && fileExists(path)) return sendPackage(uploads);
     SystemLog::write("[CentralArchive] Missing local file for upload: {}", path);
     appendConsoleMessage(
         "Missing local file for upload: " + (name.empty() ? std::string("Unknown file") : name),
         "error");
   }
-  if (index < packages->size()) {
-    uploadArchivedPackage(packages, folder, index, successful, failed);
-  } else {
-    finishUploads(successful, failed);
-  }
+  finishUploads(uploads);
 }
 
-void ViewController::uploadArchivedPackage(const std::shared_ptr<const PackageList>& packages,
-                                           const std::string& folder, std::size_t index,
-                                           std::uint64_t successful, std::uint64_t failed) {
-  const PackageEntry& package = (*packages)[index];
+void ViewController::sendPackage(const Uploads& uploads) {
+  const std::size_t count = uploads.packages->size();
+  const PackageEntry& package = (*uploads.packages)[uploads.index];
   const std::string name = DownloadQueueManager::localFilenameForPackage(package);
-  const std::string path = joinPath(folder, name);
-  showDeterminateProgressWithCompleted(index, packages->size());
-  setStatus(fmt::format("Uploading {} / {}", index + 1, packages->size()));
-  if (index == 0) {
-    appendConsoleMessage(
-        fmt::format("Starting upload of {} archived package(s).", packages->size()), "info");
+  const std::string path = joinPath(uploads.folder, name);
+  showDeterminateProgressWithCompleted(uploads.index, count);
+  setStatus(fmt::format("Uploading {} / {}", uploads.index + 1, count));
+  if (uploads.index == 0) {
+    appendConsoleMessage(fmt::format("Starting upload of {} archived package(s).", count), "info");
   }
   centralArchiveClient_->uploadPackage(
       package, absoluteText(currentRepositoryURL_), archiveRepositoryType(), path,
-      lifetime_.guardOn(mainQueue_, [=, this](bool uploaded, const std::optional<Error>& error) {
+      lifetime_.guardOn(mainQueue_, [=, this, next = uploads](
+                                        bool uploaded, const std::optional<Error>& error) mutable {
         reportUpload(name, path, uploaded, error);
-        showDeterminateProgressWithCompleted(index + 1, packages->size());
-        uploadArchivedPackages(packages, folder, index + 1, successful + (uploaded ? 1 : 0),
-                               failed + (uploaded ? 0 : 1));
+        showDeterminateProgressWithCompleted(++next.index, count);
+        ++(uploaded ? next.successful : next.failed);
+        uploadArchivedPackages(next);
       }));
 }
 
@@ -89,14 +83,14 @@ void ViewController::reportUpload(const std::string& name, const std::string& pa
   }
 }
 
-void ViewController::finishUploads(std::uint64_t successful, std::uint64_t failed) {
+void ViewController::finishUploads(const Uploads& uploads) {
   const std::string text =
-      fmt::format("Archive complete. Uploaded: {}  Failed: {}", successful, failed);
+      fmt::format("Archive complete. Uploaded: {}  Failed: {}", uploads.successful, uploads.failed);
   setStatus(text);
-  SystemLog::write("[CentralArchive] Upload stage finished. Uploaded={} Failed={}", successful,
-                   failed);
-  appendConsoleMessage(text, failed > 0 ? "error" : "success");
-  showCompletedRun(failed == 0);
+  SystemLog::write("[CentralArchive] Upload stage finished. Uploaded={} Failed={}",
+                   uploads.successful, uploads.failed);
+  appendConsoleMessage(text, uploads.failed > 0 ? "error" : "success");
+  showCompletedRun(uploads.failed == 0);
 }
 
 }  // namespace tolvane

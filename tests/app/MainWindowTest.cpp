@@ -244,7 +244,7 @@ TEST_F(Menus, KeysReachTheItemsOfTheMenu) {
   press(Qt::Key_C);
   EXPECT_TRUE(QApplication::clipboard()->text().startsWith("Name: Package 1\n"));
   int fetches = 0;
-  QObject::connect(window->controller().fetchAction(), &QAction::triggered, [&] { ++fetches; });
+  QObject::connect(window->controller().actions().fetch, &QAction::triggered, [&] { ++fetches; });
   c.repoURLField->clear();
   press(Qt::Key_F5, Qt::NoModifier);
   EXPECT_EQ(fetches, 1);

@@ -204,9 +204,9 @@ TEST_F(Fetch, StartsWithTheButtonTheReturnKeyOrF5) {
   EXPECT_EQ(status(), "Fetching Packages file...");
   awaitFetch();
   forgetTexts();
-  controller.fetchAction()->trigger();
+  controller.actions().fetch->trigger();
   EXPECT_EQ(status(), "Fetching Packages file...");
-  controller.fetchAction()->trigger();  // the button is disabled
+  controller.actions().fetch->trigger();  // the button is disabled
   awaitFetch();
   const auto lines = newConsoleLines();
   EXPECT_EQ(std::count(lines.begin(), lines.end(), "info: Repository Fetch Started"), 1);

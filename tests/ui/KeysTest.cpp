@@ -94,11 +94,11 @@ TEST_F(Keys, F5PressesFetchWhereItIsEnabled) {
 }
 
 TEST_F(Keys, FetchCanBeChosenInAMenuWhereTheButtonCanBePressed) {
-  EXPECT_TRUE(controller.fetchAction()->isEnabled());
+  EXPECT_TRUE(controller.actions().fetch->isEnabled());
   c.fetchButton->setEnabled(false);
-  EXPECT_FALSE(controller.fetchAction()->isEnabled());
+  EXPECT_FALSE(controller.actions().fetch->isEnabled());
   c.fetchButton->setEnabled(true);
-  EXPECT_TRUE(controller.fetchAction()->isEnabled());
+  EXPECT_TRUE(controller.actions().fetch->isEnabled());
 }
 
 TEST_F(Keys, ControlCCopiesWhatIsSelectedOfTheStatisticsOrAllOfThem) {

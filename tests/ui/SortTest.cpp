@@ -156,11 +156,11 @@ TEST_F(Sort, ALoadIsNotSortedThoughTheArrowIsStillThere) {
 
 TEST_F(Sort, TheMenusActionsSortLikeTheHeaders) {
   loadField("Version", {"2", "1"});
-  ASSERT_EQ(controller.sortActions().size(), 8u);
-  EXPECT_EQ(controller.sortActions()[1]->text(), "Version");
-  controller.sortActions()[1]->trigger();
+  ASSERT_EQ(controller.actions().sort.size(), 8u);
+  EXPECT_EQ(controller.actions().sort[1]->text(), "Version");
+  controller.actions().sort[1]->trigger();
   EXPECT_THAT(shown("version"), ElementsAre("1", "2"));
-  controller.sortActions()[1]->trigger();
+  controller.actions().sort[1]->trigger();
   EXPECT_THAT(shown("version"), ElementsAre("2", "1"));
 }
 
