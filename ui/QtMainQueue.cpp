@@ -3,7 +3,6 @@
 
 #include <QElapsedTimer>
 #include <QMetaObject>
-#include <QTimer>
 #include <utility>
 
 namespace tolvane {
@@ -16,6 +15,12 @@ constexpr int kSlice = 8;
 constexpr int kPause = 2;
 
 }  // namespace
+
+QtMainQueue::QtMainQueue() {
+  timer_.setSingleShot(true);
+  timer_.setTimerType(Qt::PreciseTimer);
+  connect(&timer_, &QTimer::timeout, this, &QtMainQueue::runForAWhile);
+}
 
 void QtMainQueue::post(Task task) {
   {
@@ -48,13 +53,9 @@ void QtMainQueue::runForAWhile() {
     task();
     isIdle = false;
     // A timer of no time comes after the events that wait; a posted event would come before.
-    if (timer.elapsed() >= kSlice) return runAgainAfter(0);
+    if (timer.elapsed() >= kSlice) return timer_.start(0);
   }
-  if (!isIdle || !fallAsleep()) runAgainAfter(kPause);
-}
-
-void QtMainQueue::runAgainAfter(int milliseconds) {
-  QTimer::singleShot(milliseconds, Qt::PreciseTimer, this, &QtMainQueue::runForAWhile);
+  if (!isIdle || !fallAsleep()) timer_.start(kPause);
 }
 
 }  // namespace tolvane

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QObject>
+#include <QTimer>
 #include <deque>
 #include <mutex>
 
@@ -19,6 +20,8 @@ class QtMainQueue : public QObject, public MainQueue {
   Q_OBJECT
 
  public:
+  QtMainQueue();
+
   void post(Task task) override;
 
  private:
@@ -27,8 +30,8 @@ class QtMainQueue : public QObject, public MainQueue {
   // Whether nothing was left, so that the next post has to wake the queue.
   bool fallAsleep();
   void runForAWhile();
-  void runAgainAfter(int milliseconds);
 
+  QTimer timer_;
   std::mutex mutex_;
   std::deque<Task> tasks_;
   bool isAwake_ = false;  // somebody will look at the tasks

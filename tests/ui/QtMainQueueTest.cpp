@@ -87,6 +87,18 @@ TEST(QtMainQueue, LetsTheWindowBreatheWhileTasksKeepComing) {
   EXPECT_GE(beats, 10);
 }
 
+TEST(QtMainQueue, WakesAgainHoweverLongNothingCame) {
+  QtMainQueue queue;
+  for (int pause = 0; pause < 200; ++pause) {
+    bool ran = false;
+    std::thread([&] { queue.post([&] { ran = true; }); }).join();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return ran; }, 1000)) << "after a pause of " << pause;
+    QElapsedTimer timer;
+    timer.start();
+    while (timer.nsecsElapsed() < pause * 25'000) QCoreApplication::processEvents();
+  }
+}
+
 TEST(QtMainQueue, IsNotWokenForEachOfTheTasksThatComeOneByOne) {
   constexpr int kTasks = 400;
   QtMainQueue queue;
