@@ -4,8 +4,6 @@
 #include <QCloseEvent>
 #include <QHeaderView>
 #include <QSettings>
-#include <QTimer>
-#include <algorithm>
 
 #include "ui/Strings.h"
 
@@ -14,7 +12,7 @@ namespace tolvane {
 namespace {
 
 constexpr QSize kFirstSize(1180, 760);
-// Milliseconds from one picture to the next. A busy run changes the window with each package; in
+// Milliseconds between two pictures. A busy run changes the window with each package; in
 // the time that drawing it takes, several packages are verified.
 constexpr qint64 kPictureInterval = 16;
 constexpr int kNarrowestColumn = 20;
@@ -38,6 +36,10 @@ MainWindow::MainWindow(MainQueue& mainQueue, Sheets& sheets,
   setCentralWidget(controller_);
   resize(kFirstSize);
   restoreSettings();
+  nextPicture_.setSingleShot(true);
+  nextPicture_.setTimerType(Qt::PreciseTimer);
+  connect(&nextPicture_, &QTimer::timeout, this,
+          [this] { QCoreApplication::postEvent(this, new QEvent(QEvent::UpdateRequest)); });
 }
 
 void MainWindow::restoreSettings() {
@@ -61,18 +63,17 @@ void MainWindow::saveSettings() const {
   }
 }
 
+// Whatever wants to be drawn comes this way, repaint() too.
 bool MainWindow::event(QEvent* event) {
   if (event->type() != QEvent::UpdateRequest) return QMainWindow::event(event);
-  if (sincePicture_.isValid() && !sincePicture_.hasExpired(kPictureInterval)) {
-    const auto rest =
-        static_cast<int>(std::max<qint64>(kPictureInterval - sincePicture_.elapsed(), 0));
-    QTimer::singleShot(rest, Qt::PreciseTimer, this, [this] {
-      QCoreApplication::postEvent(this, new QEvent(QEvent::UpdateRequest));
-    });
+  const qint64 rest = sincePicture_.isValid() ? kPictureInterval - sincePicture_.elapsed() : 0;
+  if (rest > 0) {
+    if (!nextPicture_.isActive()) nextPicture_.start(static_cast<int>(rest));
     return true;
   }
+  const bool handled = QMainWindow::event(event);
   sincePicture_.start();
-  return QMainWindow::event(event);
+  return handled;
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {

@@ -3,6 +3,7 @@
 
 #include <QElapsedTimer>
 #include <QMainWindow>
+#include <QTimer>
 
 #include "platform/MainQueue.h"
 #include "platform/URLSession.h"
@@ -32,6 +33,7 @@ class MainWindow : public QMainWindow {
  private:
   ViewController* controller_;
   QElapsedTimer sincePicture_;
+  QTimer nextPicture_;
 };
 
 }  // namespace tolvane
