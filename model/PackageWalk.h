@@ -28,12 +28,16 @@ void forEachPackage(std::span<const PackageEntry> packages, Visit visit) {
   }
 }
 
-// What work(packages) returns of the first half and of the second, done by two threads: reading all
-// of a large repository is waiting for memory most of the time.
+// What work(packages) returns of the first half and of the second. For a large repository two
+// threads do it at the same time, since reading all of one is waiting for memory most of the time.
 template <typename Work>
 auto inHalves(std::span<const PackageEntry> packages, Work work) {
+  constexpr std::size_t kWorthAThread = 1000;
   const std::size_t half = packages.size() / 2;
-  auto second = std::async(work, packages.subspan(half));
+  // Where no thread can be had, asynchronous or deferred means deferred: get() does the work.
+  const auto when =
+      half < kWorthAThread ? std::launch::deferred : std::launch::async | std::launch::deferred;
+  auto second = std::async(when, work, packages.subspan(half));
   auto first = work(packages.first(half));
   return std::array{std::move(first), second.get()};
 }

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <string_view>
 
-#include "ui/PackageWalk.h"
+#include "model/PackageWalk.h"
 
 namespace tolvane {
 

@@ -8,7 +8,7 @@
 #include <string_view>
 
 #include "platform/Text.h"
-#include "ui/PackageWalk.h"
+#include "model/PackageWalk.h"
 
 namespace tolvane {
 

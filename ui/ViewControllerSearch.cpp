@@ -5,7 +5,7 @@
 
 #include "model/PackageSearch.h"
 #include "ui/ByteCount.h"
-#include "ui/PackageWalk.h"
+#include "model/PackageWalk.h"
 #include "ui/Strings.h"
 #include "ui/ViewController.h"
 
