@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <QAction>
 #include <QFrame>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
-#include <vector>
 
 #include "ui/CheckBox.h"
 #include "ui/ConsoleTextView.h"
@@ -53,14 +51,6 @@ struct MainWindowControls {
   PopupButton* consoleFilterPopup = nullptr;
   ConsoleTextView* consoleTextView = nullptr;
   QFrame* consoleScrollView = nullptr;
-};
-
-// What keys and menus offer beside the controls.
-struct MainWindowActions {
-  QAction* focusURL = nullptr;     // Ctrl+L
-  QAction* focusSearch = nullptr;  // Ctrl+F
-  QAction* fetch = nullptr;        // F5
-  std::vector<QAction*> sort;      // one a column that can be sorted by
 };
 
 // Makes them on the window's content, each with its title and in its first state.

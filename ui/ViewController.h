@@ -26,6 +26,7 @@
 #include "ui/DownloadTexts.h"
 #include "ui/Lifetime.h"
 #include "ui/LongText.h"
+#include "ui/MainWindowActions.h"
 #include "ui/MainWindowControls.h"
 #include "ui/PackageKeys.h"
 #include "ui/PackageStatistics.h"
@@ -191,7 +192,6 @@ class ViewController : public QWidget {
                                const std::optional<Error>& error);
   void uploadTokenDidArrive(const std::optional<std::string>& token,
                             const std::optional<Error>& error);
-  void archiveMatchedPackages(PackageList matched);
   void downloadForArchive(const PackageList& packages, const std::string& folder);
   void archiveDownloadsDidFinish(const DownloadCounters& counters, const std::string& folder);
   void sendPackage(const Uploads& uploads);

@@ -88,16 +88,9 @@ std::string ViewController::centralArchiveTemporaryFolder() {
   return folder;
 }
 
-// Matching many entries takes as long as finding many files, so that each has a turn of its own.
 void ViewController::beginArchiveUploadWorkflow() {
   PackageList matched = packagesForMissingArchiveEntries();
   SystemLog::write("[CentralArchive] Matched {} PackageEntry objects for upload", matched.size());
-  mainQueue_.post(lifetime_.guard([this, matched = std::move(matched)]() mutable {
-    archiveMatchedPackages(std::move(matched));
-  }));
-}
-
-void ViewController::archiveMatchedPackages(PackageList matched) {
   const std::string folder = centralArchiveTemporaryFolder();
   const PackageList lacking = DownloadQueueManager::missingPackagesFromPackages(matched, folder);
   const std::size_t cached = matched.size() - lacking.size();
