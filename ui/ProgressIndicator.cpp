@@ -37,7 +37,8 @@ void ProgressIndicator::hideAndReset() {
 void ProgressIndicator::setMode(bool indeterminate, double value) {
   indeterminate_ = indeterminate;
   value_ = value;
-  // The toolkit's bar would paint at once, and all else that has changed with it.
+  // The toolkit's bar would paint at once, and all else that has changed with it. Allowing it again
+  // asks for a later picture.
   setUpdatesEnabled(false);
   setValue(static_cast<int>(std::clamp(value, minValue(), maxValue())));
   setUpdatesEnabled(true);

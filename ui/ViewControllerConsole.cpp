@@ -49,7 +49,7 @@ void ViewController::appendConsoleMessage(std::optional<std::string_view> text,
 void ViewController::refreshConsoleView() {
   const bool errorsOnly = controls_.consoleFilterPopup->currentIndex() == kErrorsOnlyItem;
   // The text is by definition a view over all records that are shown, so it is made anew for each
-  // message.
+  // message. A record never changes: its lines went to both lists, or to one, when it came.
   LongText text = LongText::ofLines(errorsOnly ? consoleErrorLines_ : consoleLines_);
   if (text.isEmpty()) text = LongText::notice(kNoMessages);
   controls_.consoleTextView->setText(std::move(text));

@@ -38,14 +38,13 @@ void waitUntilEnabled(const QPushButton& button) {
 
 double secondsOfConsole(tolvane::QtMainQueue& queue, tolvane::Sheets& sheets,
                         const tolvane::ConsoleMessages& messages) {
-  tolvane::ViewController controller(queue, sheets);
-  controller.resize(1180, 760);
-  controller.show();
+  tolvane::MainWindow window(queue, sheets);
+  window.show();
   QElapsedTimer timer;
   timer.start();
   bool ended = false;
   for (const auto& message : messages) {
-    queue.post([&] { controller.appendConsoleMessage(message.message, message.type); });
+    queue.post([&] { window.controller().appendConsoleMessage(message.message, message.type); });
   }
   queue.post([&] { ended = true; });
   while (!ended) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);

@@ -142,6 +142,19 @@ TEST_F(Console, ErrorsOnlyKeepsRecordsWhoseTypeIsExactlyError) {
   EXPECT_EQ(lines().size(), 8u);
 }
 
+TEST_F(Console, ErrorsAreSelectedAsOneTextWithoutWhatCameBetweenThem) {
+  append("Before");
+  append("One\nof two lines", "error");
+  append("Between", "warning");
+  append("Two", "error");
+  chooseErrorsOnly();
+  c.consoleTextView->selectAll();
+  EXPECT_EQ(toText(c.consoleTextView->selectedText()),
+            record(1).message + "\n" + record(3).message);
+  append("Three", "error");
+  EXPECT_THAT(lines(), ElementsAre("One", "of two lines", "Two", "Three"));
+}
+
 TEST_F(Console, BeforeAnyMessageErrorsOnlySaysSo) {
   chooseErrorsOnly();
   EXPECT_EQ(console(), "No console messages.\n");
