@@ -62,7 +62,8 @@ bool ElidedLabel::event(QEvent* event) {
   event->setAccepted(helps);
   if (helps) {
     // A tool tip takes text with angle brackets for markup, unless it is markup.
-    const QString lines = toolTip().toHtmlEscaped().replace(QLatin1Char('\n'), QLatin1String("<br>"));
+    const QString lines =
+        toolTip().toHtmlEscaped().replace(QLatin1Char('\n'), QLatin1String("<br>"));
     QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(),
                        QStringLiteral("<p>%1</p>").arg(lines), this);
   }

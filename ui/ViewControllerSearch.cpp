@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "model/PackageSearch.h"
-#include "ui/ByteCount.h"
 #include "model/PackageWalk.h"
+#include "ui/ByteCount.h"
 #include "ui/Strings.h"
 #include "ui/ViewController.h"
 
