@@ -2,6 +2,7 @@
 #include "app/MainWindow.h"
 
 #include <QCloseEvent>
+#include <QCoreApplication>
 #include <QHeaderView>
 #include <QSettings>
 

@@ -40,7 +40,7 @@ LongTextView::LongTextView(QWidget* parent) : QAbstractScrollArea(parent) {
 void LongTextView::setText(LongText text) {
   const bool continues = text.continues(text_);
   const std::size_t lengthBefore = text_.length();
-  text_ = std::move(text);
+  text_ = text;
   if (!continues) {
     forgetLayouts();
     top_ = {};

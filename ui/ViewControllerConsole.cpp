@@ -52,7 +52,7 @@ void ViewController::refreshConsoleView() {
   // message. A record never changes: its lines went to both lists, or to one, when it came.
   LongText text = LongText::ofLines(errorsOnly ? consoleErrorLines_ : consoleLines_);
   if (text.isEmpty()) text = LongText::notice(kNoMessages);
-  controls_.consoleTextView->setText(std::move(text));
+  controls_.consoleTextView->setText(text);
   controls_.consoleTextView->scrollToEnd();
 }
 
