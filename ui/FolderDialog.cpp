@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "ui/FolderDialog.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QSettings>
+#include <QStandardPaths>
 #include <fcntl.h>
 #include <unistd.h>
 #include <utility>
@@ -22,7 +24,9 @@ QString lastFolderKey() {
 QString firstFolder(const FolderPanel& panel) {
   if (!panel.folder.empty()) return QFile::decodeName(panel.folder.c_str());
   const QString last = QSettings().value(lastFolderKey()).toString();
-  return QFileInfo(last).isDir() ? last : QString();
+  if (QFileInfo(last).isDir()) return last;
+  const QString downloads = QStandardPaths::writableLocation(QStandardPaths::DownloadLocation);
+  return QFileInfo(downloads).isDir() ? downloads : QDir::homePath();
 }
 
 // An ampersand in a button's title stands for a key, unless there are two.

@@ -90,6 +90,15 @@ TEST_F(FolderDialog, BeginsWhereTheUserWasLast) {
   EXPECT_EQ(toText(open().directory().path()), folder.path());
 }
 
+TEST_F(FolderDialog, BeginsAmongTheUsersDownloadsTheFirstTimeAndAtHomeWithoutAny) {
+  const QByteArray home = qgetenv("HOME");
+  qputenv("HOME", QByteArray::fromStdString(folder.path()));
+  EXPECT_EQ(toText(open().directory().path()), folder.path());
+  std::filesystem::create_directory(folder.path() + "/Downloads");
+  EXPECT_EQ(toText(open().directory().path()), folder.path() + "/Downloads");
+  qputenv("HOME", home);
+}
+
 TEST_F(FolderDialog, BeginsElsewhereWhereThatFolderIsGone) {
   QSettings().setValue("folderPanel/lastFolder", toQString(folder.path("gone")));
   EXPECT_TRUE(open().directory().exists());
