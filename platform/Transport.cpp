@@ -25,7 +25,10 @@ constexpr long kKeptConnections = 128;
 // the completions, so a slow disk or a slow hash never piles up open files.
 constexpr int kMaximumOpenFiles = 256;
 constexpr auto kQuickTransfer = std::chrono::seconds(1);
-constexpr auto kLongestSleep = std::chrono::seconds(60);
+constexpr TransferClock::duration kLongestSleep = std::chrono::seconds(60);
+// libcurl 7.88 reads a whole HTTP/2 connection for one of its transfers and now and then leaves the
+// others asleep with their answers at hand. They see them the next time it is called.
+constexpr TransferClock::duration kLongestMultiplexedSleep = std::chrono::milliseconds(100);
 
 }  // namespace
 
@@ -276,7 +279,9 @@ void Transport::Driver::limitConnections() {
 int Transport::Driver::sleepMilliseconds() const {
   const auto now = TransferClock::now();
   if (nextDeadline_ <= now) return 0;
-  const auto sleep = std::min<TransferClock::duration>(nextDeadline_ - now, kLongestSleep);
+  const bool isMultiplexing = !active_.empty() && !multiplexedServers_.empty();
+  const auto longest = isMultiplexing ? kLongestMultiplexedSleep : kLongestSleep;
+  const auto sleep = std::min(nextDeadline_ - now, longest);
   return static_cast<int>(std::chrono::ceil<std::chrono::milliseconds>(sleep).count());
 }
 
