@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <array>
-#include <functional>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
@@ -11,13 +10,14 @@
 #include "cli/Json.h"
 #include "cli/TerminalText.h"
 #include "model/PackageSearch.h"
+#include "model/PackageWalk.h"
 
 namespace tolvane {
 
 namespace {
 
 using Field = PackageEntry::Field;
-using PackageList = std::vector<PackageEntry>;
+using Packages = std::span<const PackageEntry>;
 
 struct Column {
   std::string_view title;
@@ -54,36 +54,53 @@ Row rowOf(const PackageEntry& package) {
   return row;
 }
 
-void widen(Widths& widths, const Row& row) {
-  for (std::size_t i = 0; i < row.size(); ++i) {
-    widths[i] = std::max(widths[i], std::min(displayWidth(row[i]), kWidestColumn));
-  }
+void widen(Widths& widths, const Widths& other) {
+  for (std::size_t i = 0; i < widths.size(); ++i) widths[i] = std::max(widths[i], other[i]);
 }
 
-void printRow(const Row& row, const Widths& widths, std::string& line, std::ostream& output) {
-  line.clear();
+Widths widthsOf(const Row& row) {
+  Widths widths;
+  std::transform(row.begin(), row.end(), widths.begin(),
+                 [](std::string_view text) { return std::min(displayWidth(text), kWidestColumn); });
+  return widths;
+}
+
+void appendRow(std::string& table, const Row& row, const Widths& widths) {
   for (std::size_t i = 0; i + 1 < row.size(); ++i) {
     const std::size_t width = displayWidth(row[i]);
-    appendPrintable(line, row[i]);
-    line.append(widths[i] > width ? widths[i] - width : 0, ' ');
-    line += "  ";
+    appendPrintable(table, row[i]);
+    table.append(widths[i] > width ? widths[i] - width : 0, ' ');
+    table += "  ";
   }
-  appendPrintable(line, row.back());
-  line += '\n';
-  output.write(line.data(), static_cast<std::streamsize>(line.size()));
+  appendPrintable(table, row.back());
+  table += '\n';
 }
 
-void printTable(const PackageList& packages, std::ostream& output) {
-  Widths widths{};
-  widen(widths, titles());
-  for (const PackageEntry& package : packages) widen(widths, rowOf(package));
+void printTable(Packages packages, std::ostream& output) {
+  Widths widths = widthsOf(titles());
+  for (const Widths& ofHalf : inHalves(packages, [](Packages half) {
+         Widths widest{};
+         forEachPackage(half,
+                        [&](const auto& package) { widen(widest, widthsOf(rowOf(package))); });
+         return widest;
+       })) {
+    widen(widths, ofHalf);
+  }
   std::string line;
-  printRow(titles(), widths, line, output);
-  for (const PackageEntry& package : packages) printRow(rowOf(package), widths, line, output);
+  appendRow(line, titles(), widths);
+  output << line;
+  for (const std::string& ofHalf : inHalves(packages, [&](Packages half) {
+         std::string rows;
+         forEachPackage(half,
+                        [&](const auto& package) { appendRow(rows, rowOf(package), widths); });
+         return rows;
+       })) {
+    output << ofHalf;
+  }
 }
 
 // Object by object: a list of many packages is never one value, or one text, in memory.
-void printJSON(const PackageList& packages, std::ostream& output) {
+void printJSON(Packages packages, std::ostream& output) {
   const char* separator = "[\n";
   for (const PackageEntry& package : packages) {
     output << separator << jsonText(jsonObject(package));
@@ -94,15 +111,18 @@ void printJSON(const PackageList& packages, std::ostream& output) {
 
 }  // namespace
 
-void printPackages(const PackageList& packages, const Options& options, std::ostream& output) {
-  const PackageSearch search(options.search);
-  PackageList found;
-  std::copy_if(packages.begin(), packages.end(), std::back_inserter(found),
-               [&](const PackageEntry& package) { return search.matches(package); });
+void printPackages(Packages packages, const Options& options, std::ostream& output) {
+  std::vector<PackageEntry> found;
+  if (!options.search.empty()) {
+    const PackageSearch search(options.search);
+    std::copy_if(packages.begin(), packages.end(), std::back_inserter(found),
+                 [&](const PackageEntry& package) { return search.matches(package); });
+    packages = found;
+  }
   if (options.json) {
-    printJSON(found, output);
+    printJSON(packages, output);
   } else {
-    printTable(found, output);
+    printTable(packages, output);
   }
 }
 

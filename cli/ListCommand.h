@@ -2,6 +2,7 @@
 #pragma once
 
 #include <ostream>
+#include <span>
 
 #include "cli/Options.h"
 #include "model/PackageEntry.h"
@@ -10,7 +11,7 @@ namespace tolvane {
 
 // Prints the packages that options.search finds, in their order: as a table, or with options.json
 // as one array of objects.
-void printPackages(const std::vector<PackageEntry>& packages, const Options& options,
+void printPackages(std::span<const PackageEntry> packages, const Options& options,
                    std::ostream& output);
 
 }  // namespace tolvane

@@ -52,6 +52,21 @@ TEST(ListCommand, AlignsWideCharacters) {
             "abcdefghijkl  1.0      iphoneos-arm  1234  Tweaks   y\n");
 }
 
+TEST(ListCommand, ALongTableIsInOrderAndAlignedFromEndToEnd) {
+  constexpr int kPackages = 5001;
+  std::vector<PackageEntry> packages;
+  for (int i = 0; i < kPackages; ++i) packages.push_back(package("p" + std::to_string(i), "x"));
+  packages.back() = package("the.longest.identifier", "y");
+  std::istringstream table(printed(packages));
+  std::string line;
+  std::getline(table, line);
+  for (int i = 0; std::getline(table, line); ++i) {
+    const std::string name = i < kPackages - 1 ? "p" + std::to_string(i) : "the.longest.identifier";
+    ASSERT_EQ(line, name + std::string(24 - name.size(), ' ') +
+                        "1.0      iphoneos-arm  1234  Tweaks   " + (i < kPackages - 1 ? "x" : "y"));
+  }
+}
+
 TEST(ListCommand, ALongTextRunsOverItsColumn) {
   const std::string longName(60, 'n');
   const std::string table = printed({package(longName, "x"), package("b", "y")});
