@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "model/PackageEntry.h"
 
+#include "platform/LargePages.h"
 #include "platform/Text.h"
 
 namespace tolvane {
@@ -133,7 +134,7 @@ struct PackageEntry::Builder::Index {
 
 PackageEntry::Builder::Builder(std::string indexText) : index_(std::make_shared<Index>()) {
   index_->text = std::move(indexText);
-  index_->records.reserve(index_->text.size() / kGuessedBytesPerRecord);
+  reserveLarge(index_->records, index_->text.size() / kGuessedBytesPerRecord);
 }
 
 PackageEntry::Builder::~Builder() = default;

@@ -2,33 +2,19 @@
 #include "platform/File.h"
 
 #include <cerrno>
-#include <cstdint>
 #include <exception>
 #include <filesystem>
 #include <memory>
-#include <sys/mman.h>
 #include <sys/stat.h>
 
 #include "platform/FileDescriptor.h"
+#include "platform/LargePages.h"
 
 namespace tolvane {
 
 namespace {
 
 constexpr std::size_t kReadPart = std::size_t{256} << 10;
-
-// Memory that is about to be filled comes a small page at a time, which takes longer than filling
-// it.
-void useLargePages(const std::string& buffer) {
-#ifdef MADV_HUGEPAGE
-  constexpr std::uintptr_t kLargePage = std::uintptr_t{2} << 20;
-  const auto from = reinterpret_cast<std::uintptr_t>(buffer.data() + buffer.size());
-  const auto to = reinterpret_cast<std::uintptr_t>(buffer.data() + buffer.capacity());
-  const std::uintptr_t begin = (from + kLargePage - 1) & ~(kLargePage - 1);
-  const std::uintptr_t end = to & ~(kLargePage - 1);
-  if (end > begin) ::madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
-#endif
-}
 
 bool isUsablePath(const std::string& path) {
   return !path.empty() && path.find('\0') == std::string::npos;
@@ -75,8 +61,7 @@ std::optional<Error> appendFile(const std::string& path, std::string& bytes) {
   if (!S_ISREG(status.st_mode)) return posixError(S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
   const std::size_t before = bytes.size();
   try {
-    bytes.reserve(before + static_cast<std::size_t>(status.st_size));
-    useLargePages(bytes);
+    reserveLarge(bytes, before + static_cast<std::size_t>(status.st_size));
     // In parts, so that the large memory is written to once.
     const auto part = std::make_unique_for_overwrite<char[]>(kReadPart);
     ssize_t count = 0;

@@ -11,6 +11,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include "platform/LargePages.h"
 #include "platform/Text.h"
 #include "platform/TransferErrors.h"
 
@@ -258,7 +259,7 @@ std::optional<Error> Transfer::receiveInMemory(std::string_view bytes) {
       curl_off_t length = -1;
       curl_easy_getinfo(easy_, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
       if (length > 0)
-        body_.reserve(std::min(static_cast<std::size_t>(length), kLargestReservation));
+        reserveLarge(body_, std::min(static_cast<std::size_t>(length), kLargestReservation));
     }
     body_.append(bytes);
   } catch (const std::bad_alloc&) {

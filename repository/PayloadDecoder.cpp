@@ -4,11 +4,13 @@
 #include <algorithm>
 #include <bzlib.h>
 #include <cstdint>
-#include <cstdlib>
 #include <limits>
 #include <lzma.h>
+#include <memory>
 #include <new>
 #include <zlib.h>
+
+#include "platform/LargePages.h"
 
 namespace tolvane {
 
@@ -17,8 +19,10 @@ namespace {
 // zlib and libbz2 count in 32 bits, so long input and output goes to them piece by piece.
 constexpr std::size_t kPiece = std::size_t{1} << 20;
 
+constexpr std::size_t kOutputPiece = std::size_t{256} << 10;
+
 // The first room, in sizes of the input; an index takes some five.
-constexpr std::size_t kInitialFactor = 4;
+constexpr std::size_t kInitialFactor = 8;
 
 // What differs between the libraries. Their streams have the same members by the same names.
 
@@ -101,52 +105,29 @@ class Decoder {
   bool isOpen_;
 };
 
-// Room to unpack into. What is not written costs no memory, and growing it copies nothing where the
-// system can move pages, so it may be far too large: neither is true of a string.
-class Room {
- public:
-  explicit Room(std::size_t size) { grow(size); }
-  ~Room() { std::free(bytes_); }
-
-  Room(const Room&) = delete;
-  Room& operator=(const Room&) = delete;
-
-  void grow(std::size_t size) {
-    void* const grown = std::realloc(bytes_, size);
-    if (grown == nullptr) throw std::bad_alloc();
-    bytes_ = static_cast<char*>(grown);
-    size_ = size;
-  }
-
-  char* data() const { return bytes_; }
-  std::size_t size() const { return size_; }
-
- private:
-  char* bytes_ = nullptr;
-  std::size_t size_ = 0;
-};
-
 template <typename Library>
 std::optional<std::string> unpackInMemory(std::string_view bytes, std::size_t maximumSize) {
   if (bytes.empty()) return std::nullopt;
   Decoder<Library> decoder;
   if (!decoder.isOpen()) return std::nullopt;
-  const std::size_t largestRoom = maximumSize + 1;  // a full one shows that there is too much
-  Room room(std::min(bytes.size() * kInitialFactor, largestRoom));
+  // In pieces that stay in the processor's cache, so that the large memory is written to once.
+  const auto piece = std::make_unique_for_overwrite<char[]>(kOutputPiece);
+  std::string text;
+  reserveLarge(text, std::min(bytes.size() * kInitialFactor, maximumSize));
   std::string_view input = bytes;
-  std::size_t produced = 0;
   while (true) {
-    if (produced == room.size()) room.grow(std::min(2 * produced, largestRoom));
-    const Step step = decoder.step(input, room.data() + produced, room.size() - produced);
+    const Step step = decoder.step(input, piece.get(), kOutputPiece);
     input.remove_prefix(step.consumed);
-    produced += step.produced;
-    if (produced > maximumSize) return std::nullopt;
-    if (step.result == Library::kEnd) break;
+    if (step.produced > maximumSize - text.size()) return std::nullopt;
+    if (step.produced > text.capacity() - text.size()) {
+      reserveLarge(text, std::min(2 * text.capacity(), maximumSize));
+    }
+    text.append(piece.get(), step.produced);
+    if (step.result == Library::kEnd) return text;
     // libbz2 goes on answering OK at the end of a cut input.
     const bool stuck = step.consumed == 0 && step.produced == 0;
     if (step.result != Library::kOK || stuck) return std::nullopt;
   }
-  return std::string(room.data(), produced);  // a copy, once, of exactly that size
 }
 
 template <typename Library>
