@@ -3,11 +3,11 @@
 
 #include <array>
 #include <cstddef>
-#include <future>
 #include <span>
 #include <utility>
 
 #include "model/PackageEntry.h"
+#include "platform/SideBySide.h"
 
 namespace tolvane {
 
@@ -34,10 +34,7 @@ template <typename Work>
 auto inHalves(std::span<const PackageEntry> packages, Work work) {
   constexpr std::size_t kWorthAThread = 1000;
   const std::size_t half = packages.size() / 2;
-  // Where no thread can be had, asynchronous or deferred means deferred: get() does the work.
-  const auto when =
-      half < kWorthAThread ? std::launch::deferred : std::launch::async | std::launch::deferred;
-  auto second = std::async(when, work, packages.subspan(half));
+  auto second = startBeside(half >= kWorthAThread, [=] { return work(packages.subspan(half)); });
   auto first = work(packages.first(half));
   return std::array{std::move(first), second.get()};
 }

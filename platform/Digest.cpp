@@ -2,12 +2,12 @@
 #include "platform/Digest.h"
 
 #include <cerrno>
-#include <future>
 #include <memory>
 #include <openssl/evp.h>
 #include <string_view>
 
 #include "platform/FileDescriptor.h"
+#include "platform/SideBySide.h"
 
 namespace tolvane {
 
@@ -73,12 +73,8 @@ std::optional<FileDigests> digestsOfFile(const std::string& path, DigestSelectio
     const auto updateSHA256 = [&] {
       if (sha256) sha256->update(bytes, count);
     };
-    // Of a large file the two are taken side by side, a thread a chunk. Where no thread can be had,
-    // asynchronous or deferred means deferred: wait() does the work.
-    const bool isWorthAThread = md5 && sha256 && count == kChunkSize;
-    const auto other = std::async(
-        isWorthAThread ? std::launch::async | std::launch::deferred : std::launch::deferred,
-        updateSHA256);
+    // Of a large file the two are taken side by side, a thread a chunk.
+    const auto other = startBeside(md5 && sha256 && count == kChunkSize, updateSHA256);
     if (md5) md5->update(bytes, count);
     other.wait();
   });

@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <future>
+#include <utility>
+
+namespace tolvane {
+
+// Does the work on a thread of its own while the caller goes on, where that pays. Otherwise, and
+// where no thread can be had, the future does it when it is asked.
+template <typename Work>
+auto startBeside(bool pays, Work work) {
+  const auto when = pays ? std::launch::async | std::launch::deferred : std::launch::deferred;
+  return std::async(when, std::move(work));
+}
+
+}  // namespace tolvane
