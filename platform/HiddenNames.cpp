@@ -74,6 +74,10 @@ std::string reserve(const std::string& folder) {
 
 }  // namespace
 
+bool HiddenNames::isOne(const std::string& path) {
+  return isHiddenName(std::filesystem::path(path).filename().native());
+}
+
 int HiddenNames::create(const std::string& folder, std::string& path) {
   for (;;) {
     const std::string candidate = reserve(folder);

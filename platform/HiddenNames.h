@@ -12,6 +12,9 @@ namespace tolvane {
 // The paths that this process has made are on record until they are removed or released.
 class HiddenNames {
  public:
+  // Whether the path ends in a name that could be one of them.
+  static bool isOne(const std::string& path);
+
   // Makes an empty file of a new hidden name in the folder. A negative descriptor, and errno, where
   // that fails.
   static int create(const std::string& folder, std::string& path);

@@ -91,7 +91,9 @@ std::optional<Error> TemporaryFile::flush() {
 }
 
 std::optional<Error> TemporaryFile::moveTo(const std::string& path) {
-  if (path.empty() || path.find('\0') != std::string::npos) return posixError(EINVAL);
+  if (path.empty() || path.find('\0') != std::string::npos || HiddenNames::isOne(path)) {
+    return posixError(EINVAL);
+  }
   if (hiddenPath_.empty()) {
     if (linkDescriptor(descriptor_, path)) {
       close();

@@ -35,7 +35,8 @@ class TemporaryFile {
 
   // Gives the file its name, in place of a file or link of that name, and closes it. A folder of
   // that name stays and makes the move fail. On failure the temporary file stays as it was, and
-  // so does what stood at `path`.
+  // so does what stood at `path`. A hidden name is no name for a file that is to stay, and is
+  // refused with EINVAL: open() of a later process would remove it.
   std::optional<Error> moveTo(const std::string& path);
 
   // Removes the hidden names that this process has made and not yet moved or removed. For a

@@ -185,6 +185,13 @@ TEST_P(TemporaryFileTest, AnEmptyPathAndOneWithNulAreRefused) {
   EXPECT_FALSE(std::filesystem::exists(folder_.path("name")));
 }
 
+TEST_P(TemporaryFileTest, ANameThatALaterProcessWouldRemoveIsRefused) {
+  TemporaryFile file = openedFile(folder_.path(), "text");
+  EXPECT_EQ(file.moveTo(folder_.path(kStaleName)), posixError(EINVAL));
+  EXPECT_TRUE(file.isOpen());
+  EXPECT_EQ(file.moveTo(folder_.path(std::string(kStaleName) + ".deb")), std::nullopt);
+}
+
 TEST_P(TemporaryFileTest, AFolderThatCannotBeWrittenIsAnError) {
   TemporaryFile file;
   EXPECT_TRUE(file.open("/proc/self"));
