@@ -5,7 +5,8 @@ namespace tolvane {
 
 namespace {
 
-constexpr std::size_t kBackgroundThreads = 4;
+// Five package steps may stand still at once on a disk that has gone; the rest goes on beside them.
+constexpr std::size_t kBackgroundThreads = 8;
 constexpr std::size_t kFlushThreads = 6;
 
 class WindUpAtExit {

@@ -9,6 +9,7 @@
 #include <thread>
 #include <vector>
 
+#include "platform/Dispatch.h"
 #include "platform/OperationQueue.h"
 #include "tests/platform/DispatchHelpers.h"
 
@@ -47,16 +48,16 @@ TEST(OperationQueue, NoMoreThanItsWidthRunAtOnce) {
   }
 }
 
-TEST(OperationQueue, AsManyAsItsWidthRunAtOnce) {
-  OperationQueue queue(3);
-  std::latch together(3);
-  std::latch done(3);
-  for (int i = 0; i < 3; ++i) {
-    queue.addOperation([&] {
-      together.arrive_and_wait();
-      done.count_down();
-    });
-  }
+TEST(OperationQueue, FiveRunAtOnceAndLeaveRoomForOtherWork) {
+  OperationQueue queue(5);
+  std::latch together(6);
+  std::latch done(6);
+  const auto work = [&] {
+    together.arrive_and_wait();
+    done.count_down();
+  };
+  for (int i = 0; i < 5; ++i) queue.addOperation(work);
+  dispatchAsync(work);
   done.wait();
 }
 
