@@ -307,6 +307,14 @@ TEST_F(DownloadManagerTest, ATimeoutIsRetriedOnceAfterTwoSecondsAndASecondOneFai
   EXPECT_THAT(reports, Contains("error: Download failed: The request timed out."));
 }
 
+TEST_F(DownloadManagerTest, EachTimeoutTakesOneOfTheRetriesLeft) {
+  session_.answer(kURL, failingAnswer(-1001, "The request timed out."));
+  PendingOutcome outcome;
+  manager_.downloadPackage(package(), URL::parse(kURL), path_, 2, outcome.completion());
+  expectFailure(outcome.wait(), {"NSURLErrorDomain", -1001, "The request timed out."});
+  EXPECT_THAT(session_.requests(), SizeIs(3));
+}
+
 TEST_F(DownloadManagerTest, ADownloadOutlivesItsManager) {
   session_.answer(kURL, {200, "hello", {}});
   session_.hold();

@@ -144,6 +144,14 @@ TEST_F(DownloadQueueCancellationTest, IsForgottenByTheNextRun) {
   EXPECT_THAT(run.summary(), Optional(Summary{3, 0, 0, 3, 0}));
 }
 
+TEST_F(DownloadQueueCancellationTest, IsForgottenByAnEmptyRunToo) {
+  DownloadQueueManager queue(loop_, session_.factory());
+  queue.cancelAllDownloads();
+  const QueueRun run;
+  start(queue, 0, run);
+  EXPECT_FALSE(queue.cancelled());
+}
+
 TEST_F(DownloadQueueCancellationTest, AQueueThatGoesDiscardsWhatWaits) {
   const auto manager = std::make_shared<BlockingDownloadManager>();
   const QueueRun run;
@@ -168,6 +176,28 @@ TEST_F(DownloadQueueCancellationTest, AFinishedRunLetsGoOfItsCallbacks) {
 }
 
 // A main queue that runs its tasks at once would hang on a lock that is held while it is posted to.
+TEST_F(DownloadQueueCancellationTest, OutcomesAreLoggedOneAtATime) {
+  std::atomic<int> logging = 0;
+  std::atomic<bool> together = false;
+  const auto token = NotificationCenter::defaultCenter().addObserver(
+      CrawlerLoggerDidLogMessageNotification, [&](const UserInfo& userInfo) {
+        if (!userInfo.at("message").starts_with("Downloaded and verified")) return;
+        if (++logging > 1) together = true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        --logging;
+      });
+  DownloadQueueManager queue(
+      loop_, std::make_shared<ScriptedDownloadManager>(
+                 [](const PackageEntry&, const DownloadManager::Completion& completion) {
+                   completion(true, "x.deb", std::nullopt);
+                 }));
+  const QueueRun run;
+  start(queue, 10, run);
+  run.runToEnd(loop_);
+  EXPECT_EQ(run.summary(), (Summary{10, 0, 0, 10, 0}));
+  EXPECT_FALSE(together);
+}
+
 TEST_F(DownloadQueueCancellationTest, NoLockIsHeldWhileCallbacksArePosted) {
   ImmediateQueue immediate;
   DownloadQueueManager queue(

@@ -376,6 +376,9 @@ TEST_F(DownloadQueueManagerTest, KnowsWhetherTheRunHasInstaller4Packages) {
   EXPECT_TRUE(queue_.hasInstaller4Packages());
   runToEnd(queue_, {package("foo")});
   EXPECT_FALSE(queue_.hasInstaller4Packages());
+  runToEnd(queue_, {package("foo", {{"Installer4Package", "1"}})});
+  runToEnd(queue_, {});
+  EXPECT_FALSE(queue_.hasInstaller4Packages());
 }
 
 }  // namespace

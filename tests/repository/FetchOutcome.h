@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <gtest/gtest.h>
 #include <optional>
 #include <string>
 #include <thread>
@@ -10,6 +11,7 @@
 #include "model/PackageEntry.h"
 #include "platform/Error.h"
 #include "tests/support/CompletionProbe.h"
+#include "tests/support/LogRecorder.h"
 #include "tests/support/ScriptedURLSession.h"
 
 namespace tolvane {
@@ -21,15 +23,32 @@ struct FetchOutcome {
   std::thread::id thread;
 };
 
-// Hands start() a completion and waits until that has been called, once and never again.
+// Hands start() a completion and waits until that has been called, once and never again. Other
+// fetches may go on at the same time.
 template <typename Start>
-FetchOutcome outcomeOf(Start start) {
+FetchOutcome outcomeAmongOthers(Start start) {
   const CompletionProbe<FetchOutcome> probe;
   start(probe.completion(
       [](std::optional<std::vector<PackageEntry>> packages, std::optional<Error> error) {
         return FetchOutcome{std::move(packages), std::move(error), std::this_thread::get_id()};
       }));
   return probe.wait();
+}
+
+// The same where no other fetch goes on: all that this one reports, it has reported when it calls
+// its completion.
+template <typename Start>
+FetchOutcome outcomeOf(Start start) {
+  const LogRecorder log;
+  std::vector<std::string> reportsAtCompletion;
+  FetchOutcome outcome = outcomeAmongOthers([&](auto completion) {
+    start([&, completion](auto packages, auto error) {
+      reportsAtCompletion = log.reports();
+      completion(std::move(packages), std::move(error));
+    });
+  });
+  EXPECT_EQ(log.reports(), reportsAtCompletion);
+  return outcome;
 }
 
 // What two fetches of one fetcher came to that were in flight at once: from http://one.example and
@@ -39,8 +58,8 @@ std::pair<FetchOutcome, FetchOutcome> outcomesOfTwo(ScriptedURLSession& session)
   const Fetcher fetcher(session.factory());
   session.hold();
   FetchOutcome two;
-  FetchOutcome one = outcomeOf([&](auto completionOfOne) {
-    two = outcomeOf([&](auto completionOfTwo) {
+  FetchOutcome one = outcomeAmongOthers([&](auto completionOfOne) {
+    two = outcomeAmongOthers([&](auto completionOfTwo) {
       fetcher.fetchPackagesFromRepositoryURL(URL::parse("http://one.example"), completionOfOne);
       fetcher.fetchPackagesFromRepositoryURL(URL::parse("http://two.example"), completionOfTwo);
       ASSERT_TRUE(session.waitForRequests(2));

@@ -340,6 +340,13 @@ TEST(Installer3RepositoryFetcherOnLoopback, AConnectionDroppedTwiceIsTriedAgainA
                                                             Lt(std::chrono::seconds(3))))));
 }
 
+TEST_F(Installer3RepositoryFetcherTest, TwoFetchesOfOneFetcherMayRunAtOnce) {
+  session_.answer("http://one.example", {.body = packagesList("{ name = A; }")});
+  const auto [one, two] = outcomesOfTwo<Installer3RepositoryFetcher>(session_);
+  EXPECT_THAT(one.packages, Optional(SizeIs(1)));
+  EXPECT_EQ(two.error, (Error{"Installer3", 404, kNotLoaded}));
+}
+
 TEST(Installer3RepositoryFetcherOnLoopback, ARefusedConnectionIsNotTriedAgain) {
   LoopbackServer server;
   const std::string url = server.url("/list");

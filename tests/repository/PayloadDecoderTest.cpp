@@ -86,6 +86,13 @@ TEST_P(EachFormat, ATextThatPacksToVeryLittleIsWhole) {
   EXPECT_TRUE(GetParam().unpacked(GetParam().pack(text)) == text);
 }
 
+TEST_P(EachFormat, ATextThatRepeatsWhatStandsFarBehindIsWhole) {
+  const std::string block = randomBytes(30'000);
+  std::string text;
+  while (text.size() < 1'000'000) text += block;
+  EXPECT_TRUE(GetParam().unpacked(GetParam().pack(text)) == text);
+}
+
 TEST_P(EachFormat, BytesThatDoNotPackAtAllAreWhole) {
   const std::string bytes = randomBytes(2'500'000);
   EXPECT_TRUE(GetParam().unpacked(GetParam().pack(bytes)) == bytes);
