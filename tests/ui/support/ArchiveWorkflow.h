@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QDir>
+#include <algorithm>
 #include <nlohmann/json.hpp>
 
 #include "archive_client/CentralArchiveClient.h"
@@ -13,6 +14,8 @@ namespace tolvane {
 inline constexpr const char* kCheck = "check_repo.php";
 inline constexpr const char* kToken = "request_upload_token.php";
 inline constexpr const char* kUpload = "upload_package.php";
+
+inline constexpr const char* kUploaded = R"({"ok":true})";
 
 inline std::string entry(const std::string& identifier, const std::string& version = "1") {
   return R"({"identifier":")" + identifier + R"(","version":")" + version + R"("})";
@@ -44,6 +47,42 @@ class ArchiveWorkflow : public Workflow {
     check();
     answer(0);
     runUntil([&] { return status().starts_with("Archive complete."); });
+  }
+
+  // From the click to this status, past the sheet.
+  void archiveUntilStatus(const std::string& text) {
+    check();
+    answer(0);
+    runUntilStatus(text);
+  }
+
+  // The main thread stands still until this is logged, and for a while in which whatever must not
+  // follow it has time to come.
+  void standStillUntil(const std::string& report) const {
+    const auto end = std::chrono::steady_clock::now() + kPatience;
+    const auto isLogged = [&] {
+      const auto reports = log.reports();
+      return std::find(reports.begin(), reports.end(), report) != reports.end();
+    };
+    while (!isLogged() && std::chrono::steady_clock::now() < end) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    ASSERT_TRUE(isLogged()) << report;
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  }
+
+  std::vector<std::string> consoleLinesAfter(const std::string& line) const {
+    auto lines = newConsoleLines();
+    const auto found = std::find(lines.begin(), lines.end(), line);
+    EXPECT_NE(found, lines.end()) << line;
+    if (found != lines.end()) lines.erase(lines.begin(), found + 1);
+    return lines;
+  }
+
+  std::vector<ArchiveRequest> uploads() const {
+    auto requests = archive.requests();
+    std::erase_if(requests, [](const ArchiveRequest& request) { return request.fields.empty(); });
+    return requests;
   }
 
   std::vector<std::string> pages() const {
