@@ -125,6 +125,26 @@ TEST_F(Console, AMessageIsDrawnInItsColour) {
   }
 }
 
+TEST_F(Console, WithoutAnyMessageItsTextIsDrawnAsInformationIs) {
+  show();
+  const auto picture = [this] { return c.consoleTextView->viewport()->grab().toImage(); };
+  const auto pictureOf = [&](const TextLine& line) {
+    c.consoleTextView->setText(LongText::notice(line));
+    return picture();
+  };
+  const QImage before = picture();
+  controller.refreshConsoleView();
+  const QImage after = picture();
+  static constexpr TextLine kTexts[][2] = {
+      {{"Console messages will appear here.", "info"},
+       {"Console messages will appear here.", "error"}},
+      {{"No console messages.", "info"}, {"No console messages.", "error"}}};
+  EXPECT_EQ(before, pictureOf(kTexts[0][0]));
+  EXPECT_NE(before, pictureOf(kTexts[0][1]));
+  EXPECT_EQ(after, pictureOf(kTexts[1][0]));
+  EXPECT_NE(after, pictureOf(kTexts[1][1]));
+}
+
 TEST_F(Console, ErrorsOnlyKeepsRecordsWhoseTypeIsExactlyError) {
   append("one", "info");
   append("two", "error");
