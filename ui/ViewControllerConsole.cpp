@@ -78,7 +78,8 @@ void ViewController::hideProgressIndicator() {
 void ViewController::hideProgressIndicatorAfterDelay(double seconds) {
   const auto delay =
       std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::duration<double>(seconds));
-  QTimer::singleShot(delay, this, &ViewController::hideProgressIndicator);
+  // By default a timer of two seconds or more may fire a twentieth too early.
+  QTimer::singleShot(delay, Qt::PreciseTimer, this, &ViewController::hideProgressIndicator);
 }
 
 }  // namespace tolvane

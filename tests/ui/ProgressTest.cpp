@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include <QElapsedTimer>
+#include <algorithm>
+#include <array>
+#include <chrono>
 
+#include "tests/ui/support/EventTime.h"
 #include "tests/ui/support/PaintCounter.h"
 #include "tests/ui/support/Window.h"
 
@@ -94,7 +98,35 @@ TEST_F(Progress, ADelayedHideComesAfterItsDelayOnTheMainThread) {
   controller.hideProgressIndicatorAfterDelay(0.3);
   EXPECT_FALSE(hidden());
   EXPECT_TRUE(QTest::qWaitFor([this] { return hidden(); }));
-  EXPECT_GE(timer.elapsed(), 270);
+  EXPECT_GE(timer.elapsed(), 300);
+}
+
+// A window whose bar is to be hidden in two seconds.
+struct DelayedHide {
+  DelayedHide(MainQueue& queue, Sheets& sheets) : controller(queue, sheets) {
+    controller.showCompletedProgressSuccess(true);
+    start = std::chrono::steady_clock::now();
+    controller.hideProgressIndicatorAfterDelay(2);
+  }
+
+  ViewController controller;
+  EventTime hidden{*controller.controls().progressIndicator, QEvent::HideToParent};
+  std::chrono::steady_clock::time_point start;
+};
+
+// Where a timer may round, whether it rounds down depends on the moment of its start, so there are
+// four of them within a quarter of a second.
+TEST_F(Progress, ADelayedHideOfSecondsIsNotAMomentEarly) {
+  std::array<std::unique_ptr<DelayedHide>, 4> hides;
+  for (auto& hide : hides) {
+    hide = std::make_unique<DelayedHide>(queue, sheets);
+    QTest::qWait(60);
+  }
+  const auto isOver = [](const auto& hide) { return hide->hidden.at.has_value(); };
+  ASSERT_TRUE(QTest::qWaitFor([&] { return std::all_of(hides.begin(), hides.end(), isOver); }));
+  for (const auto& hide : hides) {
+    EXPECT_GE(*hide->hidden.at - hide->start, std::chrono::seconds(2));
+  }
 }
 
 TEST_F(Progress, ADelayedHideHidesWhatHasBegunSince) {
