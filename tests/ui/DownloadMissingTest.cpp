@@ -101,6 +101,17 @@ TEST_F(DownloadMissing, IntoACompleteFolderSendsNothingAndSavesNoMetadata) {
   EXPECT_THAT(folder.names(), ElementsAre("a_1.deb", "b_1.deb"));
 }
 
+TEST_F(DownloadMissing, IntoTheFolderThatItHasJustCompletedHidesTheBarOfTheRunBefore) {
+  loadRepository({kA});
+  runInto(folder.path());
+  ASSERT_FALSE(c.progressIndicator->isHidden());
+  press(c.downloadMissingButton);
+  chooseFolder(folder.path());
+  EXPECT_TRUE(c.progressIndicator->isHidden());
+  EXPECT_EQ(c.progressIndicator->doubleValue(), 0);
+  EXPECT_EQ(status(), "Missing: 0   Already present: 1");
+}
+
 TEST_F(DownloadMissing, ScansTheWholeRepositoryWhateverIsTickedOrShown) {
   loadRepository({kA, kB, kC});
   search("a");

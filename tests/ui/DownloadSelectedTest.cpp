@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <QDir>
 
+#include "download/DownloadCounters.h"
+#include "tests/ui/support/EventTime.h"
 #include "tests/ui/support/Workflow.h"
 
 namespace tolvane {
@@ -93,6 +95,43 @@ TEST_F(DownloadSelected, ThatFailsIsToldFromTheFirstLineToTheLast) {
   EXPECT_TRUE(newConsoleLines().empty());
 }
 
+TEST_F(DownloadSelected, CountsAFileOfTheWrongSizeAsFailedTwiceAndALostOneOnce) {
+  loadRepository({kA, kBad, kC});
+  server.on("/repo/debs/c_1.deb", hangUp());
+  tick({0, 1, 2});
+  runInto(folder.path());
+  EXPECT_EQ(status(),
+            "Finished. Downloaded: 1  Verified: 1  Failed: 2  Validation failed: 1  Skipped: 0");
+  expectNotice("Download completed with errors",
+               "Downloaded: 1\nVerified: 1\nFailed: 2\nValidation failed: 1\nSkipped: 0");
+}
+
+TEST_F(DownloadSelected, CountsAnErrorsPageInPlaceOfAPackageAsOneOfTheWrongSize) {
+  loadRepository({kA, kB});
+  server.on("/repo/debs/b_1.deb", respond(404, "not here"));
+  tick({0, 1});
+  runInto(folder.path());
+  EXPECT_EQ(status(),
+            "Finished. Downloaded: 1  Verified: 1  Failed: 1  Validation failed: 1  Skipped: 0");
+}
+
+// What is downloaded is verified too, so that these two are always the same.
+TEST_F(DownloadSelected, TellsEachOfItsCountersFromTheOthers) {
+  std::vector<ServedPackage> packages = {kBad};
+  for (int i = 1; i <= 8; ++i) packages.push_back({"p" + std::to_string(i), "bytes"});
+  loadRepository(packages);
+  server.on("/repo/debs/p1_1.deb", hangUp());
+  for (const char* name : {"p2_1.deb", "p3_1.deb", "p4_1.deb"}) folder.write(name, "whatever");
+  tick({0, 1, 2, 3, 4, 5, 6, 7, 8});
+  runInto(folder.path());
+  EXPECT_THAT(statuses.texts, testing::Contains("Downloading 9 / 9   Verified: 4   Failed: 2   "
+                                                "Validation failed: 1   Skipped: 3"));
+  EXPECT_EQ(status(),
+            "Finished. Downloaded: 4  Verified: 4  Failed: 2  Validation failed: 1  Skipped: 3");
+  expectNotice("Download completed with errors",
+               "Downloaded: 4\nVerified: 4\nFailed: 2\nValidation failed: 1\nSkipped: 3");
+}
+
 TEST_F(DownloadSelected, TakesTheTickedOnesAndNotTheHighlightedRow) {
   loadRepository({kA, kB, kC});
   show();
@@ -179,12 +218,14 @@ TEST_F(DownloadSelected, WithOnlySkippedFilesIsASuccess) {
 TEST_F(DownloadSelected, HidesItsBarThreeSecondsAfterItsEnd) {
   loadRepository({kA});
   tick({0});
+  // The buttons come back right after the delay has begun.
+  const EventTime ended(*c.fetchButton, QEvent::EnabledChange);
+  const EventTime hidden(*c.progressIndicator, QEvent::HideToParent);
   runInto(folder.path());
-  QElapsedTimer timer;
-  timer.start();
+  EXPECT_FALSE(c.progressIndicator->isHidden());
   runUntil([&] { return c.progressIndicator->isHidden(); });
-  EXPECT_GE(timer.elapsed(), 2800);
-  EXPECT_LE(timer.elapsed(), 6000);
+  EXPECT_GE(*hidden.at - *ended.at, std::chrono::milliseconds(2980));
+  EXPECT_LE(*hidden.at - *ended.at, std::chrono::milliseconds(6000));
 }
 
 TEST_F(DownloadSelected, HoldsAccessToTheFolderWhileItRuns) {
@@ -214,6 +255,20 @@ TEST_F(DownloadSelected, EnablesAtItsEndWhatTheListsOfThatMomentAllow) {
   gate.open();
   runUntil([&] { return !c.cancelDownloadsButton->isEnabled(); });
   EXPECT_THAT(enabledButtons(), ElementsAre("Fetch"));
+}
+
+TEST_F(DownloadSelected, ThatEndsWhileASearchHidesEveryRowDisablesDownloadAlone) {
+  loadRepository({kA});
+  tick({0});
+  Gate gate;
+  server.on("/repo/debs/a_1.deb", heldBy(gate, respond(200, kA.bytes)));
+  press(c.downloadSelectedButton);
+  chooseFolder(folder.path());
+  search("nothing of the kind");
+  ASSERT_TRUE(controller.packages().empty());
+  gate.open();
+  runUntil([&] { return !c.cancelDownloadsButton->isEnabled(); });
+  EXPECT_THAT(enabledButtons(), ElementsAre("Fetch", "Missing", "Archive"));
 }
 
 TEST_F(DownloadSelected, SavesMetadataBesideThePackagesWhereThatIsOn) {
@@ -295,6 +350,14 @@ TEST_F(DownloadSelected, OfAWindowThatIsGoneLeavesWholeFilesOrNone) {
 TEST_F(DownloadSelected, AlertWithoutAMessageSaysThatSomethingFailed) {
   controller.showDownloadErrorAlertWithMessage(std::nullopt);
   EXPECT_EQ(sheets.shown.back().alert.informativeText, "One or more downloads failed.");
+}
+
+TEST(DownloadCountersAsText, SayEachCounterInItsPlace) {
+  const DownloadCounters counters{1, 2, 3, 4, 5};
+  EXPECT_EQ(progressText(6, 7, counters),
+            "6 / 7   Verified: 2   Failed: 3   Validation failed: 4   Skipped: 5");
+  EXPECT_EQ(summaryText(counters),
+            "Downloaded: 1  Verified: 2  Failed: 3  Validation failed: 4  Skipped: 5");
 }
 
 TEST(FilesystemSafeString, ReplacesEachUnsafeCharacter) {
