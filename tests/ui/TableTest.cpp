@@ -78,26 +78,42 @@ TEST_F(Table, AShortDescriptionIs28AndAVeryLongOne86) {
   EXPECT_EQ(controller.heightOfRow(2), 86);
 }
 
-// Lines of the system font, each a line break apart.
+// What a text of so many lines makes of its row. A line takes whole pixels, its leading among them.
+int heightOfLines(int lines, const QFont& font) {
+  const QFontMetricsF metrics(font);
+  const double line = metrics.height() + std::max(0.0, metrics.leading());
+  return std::clamp(lines * static_cast<int>(std::ceil(line)) + 10, 28, 86);
+}
+
 TEST_F(Table, BetweenTheTwoARowIsItsTextAndTen) {
-  const double line = QFontMetricsF(QApplication::font()).lineSpacing();
-  load({described("one\ntwo"), described("one\ntwo\nthree"), described("one\ntwo\nthree\nfour")});
-  for (int row = 0; row < 3; ++row) {
-    const int expected = std::clamp(static_cast<int>(std::ceil((row + 2) * line)) + 10, 28, 86);
-    EXPECT_NEAR(controller.heightOfRow(row), expected, 1) << row;
-    EXPECT_GT(controller.heightOfRow(row), 28);
-    EXPECT_LT(controller.heightOfRow(row), 86);
+  load({described("one"), described("one\ntwo"), described("one\ntwo\nthree"),
+        described("one\ntwo\nthree\nfour")});
+  QFont font = c.tableView->font();
+  for (int pixels = 8; pixels <= 15; ++pixels) {
+    font.setPixelSize(pixels);
+    c.tableView->setFont(font);
+    for (int row = 0; row < 4; ++row) {
+      EXPECT_EQ(controller.heightOfRow(row), heightOfLines(row + 1, font)) << row << ' ' << pixels;
+    }
+    EXPECT_GT(controller.heightOfRow(2), 28) << pixels;
+    EXPECT_LT(controller.heightOfRow(2), 86) << pixels;
   }
 }
 
+// In a column a pixel narrower than the text and twelve, the last word goes to a second line.
 TEST_F(Table, ADescriptionHasTheColumnsWidthLessTwelve) {
-  const QString word = QStringLiteral("wwwwww ");
-  const QFontMetricsF metrics(QApplication::font());
-  const int wordsInLine = static_cast<int>(288 / metrics.horizontalAdvance(word));
-  const std::string fits = toText(word.repeated(wordsInLine).trimmed());
-  load({described(fits), described(fits + " wwwwww")});
-  EXPECT_EQ(controller.heightOfRow(0), 28);
-  EXPECT_GT(controller.heightOfRow(1), 28);
+  const QFont font = c.tableView->font();
+  const int column = columnOf("packageDescription");
+  for (const char* text :
+       {"nnnnnnnnnnnn n", "nnnnnnnn nnnnnnnn nnn", "iiiiiiiiiiiiiiiii nnnnnnnnn"}) {
+    load({described(text)});
+    const int width = static_cast<int>(std::ceil(QFontMetricsF(font).horizontalAdvance(text)));
+    ASSERT_GT(width, 81) << text;
+    c.tableView->setColumnWidth(column, width + 12);
+    EXPECT_EQ(controller.heightOfRow(0), 28) << text;
+    c.tableView->setColumnWidth(column, width + 11);
+    EXPECT_EQ(controller.heightOfRow(0), heightOfLines(2, font)) << text;
+  }
 }
 
 TEST_F(Table, ANarrowColumnIsMeasuredAsIfItsTextWere80Wide) {

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "tests/ui/support/PaintCounter.h"
 #include "tests/ui/support/Window.h"
 
 namespace tolvane {
@@ -214,6 +215,29 @@ TEST_F(Ticks, SelectAllKeepsTheHighlightTheDetailsAndThePlace) {
   EXPECT_EQ(c.tableView->highlightedRow(), 122);
   EXPECT_EQ(details(), before);
   EXPECT_EQ(c.tableView->rowAt(0), top);
+}
+
+TEST_F(Ticks, SelectAllIsPaintedWhetherItIsTurnedOnOrOff) {
+  loadAndShow(makePackages(3));
+  QApplication::processEvents();
+  PaintCounter table(*c.tableView->viewport());
+  for (const bool on : {true, false}) {
+    table.paints = 0;
+    clickSelectAll();
+    EXPECT_EQ(isTicked(0), on);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return table.paints > 0; }, 1000)) << on;
+  }
+}
+
+TEST_F(Ticks, SelectAllMeasuresTheRowsAnewAfterAColumnWasDragged) {
+  loadAndShow({makePackage({{"Package", "p"}, {"Description", std::string(200, 'w')}})});
+  const int before = c.tableView->rowHeight(0);
+  ASSERT_GT(before, 28);
+  c.tableView->setColumnWidth(columnOf("packageDescription"), 10'000);
+  QApplication::processEvents();
+  ASSERT_EQ(c.tableView->rowHeight(0), before);
+  clickSelectAll();
+  EXPECT_EQ(c.tableView->rowHeight(0), 28);
 }
 
 TEST_F(Ticks, AHundredThousandRowsWithOneKeyHaveOneTick) {
