@@ -165,6 +165,19 @@ TEST_F(Archive, WhoseCheckFailsSaysWhyAndKeepsTheListOfBefore) {
   EXPECT_TRUE(controller.lastMissingArchivePackages().empty());
 }
 
+TEST_F(Archive, KeepsItsListWhenAFetchFailsAndClearsTheWindow) {
+  loadRepository({kA});
+  lacks({entry("a")});
+  check();
+  answer(1);
+  fetch(server.url("/nothing/"));
+  awaitFetch();
+  ASSERT_EQ(status(), "No Cydia/APT Packages file found.");
+  ASSERT_TRUE(controller.allPackages().empty());
+  EXPECT_THAT(controller.lastMissingArchivePackages(),
+              ElementsAre(nlohmann::json::parse(entry("a"))));
+}
+
 TEST_F(Archive, ThatIsDeclinedDoesNothingElse) {
   loadRepository({kA});
   lacks({entry("a")});

@@ -110,6 +110,27 @@ TEST_F(Fallback, ThatIsDeclinedClearsWithTheErrorOfHTTPS) {
   EXPECT_EQ(toText(c.repoURLField->text()), secure());
 }
 
+TEST_F(Fallback, ThatIsDeclinedHidesABarThatARunHasShownAgainMeanwhile) {
+  loadRepository({kA, kB});
+  Gate first;
+  Gate second;
+  server.on("/repo/debs/a_1.deb", heldBy(first, respond(200, kA.bytes)));
+  server.on("/repo/debs/b_1.deb", heldBy(second, respond(200, kB.bytes)));
+  press(c.downloadMissingButton);
+  chooseFolder(folder.path());
+  enterURL(secure());
+  QTest::keyClick(c.repoURLField, Qt::Key_Return);
+  runUntil([&] { return !sheets.shown.empty(); });
+  ASSERT_TRUE(c.progressIndicator->isHidden());
+  first.open();
+  runUntil([&] { return status().starts_with("Downloading missing 1 / 2 "); });
+  ASSERT_FALSE(c.progressIndicator->isHidden());
+  answer(1);
+  EXPECT_TRUE(c.progressIndicator->isHidden());
+  second.open();
+  runUntil([&] { return status().starts_with("Finished missing."); });
+}
+
 TEST_F(Fallback, IsOfferedWhateverTheCaseOfTheScheme) {
   fetch("HTTPS" + repository().substr(4));
   awaitFetch();

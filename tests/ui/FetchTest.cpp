@@ -175,6 +175,8 @@ TEST_F(Fetch, WithoutAChosenTypeIsOfAnAPTRepository) {
   fetch(repository());
   awaitFetch();
   EXPECT_TRUE(consoleHas("info: Repository type: Unknown"));
+  EXPECT_THAT(systemLines("[UI] Repository type"),
+              ElementsAre("[UI] Repository type selected: Unknown"));
   EXPECT_EQ(status(), "Found 2 packages.");
 }
 
@@ -268,12 +270,24 @@ TEST_F(Fetch, ThatFailsWithoutADescriptionSaysSoInItsOwnWords) {
   EXPECT_TRUE(other.consoleMessages().back().message.ends_with("] Repository fetch failed."));
 }
 
-TEST_F(Fetch, ThatFailsLeavesACancelButtonAndTheArchivesListAlone) {
+TEST_F(Fetch, ThatFailsLeavesACancelButtonAlone) {
   loadRepository({{"a", "bytes"}});
   c.cancelDownloadsButton->setEnabled(true);
   fetch(server.url("/nothing/"));
   awaitFetch();
   EXPECT_TRUE(c.cancelDownloadsButton->isEnabled());
+}
+
+TEST_F(Fetch, ClearingLeavesTheFetchAndCancelButtonsAsTheyAre) {
+  for (const bool enabled : {false, true}) {
+    loadRepository({{"a", "bytes"}});
+    c.fetchButton->setEnabled(enabled);
+    c.cancelDownloadsButton->setEnabled(enabled);
+    controller.clearRepositoryStateWithStatus("Cleared.");
+    EXPECT_EQ(c.fetchButton->isEnabled(), enabled);
+    EXPECT_EQ(c.cancelDownloadsButton->isEnabled(), enabled);
+    c.fetchButton->setEnabled(true);
+  }
 }
 
 TEST_F(Fetch, OfAnyKindLoadsWhatAutoDetectionFinds) {
