@@ -76,27 +76,26 @@ void appendRow(std::string& table, const Row& row, const Widths& widths) {
   table += '\n';
 }
 
+Widths widestOf(Packages packages) {
+  Widths widest{};
+  forEachPackage(packages, [&](const auto& package) { widen(widest, widthsOf(rowOf(package))); });
+  return widest;
+}
+
+std::string rowsOf(Packages packages, const Widths& widths) {
+  std::string rows;
+  forEachPackage(packages, [&](const auto& package) { appendRow(rows, rowOf(package), widths); });
+  return rows;
+}
+
 void printTable(Packages packages, std::ostream& output) {
   Widths widths = widthsOf(titles());
-  for (const Widths& ofHalf : inHalves(packages, [](Packages half) {
-         Widths widest{};
-         forEachPackage(half,
-                        [&](const auto& package) { widen(widest, widthsOf(rowOf(package))); });
-         return widest;
-       })) {
-    widen(widths, ofHalf);
-  }
-  std::string line;
-  appendRow(line, titles(), widths);
-  output << line;
-  for (const std::string& ofHalf : inHalves(packages, [&](Packages half) {
-         std::string rows;
-         forEachPackage(half,
-                        [&](const auto& package) { appendRow(rows, rowOf(package), widths); });
-         return rows;
-       })) {
-    output << ofHalf;
-  }
+  for (const Widths& ofHalf : inHalves(packages, widestOf)) widen(widths, ofHalf);
+  std::string head;
+  appendRow(head, titles(), widths);
+  output << head;
+  const auto rowsOfHalf = [&](Packages half) { return rowsOf(half, widths); };
+  for (const std::string& rows : inHalves(packages, rowsOfHalf)) output << rows;
 }
 
 // Object by object: a list of many packages is never one value, or one text, in memory.
