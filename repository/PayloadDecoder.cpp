@@ -16,7 +16,7 @@ namespace tolvane {
 
 namespace {
 
-// zlib and libbz2 count in 32 bits, so long input and output goes to them piece by piece.
+// zlib and libbz2 count in 32 bits, so long input goes to them piece by piece.
 constexpr std::size_t kPiece = std::size_t{1} << 20;
 
 constexpr std::size_t kOutputPiece = std::size_t{256} << 10;
@@ -90,14 +90,13 @@ class Decoder {
 
   Step step(std::string_view input, char* output, std::size_t space) {
     const std::size_t inputSize = std::min(input.size(), Library::kLargestPiece);
-    const std::size_t outputSize = std::min(space, Library::kLargestPiece);
     // The libraries only read the input; not all of them say so in their types.
     stream_.next_in = reinterpret_cast<decltype(stream_.next_in)>(const_cast<char*>(input.data()));
     stream_.avail_in = static_cast<decltype(stream_.avail_in)>(inputSize);
     stream_.next_out = reinterpret_cast<decltype(stream_.next_out)>(output);
-    stream_.avail_out = static_cast<decltype(stream_.avail_out)>(outputSize);
+    stream_.avail_out = static_cast<decltype(stream_.avail_out)>(space);
     const int result = Library::decode(stream_);
-    return {result, inputSize - stream_.avail_in, outputSize - stream_.avail_out};
+    return {result, inputSize - stream_.avail_in, space - stream_.avail_out};
   }
 
  private:
