@@ -175,7 +175,6 @@ TEST_F(DownloadQueueCancellationTest, AFinishedRunLetsGoOfItsCallbacks) {
   EXPECT_TRUE(run.drainUntilLetGo(loop_));
 }
 
-// A main queue that runs its tasks at once would hang on a lock that is held while it is posted to.
 TEST_F(DownloadQueueCancellationTest, OutcomesAreLoggedOneAtATime) {
   std::atomic<int> logging = 0;
   std::atomic<bool> together = false;
@@ -198,6 +197,7 @@ TEST_F(DownloadQueueCancellationTest, OutcomesAreLoggedOneAtATime) {
   EXPECT_FALSE(together);
 }
 
+// A main queue that runs its tasks at once would hang on a lock that is held while it is posted to.
 TEST_F(DownloadQueueCancellationTest, NoLockIsHeldWhileCallbacksArePosted) {
   ImmediateQueue immediate;
   DownloadQueueManager queue(
