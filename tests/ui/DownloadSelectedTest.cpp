@@ -22,6 +22,19 @@ class DownloadSelected : public Workflow {
     chooseFolder(path);
     runUntil([&] { return c.fetchButton->isEnabled(); });
   }
+
+  // A run of one package, in the middle of which something happens.
+  void runAround(const std::function<void()>& meanwhile) {
+    loadRepository({kA});
+    tick({0});
+    Gate gate;
+    server.on("/repo/debs/a_1.deb", heldBy(gate, respond(200, kA.bytes)));
+    press(c.downloadSelectedButton);
+    chooseFolder(folder.path());
+    meanwhile();
+    gate.open();
+    runUntil([&] { return !c.cancelDownloadsButton->isEnabled(); });
+  }
 };
 
 TEST_F(DownloadSelected, IsToldFromTheFirstLineToTheLast) {
@@ -245,29 +258,13 @@ TEST_F(DownloadSelected, HoldsAccessToTheFolderWhileItRuns) {
 }
 
 TEST_F(DownloadSelected, EnablesAtItsEndWhatTheListsOfThatMomentAllow) {
-  loadRepository({kA});
-  tick({0});
-  Gate gate;
-  server.on("/repo/debs/a_1.deb", heldBy(gate, respond(200, kA.bytes)));
-  press(c.downloadSelectedButton);
-  chooseFolder(folder.path());
-  controller.clearRepositoryStateWithStatus("Cleared.");
-  gate.open();
-  runUntil([&] { return !c.cancelDownloadsButton->isEnabled(); });
+  runAround([&] { controller.clearRepositoryStateWithStatus("Cleared."); });
   EXPECT_THAT(enabledButtons(), ElementsAre("Fetch"));
 }
 
 TEST_F(DownloadSelected, ThatEndsWhileASearchHidesEveryRowDisablesDownloadAlone) {
-  loadRepository({kA});
-  tick({0});
-  Gate gate;
-  server.on("/repo/debs/a_1.deb", heldBy(gate, respond(200, kA.bytes)));
-  press(c.downloadSelectedButton);
-  chooseFolder(folder.path());
-  search("nothing of the kind");
+  runAround([&] { search("nothing of the kind"); });
   ASSERT_TRUE(controller.packages().empty());
-  gate.open();
-  runUntil([&] { return !c.cancelDownloadsButton->isEnabled(); });
   EXPECT_THAT(enabledButtons(), ElementsAre("Fetch", "Missing", "Archive"));
 }
 
