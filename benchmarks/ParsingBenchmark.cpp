@@ -35,8 +35,8 @@ void ParseIndexWithCarriageReturns(benchmark::State& state) {
   parseIndex(state, index);
 }
 
-BENCHMARK(ParseIndex)->Unit(benchmark::kMillisecond);
-BENCHMARK(ParseIndexWithCarriageReturns)->Unit(benchmark::kMillisecond);
+BENCHMARK(ParseIndex)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(ParseIndexWithCarriageReturns)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 }  // namespace
 }  // namespace tolvane

@@ -128,6 +128,9 @@ class PackageEntry {
   // Builds the entries of one index. They share the index text, so an entry costs no copy of it.
   class Builder {
    public:
+    // The text is read in so many parts, each of which may be on another thread.
+    static constexpr std::size_t kParts = 2;
+
     // `values` of add() must point into this text (or into texts that live for ever).
     explicit Builder(std::string indexText);
     ~Builder();
@@ -135,10 +138,10 @@ class PackageEntry {
     // The index text, to be read and rewritten in place until finish().
     std::string& text();
 
-    void add(const Values& values);
-    std::size_t size() const;
+    void add(std::size_t part, const Values& values);
+    std::size_t size(std::size_t part) const;
 
-    // The entries in the order in which they were added. Ends the builder's use.
+    // The entries, part by part in the order in which they were added. Ends the builder's use.
     std::vector<PackageEntry> finish();
 
    private:

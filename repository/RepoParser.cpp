@@ -7,6 +7,7 @@
 #include <string_view>
 #include <utility>
 
+#include "platform/SideBySide.h"
 #include "platform/Text.h"
 
 // Where this reader is more lenient than the control-file syntax:
@@ -23,6 +24,8 @@
 namespace tolvane {
 
 namespace {
+
+constexpr std::size_t kWorthAThread = std::size_t{1} << 20;  // bytes of text
 
 void normalizeLineEnds(std::string& text) {
   const std::size_t first = text.find('\r');
@@ -110,7 +113,7 @@ class StanzaReader {
   PackageEntry::Values::Value* current_ = nullptr;  // none after a field that is not kept
 };
 
-void readStanza(std::string_view stanza, PackageEntry::Builder& builder) {
+void readStanza(std::string_view stanza, std::size_t part, PackageEntry::Builder& builder) {
   stanza = trimWhitespaceAndNewlines(stanza);
   if (stanza.empty()) return;
   StanzaReader reader(builder.text());
@@ -120,19 +123,30 @@ void readStanza(std::string_view stanza, PackageEntry::Builder& builder) {
     if (end == std::string_view::npos) break;
     stanza.remove_prefix(end + 1);
   }
-  if (reader.isPackage()) builder.add(reader.values());
+  if (reader.isPackage()) builder.add(part, reader.values());
 }
 
-std::vector<PackageEntry> readIndex(std::string text) {
-  normalizeLineEnds(text);
-  PackageEntry::Builder builder(std::move(text));
-  std::string_view rest = builder.text();
-  while (!rest.empty()) {
+void readPart(std::string_view rest, std::size_t part, PackageEntry::Builder& builder) {
+  while (!rest.empty() && builder.size(part) <= RepoParser::kMaximumRecords) {
     const std::size_t end = findEmptyLine(rest);
-    readStanza(rest.substr(0, end), builder);
-    if (builder.size() > RepoParser::kMaximumRecords) return {};
+    readStanza(rest.substr(0, end), part, builder);
     rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 2);
   }
+}
+
+// Cut at an empty line near the middle, so that a long index can be read by two threads.
+std::vector<PackageEntry> readIndex(std::string indexText) {
+  normalizeLineEnds(indexText);
+  PackageEntry::Builder builder(std::move(indexText));
+  const std::string_view text = builder.text();
+  const std::size_t half = text.size() / 2;
+  const std::size_t emptyLine = findEmptyLine(text.substr(half));
+  const std::size_t border = emptyLine == std::string_view::npos ? text.size() : half + emptyLine;
+  auto second =
+      startBeside(text.size() >= kWorthAThread, [&] { readPart(text.substr(border), 1, builder); });
+  readPart(text.substr(0, border), 0, builder);
+  second.get();
+  if (builder.size(0) + builder.size(1) > RepoParser::kMaximumRecords) return {};
   return builder.finish();
 }
 

@@ -228,6 +228,37 @@ TEST(RepoParser, AnIndexOfMoreThanTheMaximumOfRecordsIsRefusedAndNotCut) {
   EXPECT_THAT(RepoParser::parsePackagesText(std::move(text)), testing::IsEmpty());
 }
 
+TEST(RepoParser, AnIndexOfMegabytesIsWholeAndInOrder) {
+  constexpr int kStanzas = 50'000;
+  std::string text;
+  std::vector<std::string> names;
+  for (int i = 0; i < kStanzas; ++i) {
+    names.push_back("p" + std::to_string(i));
+    text += "Package: " + names.back() + "\nFilename: f\nDescription: a\n .\n b\n\n";
+  }
+  const std::vector<PackageEntry> records = RepoParser::parsePackagesText(std::move(text));
+  ASSERT_EQ(records.size(), names.size());
+  for (int i = 0; i < kStanzas; ++i) {
+    ASSERT_EQ(records[i].packageName(), names[i]);
+    ASSERT_EQ(records[i].packageDescription(), "a\n\nb");
+  }
+}
+
+TEST(RepoParser, AStanzaOfMegabytesIsOne) {
+  const std::string first = "Package: a\nFilename: f\n\n";
+  std::string lines = "Description:";
+  std::string description;
+  for (int i = 0; i < 500'000; ++i) {
+    lines += "\n line";
+    description += "\nline";
+  }
+  const std::vector<PackageEntry> records =
+      RepoParser::parsePackagesText(first + "Package: b\nFilename: f\n" + lines);
+  ASSERT_EQ(records.size(), 2U);
+  EXPECT_EQ(records[1].packageName(), "b");
+  EXPECT_EQ(records[1].packageDescription(), description);
+}
+
 TEST(RepoParserDeathTest, WithoutMemoryForTheRecordsThereAreNone) {
   if (!littleMemoryCanBeHad()) GTEST_SKIP() << "sanitizers need all the address space";
   std::string text;
