@@ -225,7 +225,10 @@ TEST(RepoParser, AnIndexOfMoreThanTheMaximumOfRecordsIsRefusedAndNotCut) {
   for (std::size_t i = 0; i < RepoParser::kMaximumRecords; ++i) text += "Package:\nFilename:\n\n";
   EXPECT_EQ(RepoParser::parsePackagesText(text).size(), RepoParser::kMaximumRecords);
   text += "Package:\nFilename:\n\n";
-  EXPECT_THAT(RepoParser::parsePackagesText(std::move(text)), testing::IsEmpty());
+  EXPECT_THAT(RepoParser::parsePackagesText(text), IsEmpty());
+  const std::string noPackage = "X: " + std::string(text.size(), 'x');
+  EXPECT_THAT(RepoParser::parsePackagesText(text + noPackage), IsEmpty());
+  EXPECT_THAT(RepoParser::parsePackagesText(noPackage + "\n\n" + text), IsEmpty());
 }
 
 TEST(RepoParser, AnIndexOfMegabytesIsWholeAndInOrder) {
