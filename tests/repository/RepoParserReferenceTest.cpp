@@ -181,6 +181,16 @@ TEST(RepoParser, ReadsRandomTextsAsTheStepByStepReaderDoes) {
   EXPECT_GT(recordCount, 5'000U);
 }
 
+TEST(RepoParser, ReadsMegabytesOfRandomTextsAsTheStepByStepReaderDoes) {
+  RandomTexts texts;
+  std::string text;
+  while (text.size() < 3'000'000) text += texts.next() + "\n\n";
+  const std::vector<PackageEntry> expected = referenceRecords(text);
+  EXPECT_GT(expected.size(), 5'000U);
+  // Not printed where they differ: a megabyte each.
+  EXPECT_TRUE(describe(RepoParser::parsePackagesText(text)) == describe(expected));
+}
+
 std::string outputOf(const std::string& command) {
   std::string output;
   FILE* const pipe = popen(command.c_str(), "r");

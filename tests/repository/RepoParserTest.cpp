@@ -215,7 +215,9 @@ TEST(RepoParser, AnEmptyLineIsFoundWhereverItStands) {
   // Around the 64 bytes that are searched at once.
   for (std::size_t length = 1; length < 200; ++length) {
     const std::string first = "Package: a\nFilename: " + std::string(length, 'f');
-    EXPECT_THAT(packageNames(first + "\n\nPackage: b\nFilename: g"), ElementsAre("a", "b"))
+    const std::string last = "\n\nPackage: c\nFilename: " + std::string(500, 'f');
+    EXPECT_THAT(packageNames(first + "\n\nPackage: b\nFilename: g" + last),
+                ElementsAre("a", "b", "c"))
         << length;
   }
 }
@@ -262,10 +264,8 @@ TEST(RepoParser, AStanzaOfMegabytesIsOne) {
   EXPECT_EQ(records[1].packageDescription(), description);
 }
 
-TEST(RepoParserDeathTest, WithoutMemoryForTheRecordsThereAreNone) {
-  if (!littleMemoryCanBeHad()) GTEST_SKIP() << "sanitizers need all the address space";
-  std::string text;
-  for (int i = 0; i < 500'000; ++i) text += "Package:\nFilename:\n\n";
+// In a process that has hardly more memory than the text.
+void expectNoRecords(std::string text) {
   EXPECT_EXIT(
       {
         haveLittleMemory();
@@ -273,6 +273,15 @@ TEST(RepoParserDeathTest, WithoutMemoryForTheRecordsThereAreNone) {
         std::_Exit(none ? 0 : 1);
       },
       testing::ExitedWithCode(0), "");
+}
+
+TEST(RepoParserDeathTest, WithoutMemoryForTheRecordsThereAreNone) {
+  if (!littleMemoryCanBeHad()) GTEST_SKIP() << "sanitizers need all the address space";
+  std::string text;
+  for (int i = 0; i < 500'000; ++i) text += "Package:\nFilename:\n\n";
+  expectNoRecords(text);
+  // Memory lasts for one half and not for the other.
+  expectNoRecords("Package: a\nFilename: " + std::string(text.size(), 'f') + "\n\n" + text);
 }
 
 }  // namespace
