@@ -261,7 +261,8 @@ TEST(RepoParser, AStanzaOfMegabytesIsOne) {
       RepoParser::parsePackagesText(first + "Package: b\nFilename: f\n" + lines);
   ASSERT_EQ(records.size(), 2U);
   EXPECT_EQ(records[1].packageName(), "b");
-  EXPECT_EQ(records[1].packageDescription(), description);
+  // To print how half a million lines differ takes all memory.
+  EXPECT_TRUE(records[1].packageDescription() == description);
 }
 
 // In a process that has hardly more memory than the text.
