@@ -24,16 +24,6 @@ Error managerError(DownloadManagerError code, std::string description) {
   return {std::string(kDownloadManagerErrorDomain), code, std::move(description)};
 }
 
-void fail(const DownloadManager::Completion& completion, Error error, const std::string& text) {
-  CrawlerLogger::logError(text);
-  completion(false, std::nullopt, std::move(error));
-}
-
-void failTransfer(const DownloadManager::Completion& completion, Error error) {
-  const std::string text = transferFailureText(error);
-  fail(completion, std::move(error), text);
-}
-
 std::optional<Error> sizeError(const PackageEntry& package, std::uint64_t actual) {
   // A size of 0 and text that is no number say nothing about the file.
   const auto expected = static_cast<std::uint64_t>(integerValue(package.size()));
@@ -69,19 +59,23 @@ struct DownloadManager::Attempt {
   std::string localPath;
   int retryCount;
   Completion completion;
+  PackageObserver observer;
 
   static void start(const std::shared_ptr<Attempt>& attempt);
 
  private:
-  void receive(TemporaryFile file) const;
+  void receive(TemporaryFile file, std::optional<URLResponse> response) const;
+  void succeed(const LastRequest& request) const;
+  void fail(const LastRequest& request, const Error& error, const std::string& text) const;
 };
 
 void DownloadManager::Attempt::start(const std::shared_ptr<Attempt>& attempt) {
   attempt->session->downloadTask(
       {attempt->url, {}}, folderOf(attempt->localPath),
-      [attempt](TemporaryFile file, const std::optional<URLResponse>&, std::optional<Error> error) {
+      [attempt](TemporaryFile file, std::optional<URLResponse> response,
+                const std::optional<Error>& error) {
         if (!error) {
-          attempt->receive(std::move(file));
+          attempt->receive(std::move(file), std::move(response));
         } else if (error->code == kURLErrorTimedOut && attempt->retryCount > 0) {
           --attempt->retryCount;
           const std::string line =
@@ -90,19 +84,36 @@ void DownloadManager::Attempt::start(const std::shared_ptr<Attempt>& attempt) {
           CrawlerLogger::logWarning(line);
           dispatchAfter(kRetryDelay, [attempt] { start(attempt); });
         } else {
-          failTransfer(attempt->completion, std::move(*error));
+          attempt->fail({attempt->url, std::move(response), ""}, *error,
+                        transferFailureText(*error));
         }
       });
 }
 
-void DownloadManager::Attempt::receive(TemporaryFile file) const {
+void DownloadManager::Attempt::receive(TemporaryFile file,
+                                       std::optional<URLResponse> response) const {
+  LastRequest request{url, std::move(response), ""};
   if (const std::optional<Error> error = file.moveTo(localPath)) {
-    fail(completion, *error, moveFailureText(*error));
-  } else if (const std::optional<Error> mismatch = validationErrorForPackage(package, localPath)) {
-    fail(completion, *mismatch, validationFailureText(*mismatch));
-  } else {
-    completion(true, localPath, std::nullopt);
+    return fail(request, *error, moveFailureText(*error));
   }
+  request.localPath = localPath;
+  if (const std::optional<Error> mismatch = validationErrorForPackage(package, localPath)) {
+    fail(request, *mismatch, validationFailureText(*mismatch));
+  } else {
+    succeed(request);
+  }
+}
+
+void DownloadManager::Attempt::succeed(const LastRequest& request) const {
+  if (observer) observer({package, request, true, std::nullopt});
+  completion(true, localPath, std::nullopt);
+}
+
+void DownloadManager::Attempt::fail(const LastRequest& request, const Error& error,
+                                    const std::string& text) const {
+  CrawlerLogger::logError(text);
+  if (observer) observer({package, request, false, error});
+  completion(false, std::nullopt, error);
 }
 
 DownloadManager::DownloadManager(const URLSessionFactory& sessionFactory)
@@ -114,18 +125,22 @@ void DownloadManager::downloadPackage(const PackageEntry& package,
                                       const std::string& destinationPath, Completion completion) {
   if (package.filename().empty()) {
     const Error error = managerError(kNoFilenameError, "Package has no Filename field.");
-    return fail(completion, error, error.description);
+    return fail(package, completion, error, error.description);
   }
 
   const std::string name = localFilenameForPackage(package);
   const std::string localPath = joinPath(destinationPath, name);
   if (fileExists(localPath)) {
     CrawlerLogger::logSuccess(fmt::format("Already downloaded: {}", name));
+    if (observer_) observer_({package, {std::nullopt, std::nullopt, localPath}, true, std::nullopt});
     return completion(true, localPath, std::nullopt);
   }
-  if (!isFileName(name)) return failTransfer(completion, posixError(EINVAL));
+  const auto refuse = [&](const Error& error) {
+    fail(package, completion, error, transferFailureText(error));
+  };
+  if (!isFileName(name)) return refuse(posixError(EINVAL));
   if (const std::optional<Error> error = createFolder(destinationPath)) {
-    return fail(completion, *error, destinationFailureText(*error));
+    return fail(package, completion, *error, destinationFailureText(*error));
   }
 
   const std::optional<URL> url = URLForPackage(package, repositoryURL);
@@ -134,12 +149,19 @@ void DownloadManager::downloadPackage(const PackageEntry& package,
   downloadPackage(package, url, localPath, 1, std::move(completion));
 }
 
+void DownloadManager::fail(const PackageEntry& package, const Completion& completion,
+                           const Error& error, const std::string& text) const {
+  CrawlerLogger::logError(text);
+  if (observer_) observer_({package, {}, false, error});
+  completion(false, std::nullopt, error);
+}
+
 void DownloadManager::downloadPackage(const PackageEntry& package,
                                       const std::optional<URL>& downloadURL,
                                       const std::string& localPath, int retryCount,
                                       Completion completion) {
-  Attempt::start(std::make_shared<Attempt>(
-      Attempt{session_, package, downloadURL, localPath, retryCount, std::move(completion)}));
+  Attempt::start(std::make_shared<Attempt>(Attempt{
+      session_, package, downloadURL, localPath, retryCount, std::move(completion), observer_}));
 }
 
 std::optional<Error> DownloadManager::validationErrorForPackage(const PackageEntry& package,

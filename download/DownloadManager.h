@@ -6,7 +6,9 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
+#include "download/Outcome.h"
 #include "model/PackageEntry.h"
 #include "platform/Error.h"
 #include "platform/URL.h"
@@ -34,6 +36,9 @@ class DownloadManager {
 
   explicit DownloadManager(const URLSessionFactory& sessionFactory = makeURLSession);
   virtual ~DownloadManager() = default;
+
+  // Before the first download.
+  void setObserver(PackageObserver observer) { observer_ = std::move(observer); }
 
   // Downloads, moves into place and validates. The file gets its name before it is validated, and
   // one that fails validation stays. A file or folder that stands there already is a success, and
@@ -67,6 +72,11 @@ class DownloadManager {
  private:
   struct Attempt;
 
+  // Reports, logs `text` and completes.
+  void fail(const PackageEntry& package, const Completion& completion, const Error& error,
+            const std::string& text) const;
+
+  PackageObserver observer_;             // may be empty
   std::shared_ptr<URLSession> session_;  // 60 seconds a wait, 300 seconds a transfer
 };
 

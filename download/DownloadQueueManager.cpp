@@ -217,6 +217,11 @@ DownloadQueueManager::DownloadQueueManager(MainQueue& mainQueue,
   shared_->downloadManager = std::move(downloadManager);
 }
 
+void DownloadQueueManager::setObserver(const PackageObserver& observer) {
+  shared_->downloadManager->setObserver(observer);
+  Installer4Retrieval::setObserver(observer);
+}
+
 std::int64_t DownloadQueueManager::maxConcurrentDownloads() const {
   return queue_.maxConcurrentOperationCount();
 }

@@ -36,6 +36,9 @@ class DownloadQueueManager : public Installer4Retrieval {
   DownloadQueueManager(MainQueue& mainQueue, std::shared_ptr<DownloadManager> downloadManager,
                        const URLSessionFactory& sessionFactory = makeURLSession);
 
+  // Told the end of every package that a run does not skip. Before the first run.
+  void setObserver(const PackageObserver& observer);
+
   std::int64_t maxConcurrentDownloads() const;           // 5 at first
   void setMaxConcurrentDownloads(std::int64_t maximum);  // below 1 counts as 1
 

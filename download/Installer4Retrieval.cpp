@@ -53,15 +53,6 @@ void fail(const Installer4Retrieval::RetrievalCompletion& completion, std::optio
   completion(false, false, false, std::move(error));
 }
 
-void saveZip(TemporaryFile file, const std::string& folder, const std::string& name,
-             const Installer4Retrieval::RetrievalCompletion& completion) {
-  createFolder(folder);  // the move says what is wrong with it
-  if (std::optional<Error> error = file.moveTo(joinPath(folder, name))) {
-    return fail(completion, std::move(error));
-  }
-  completion(true, true, false, std::nullopt);
-}
-
 }  // namespace
 
 Installer4Retrieval::Installer4Retrieval(const URLSessionFactory& sessionFactory)
@@ -71,6 +62,23 @@ void Installer4Retrieval::downloadInstaller4Package(const PackageEntry& package,
                                                     const std::optional<URL>& repositoryURL,
                                                     const std::string& destinationPath,
                                                     RetrievalCompletion completion) const {
+  if (!observer_) return retrieve(package, repositoryURL, destinationPath, std::move(completion));
+  Installer4Retrieval observed = *this;
+  observed.lastRequest_ = std::make_shared<LastRequest>();
+  observed.retrieve(package, repositoryURL, destinationPath,
+                    [package, observer = observer_, request = observed.lastRequest_,
+                     completion = std::move(completion)](
+                        bool success, bool verified, bool validationFailed,
+                        const std::optional<Error>& error) {
+                      observer({package, *request, success, error});
+                      completion(success, verified, validationFailed, error);
+                    });
+}
+
+void Installer4Retrieval::retrieve(const PackageEntry& package,
+                                   const std::optional<URL>& repositoryURL,
+                                   const std::string& destinationPath,
+                                   RetrievalCompletion completion) const {
   if (package.packageInfoURL().empty()) {
     return fail(completion, installerError(kNoInfoURLError, "Missing package info URL."));
   }
@@ -123,9 +131,11 @@ void Installer4Retrieval::fetchInstaller4PackageInfoFromURL(const std::optional<
   }
   SystemLog::write("[Installer4] Fetching package info: {}", describe(url));
   session_->dataTask(
-      uncachedRequest(url), [completion = std::move(completion)](
-                                const std::string& body, const std::optional<URLResponse>& response,
-                                std::optional<Error> error) {
+      uncachedRequest(url),
+      [url, request = lastRequest_, completion = std::move(completion)](
+          const std::string& body, const std::optional<URLResponse>& response,
+          std::optional<Error> error) {
+        if (request) *request = {url, response, ""};
         if (error) return completion(std::nullopt, std::move(error));
         const int status = statusOf(response);
         if (!isSuccess(status) || body.empty()) {
@@ -168,16 +178,23 @@ void Installer4Retrieval::downloadInstaller4PackageZipFromURL(
   if (!isFileName(name)) return fail(completion, invalid());
   session_->downloadTask(
       {url, {}}, destinationPath,
-      [destinationPath, name, completion = std::move(completion)](
+      [url, destinationPath, name, request = lastRequest_, completion = std::move(completion)](
           TemporaryFile file, const std::optional<URLResponse>& response,
           std::optional<Error> error) {
+        if (request) *request = {url, response, ""};
         if (error) return fail(completion, std::move(error));
         const int status = statusOf(response);
         if (!isSuccess(status)) {
           return fail(completion,
                       installerError(status, "Could not download Installer package ZIP."));
         }
-        saveZip(std::move(file), destinationPath, name, completion);
+        createFolder(destinationPath);  // the move says what is wrong with it
+        const std::string localPath = joinPath(destinationPath, name);
+        if (std::optional<Error> failure = file.moveTo(localPath)) {
+          return fail(completion, std::move(failure));
+        }
+        if (request) request->localPath = localPath;
+        completion(true, true, false, std::nullopt);
       });
 }
 

@@ -6,7 +6,9 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
+#include "download/Outcome.h"
 #include "model/PackageEntry.h"
 #include "platform/Error.h"
 #include "platform/PropertyList.h"
@@ -45,6 +47,9 @@ class Installer4Retrieval {
 
   explicit Installer4Retrieval(const URLSessionFactory& sessionFactory);
 
+  // Told the end of every retrieval. Before the first one.
+  void setObserver(PackageObserver observer) { observer_ = std::move(observer); }
+
   void downloadInstaller4Package(const PackageEntry& package,
                                  const std::optional<URL>& repositoryURL,
                                  const std::string& destinationPath,
@@ -81,7 +86,13 @@ class Installer4Retrieval {
   static std::string installer4BestKnownLocalFilenameForPackage(const PackageEntry& package);
 
  private:
-  std::shared_ptr<URLSession> session_;  // with the default timeouts
+  // As downloadInstaller4Package(), but leaves the report to it.
+  void retrieve(const PackageEntry& package, const std::optional<URL>& repositoryURL,
+                const std::string& destinationPath, RetrievalCompletion completion) const;
+
+  PackageObserver observer_;                  // may be empty
+  std::shared_ptr<LastRequest> lastRequest_;  // of one retrieval, where somebody observes it
+  std::shared_ptr<URLSession> session_;       // with the default timeouts
 };
 
 }  // namespace tolvane

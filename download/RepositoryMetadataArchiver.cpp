@@ -23,17 +23,20 @@ struct Outcome {
   RepositoryMetadataArchiver::Paths missing;
 };
 
+// Saves what a success has brought. Where that fails, `error` says why.
 bool save(TemporaryFile file, const std::optional<URLResponse>& response,
-          const std::optional<Error>& error, const std::string& localPath) {
+          std::optional<Error>& error, const std::string& localPath) {
   if (error || !isSuccess(statusOf(response))) return false;
-  return !file.moveTo(localPath);
+  error = file.moveTo(localPath);
+  return !error;
 }
 
 }  // namespace
 
 RepositoryMetadataArchiver::RepositoryMetadataArchiver(MainQueue& mainQueue,
-                                                       const URLSessionFactory& sessionFactory)
-    : mainQueue_(mainQueue), session_(sessionFactory(URLSessionConfiguration())) {}
+                                                       const URLSessionFactory& sessionFactory,
+                                                       MetadataObserver observer)
+    : mainQueue_(mainQueue), observer_(std::move(observer)), session_(sessionFactory(URLSessionConfiguration())) {}
 
 void RepositoryMetadataArchiver::archiveMetadataForRepositoryURL(
     const std::optional<URL>& repositoryURL, const std::string& destinationPath,
@@ -50,17 +53,21 @@ void RepositoryMetadataArchiver::archiveMetadataForRepositoryURL(
     const std::string folder = folderOf(localPath);
     createFolder(folder);  // the move says what is wrong with it
     group.enter();
-    session_->downloadTask({URLForCandidatePath(path, repositoryURL), {}}, folder,
-                           [outcome, group, path, localPath](
-                               TemporaryFile file, const std::optional<URLResponse>& response,
-                               const std::optional<Error>& error) {
-                             const bool saved = save(std::move(file), response, error, localPath);
-                             {
-                               const std::lock_guard lock(outcome->mutex);
-                               (saved ? outcome->archived : outcome->missing).push_back(path);
-                             }
-                             group.leave();
-                           });
+    const std::optional<URL> url = URLForCandidatePath(path, repositoryURL);
+    session_->downloadTask(
+        {url, {}}, folder,
+        [outcome, group, path, localPath, url, observer = observer_](
+            TemporaryFile file, std::optional<URLResponse> response, std::optional<Error> error) {
+          const bool saved = save(std::move(file), response, error, localPath);
+          if (observer) {
+            observer({path, {url, std::move(response), saved ? localPath : ""}, error});
+          }
+          {
+            const std::lock_guard lock(outcome->mutex);
+            (saved ? outcome->archived : outcome->missing).push_back(path);
+          }
+          group.leave();
+        });
   }
   group.notify(mainQueue_, [outcome, completion = std::move(completion)] {
     SystemLog::write("[Metadata] Archived {} metadata files, {} missing/failed.",

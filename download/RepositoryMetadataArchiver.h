@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "download/Outcome.h"
 #include "platform/MainQueue.h"
 #include "platform/URL.h"
 #include "platform/URLSession.h"
@@ -24,7 +25,8 @@ class RepositoryMetadataArchiver {
   using Completion = std::function<void(const Paths& archived, const Paths& missing)>;
 
   explicit RepositoryMetadataArchiver(MainQueue& mainQueue,
-                                      const URLSessionFactory& sessionFactory = makeURLSession);
+                                      const URLSessionFactory& sessionFactory = makeURLSession,
+                                      MetadataObserver observer = {});
 
   // Asks for all 23 paths at once, each saved under its relative path below the folder; a file that
   // stands there is replaced only by one that has arrived whole. The completion runs on the main
@@ -42,6 +44,7 @@ class RepositoryMetadataArchiver {
 
  private:
   MainQueue& mainQueue_;
+  MetadataObserver observer_;  // may be empty
   std::shared_ptr<URLSession> session_;  // with the default timeouts
 };
 

@@ -91,8 +91,10 @@ void readRepository(std::string_view body, const Completion& completion) {
 
 }  // namespace
 
-Installer3RepositoryFetcher::Installer3RepositoryFetcher(const URLSessionFactory& sessionFactory)
-    : session_(sessionFactory({.timeoutIntervalForRequest = std::chrono::seconds(60),
+Installer3RepositoryFetcher::Installer3RepositoryFetcher(const URLSessionFactory& sessionFactory,
+                                                         IndexObserver observer)
+    : observer_(std::move(observer)),
+      session_(sessionFactory({.timeoutIntervalForRequest = std::chrono::seconds(60),
                                .timeoutIntervalForResource = std::chrono::seconds(120)})) {}
 
 void Installer3RepositoryFetcher::fetchPackagesFromRepositoryURL(
@@ -110,6 +112,7 @@ void Installer3RepositoryFetcher::fetchPackagesFromRepositoryURL(
       [self = *this, repositoryURL, retryCount, completion = std::move(completion)](
           const std::string& body, const std::optional<URLResponse>& response,
           std::optional<Error> error) {
+        if (self.observer_) self.observer_({repositoryURL, response, body, error});
         constexpr const char* kLoadFailure = "Could not load Installer 3 repository.";
         if (error && isWorthARetry(*error) && retryCount > 0) {
           const std::string reason = descriptionOr(error, "Unknown error");

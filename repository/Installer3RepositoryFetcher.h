@@ -13,6 +13,7 @@
 #include "platform/PropertyList.h"
 #include "platform/URL.h"
 #include "platform/URLSession.h"
+#include "repository/IndexAnswer.h"
 
 namespace tolvane {
 
@@ -35,7 +36,8 @@ class Installer3RepositoryFetcher {
   // whose root is no dictionary. Called once, on a background thread; may be empty.
   using Completion = std::function<void(std::optional<PackageList>, std::optional<Error>)>;
 
-  explicit Installer3RepositoryFetcher(const URLSessionFactory& sessionFactory = makeURLSession);
+  explicit Installer3RepositoryFetcher(const URLSessionFactory& sessionFactory = makeURLSession,
+                                       IndexObserver observer = {});
 
   // With two retries.
   void fetchPackagesFromRepositoryURL(const std::optional<URL>& repositoryURL,
@@ -50,6 +52,7 @@ class Installer3RepositoryFetcher {
   static std::string stringValue(const PropertyList* value);
 
  private:
+  IndexObserver observer_;  // may be empty
   std::shared_ptr<URLSession> session_;  // 60 seconds a wait, 120 seconds a transfer
 };
 

@@ -96,8 +96,10 @@ void reportSuccess(const PackageList& list, std::string_view url) {
 
 }  // namespace
 
-Installer4RepositoryFetcher::Installer4RepositoryFetcher(const URLSessionFactory& sessionFactory)
-    : session_(sessionFactory({.timeoutIntervalForRequest = std::chrono::seconds(30),
+Installer4RepositoryFetcher::Installer4RepositoryFetcher(const URLSessionFactory& sessionFactory,
+                                                         IndexObserver observer)
+    : observer_(std::move(observer)),
+      session_(sessionFactory({.timeoutIntervalForRequest = std::chrono::seconds(30),
                                .timeoutIntervalForResource = std::chrono::seconds(60)})) {}
 
 void Installer4RepositoryFetcher::fetchPackagesFromRepositoryURL(
@@ -136,6 +138,7 @@ void Installer4RepositoryFetcher::tryIndexCandidatePaths(CandidatePaths paths, s
                              completion = std::move(completion)](
                                 const std::string& body, const std::optional<URLResponse>& response,
                                 const std::optional<Error>& error) {
+        if (self.observer_) self.observer_({url, response, body, error});
         const int status = statusOf(response);
         SystemLog::write("[Installer4] Response for {} -> status={} error={} bytes={}",
                          describe(url), status, describe(error), body.size());

@@ -14,6 +14,7 @@
 #include "platform/PropertyList.h"
 #include "platform/URL.h"
 #include "platform/URLSession.h"
+#include "repository/IndexAnswer.h"
 
 namespace tolvane {
 
@@ -32,7 +33,8 @@ class Installer4RepositoryFetcher {
   // empty.
   using Completion = std::function<void(std::optional<PackageList>, std::optional<Error>)>;
 
-  explicit Installer4RepositoryFetcher(const URLSessionFactory& sessionFactory = makeURLSession);
+  explicit Installer4RepositoryFetcher(const URLSessionFactory& sessionFactory = makeURLSession,
+                                       IndexObserver observer = {});
 
   void fetchPackagesFromRepositoryURL(const std::optional<URL>& repositoryURL,
                                       Completion completion) const;
@@ -57,6 +59,7 @@ class Installer4RepositoryFetcher {
                                                 const std::optional<URL>& repositoryURL);
 
  private:
+  IndexObserver observer_;  // may be empty
   std::shared_ptr<URLSession> session_;  // 30 seconds a wait, 60 seconds a transfer
 };
 

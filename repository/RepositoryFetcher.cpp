@@ -115,8 +115,8 @@ std::optional<RepositoryFetcher::PackageList> readCandidate(Answer answer, std::
 
 }  // namespace
 
-RepositoryFetcher::RepositoryFetcher(URLSessionFactory sessionFactory)
-    : sessionFactory_(std::move(sessionFactory)) {}
+RepositoryFetcher::RepositoryFetcher(URLSessionFactory sessionFactory, IndexObserver observer)
+    : sessionFactory_(std::move(sessionFactory)), observer_(std::move(observer)) {}
 
 void RepositoryFetcher::fetchPackagesOfChosenKind(std::string_view choice,
                                                   const std::optional<URL>& repositoryURL,
@@ -155,7 +155,7 @@ void RepositoryFetcher::fetchInstaller3PackagesFromRepositoryURL(
   SystemLog::write("[Crawler] Installer 3-only fetch called with: {}", describe(repositoryURL));
   CrawlerLogger::logInfo(
       fmt::format("Fetching Installer 3 repository: {}", absoluteText(repositoryURL)));
-  Installer3RepositoryFetcher(sessionFactory_)
+  Installer3RepositoryFetcher(sessionFactory_, observer_)
       .fetchPackagesFromRepositoryURL(repositoryURL, std::move(completion));
 }
 
@@ -163,7 +163,7 @@ void RepositoryFetcher::tryInstaller4RepositoryURL(const std::optional<URL>& rep
                                                    Completion completion) const {
   SystemLog::write("[Crawler] Falling back to Installer 4 detection...");
   CrawlerLogger::logWarning("Falling back to Installer 4 detection...");
-  Installer4RepositoryFetcher(sessionFactory_)
+  Installer4RepositoryFetcher(sessionFactory_, observer_)
       .fetchPackagesFromRepositoryURL(
           repositoryURL, [completion = std::move(completion)](std::optional<PackageList> packages,
                                                               std::optional<Error> error) {
@@ -206,7 +206,9 @@ void RepositoryFetcher::tryCandidatePaths(CandidatePaths paths, std::size_t inde
   freshSession()->dataTask(
       uncachedRequest(url),
       [fetcher = *this, paths, index, repositoryURL, fallbackToInstaller4, completion, url](
-          std::string body, std::optional<URLResponse> response, std::optional<Error> error) {
+          std::string body, const std::optional<URLResponse>& response,
+          std::optional<Error> error) {
+        if (fetcher.observer_) fetcher.observer_({url, response, body, error});
         Answer answer{std::move(body), statusOf(response), std::move(error)};
         std::optional<PackageList> packages;
         if (isCandidate(answer, url)) {

@@ -12,6 +12,7 @@
 #include "platform/Error.h"
 #include "platform/URL.h"
 #include "platform/URLSession.h"
+#include "repository/IndexAnswer.h"
 
 namespace tolvane {
 
@@ -38,7 +39,8 @@ class RepositoryFetcher {
   using CandidatePaths = std::shared_ptr<const std::vector<std::string>>;
   using Completion = std::function<void(std::optional<PackageList>, std::optional<Error>)>;
 
-  explicit RepositoryFetcher(URLSessionFactory sessionFactory = makeURLSession);
+  explicit RepositoryFetcher(URLSessionFactory sessionFactory = makeURLSession,
+                             IndexObserver observer = {});
 
   // The one of the four fetches below that fits the choice; any other text counts as APT.
   void fetchPackagesOfChosenKind(std::string_view choice, const std::optional<URL>& repositoryURL,
@@ -102,6 +104,7 @@ class RepositoryFetcher {
 
  private:
   URLSessionFactory sessionFactory_;
+  IndexObserver observer_;  // may be empty
 };
 
 }  // namespace tolvane
