@@ -14,8 +14,12 @@ struct Error {
   std::string domain;
   int code = 0;
   std::string description;  // one sentence for people
+  std::string detail = {};  // what the library below said of it, "" where it said nothing more
 
-  bool operator==(const Error&) const = default;
+  // The detail makes no difference: it is another wording of the same failure.
+  bool operator==(const Error& other) const {
+    return domain == other.domain && code == other.code && description == other.description;
+  }
 };
 
 // Domains and codes of the platform's own errors.

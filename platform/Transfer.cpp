@@ -2,6 +2,7 @@
 #include "platform/Transfer.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
 #include <limits>
 #include <memory>
@@ -23,6 +24,7 @@ constexpr int kMaximumRedirects = 20;
 constexpr long kReceiveBufferSize = 128 * 1024;
 constexpr long kSendBufferSize = 512 * 1024;
 constexpr int kLargestUnsent = 1024 * 1024;
+constexpr std::size_t kLongestHead = std::size_t{256} << 10;
 constexpr std::size_t kLongestRedirectBody = std::size_t{64} << 10;
 constexpr auto kLongestRedirect = std::chrono::seconds(1);  // from the end of its head
 constexpr std::size_t kLargestReservation = std::size_t{64} << 20;
@@ -135,7 +137,12 @@ void Transfer::setUp(CURLSH* share) {
   curl_easy_setopt(easy_, CURLOPT_URL, url.absoluteString().c_str());
   curl_easy_setopt(easy_, CURLOPT_PATH_AS_IS, 1L);  // a URL is sent as it was typed
   curl_easy_setopt(easy_, CURLOPT_PROTOCOLS_STR, "http,https");
-  curl_easy_setopt(easy_, CURLOPT_USERAGENT, "Tolvane/" TOLVANE_VERSION);
+  const std::string& userAgent = task_->session->configuration.userAgent;
+  curl_easy_setopt(easy_, CURLOPT_USERAGENT,
+                   userAgent.empty() ? "Tolvane/" TOLVANE_VERSION : userAgent.c_str());
+  curl_easy_setopt(easy_, CURLOPT_ERRORBUFFER, errorText_);
+  curl_easy_setopt(easy_, CURLOPT_OPENSOCKETFUNCTION, openSocket);
+  curl_easy_setopt(easy_, CURLOPT_OPENSOCKETDATA, this);
   curl_easy_setopt(easy_, CURLOPT_NOSIGNAL, 1L);
   curl_easy_setopt(easy_, CURLOPT_QUICK_EXIT, 1L);  // a timeout does not wait for a name look-up
   curl_easy_setopt(easy_, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
@@ -172,12 +179,23 @@ void Transfer::setUpBody(const std::string& body) {
 }
 
 void Transfer::setUpHeaders() {
+  const URLSessionConfiguration& configuration = task_->session->configuration;
+  const bool isTheirServer = !configuration.headers.empty() &&
+                             configuration.headersOrigin == task_->request.url->origin();
+  const HeaderFields own = isTheirServer ? configuration.headers : HeaderFields();
+  for (const auto& [name, value] : own) addHeader(name, value);
   for (const auto& [name, value] : task_->request.headers) {
-    // libcurl takes a colon without a value as the wish that the field be left out.
-    const bool isBlank = value.find_first_not_of(" \t\v\f") == std::string::npos;
-    headers_ = curl_slist_append(headers_, (isBlank ? name + ";" : name + ": " + value).c_str());
+    const bool isReplaced = std::ranges::any_of(
+        own, [&](const auto& field) { return equalsIgnoringASCIICase(field.first, name); });
+    if (!isReplaced) addHeader(name, value);
   }
   if (headers_) curl_easy_setopt(easy_, CURLOPT_HTTPHEADER, headers_);
+}
+
+void Transfer::addHeader(const std::string& name, const std::string& value) {
+  // libcurl takes a colon without a value as the wish that the field be left out.
+  const bool isBlank = value.find_first_not_of(" \t\v\f") == std::string::npos;
+  headers_ = curl_slist_append(headers_, (isBlank ? name + ";" : name + ": " + value).c_str());
 }
 
 // libcurl leaves the two variables to its callers.
@@ -196,6 +214,14 @@ TransferClock::time_point Transfer::deadline() const {
   return std::min(lastActivity_ + configuration.timeoutIntervalForRequest, end);
 }
 
+// libcurl says of a socket that the system refuses that it could not connect.
+curl_socket_t Transfer::openSocket(void* self, curlsocktype, curl_sockaddr* address) {
+  const int socket =
+      ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+  static_cast<Transfer*>(self)->socketError_ = socket < 0 ? errno : 0;
+  return socket < 0 ? CURL_SOCKET_BAD : socket;
+}
+
 // Sending, as receiving, keeps a transfer from being idle.
 int Transfer::onProgress(void* self, curl_off_t, curl_off_t, curl_off_t, curl_off_t sent) {
   auto* transfer = static_cast<Transfer*>(self);
@@ -205,14 +231,17 @@ int Transfer::onProgress(void* self, curl_off_t, curl_off_t, curl_off_t, curl_of
 }
 
 std::size_t Transfer::onHeader(const char* bytes, std::size_t size, std::size_t count, void* self) {
-  static_cast<Transfer*>(self)->readHeader({bytes, size * count});
-  return size * count;
+  auto* transfer = static_cast<Transfer*>(self);
+  transfer->failure_ = transfer->readHeader({bytes, size * count});
+  return transfer->failure_ ? CURL_WRITEFUNC_ERROR : size * count;
 }
 
-void Transfer::readHeader(std::string_view line) {
+std::optional<Error> Transfer::readHeader(std::string_view line) {
   lastActivity_ = TransferClock::now();
   receivedAnything_ = true;
-  if (headComplete_) return;  // a trailer
+  headSize_ += line.size();
+  if (headSize_ > kLongestHead) return urlError(kURLErrorDataLengthExceedsMaximum);
+  if (headComplete_) return std::nullopt;  // a trailer
   if (line.starts_with("HTTP/")) {
     long status = 0;
     long version = CURL_HTTP_VERSION_NONE;
@@ -220,14 +249,23 @@ void Transfer::readHeader(std::string_view line) {
     curl_easy_getinfo(easy_, CURLINFO_HTTP_VERSION, &version);
     statusCode_ = static_cast<int>(status);
     multiplexed_ = version >= CURL_HTTP_VERSION_2_0;
+    fields_.clear();
     location_.reset();
-  } else if (isField(line, "location")) {
-    location_ = trimWhitespaceAndNewlines(line.substr(line.find(':') + 1));
   } else if (line == "\r\n" || line == "\n") {
     headComplete_ = statusCode_ >= 200;
     headEnd_ = lastActivity_;
     if (headComplete_) onHead_(*this);
+  } else {
+    keepField(line);
   }
+  return std::nullopt;
+}
+
+void Transfer::keepField(std::string_view line) {
+  const std::size_t colon = line.find(':');
+  if (colon == std::string_view::npos) return;
+  fields_.emplace_back(line.substr(0, colon), trimWhitespaceAndNewlines(line.substr(colon + 1)));
+  if (isField(line, "location")) location_ = fields_.back().second;
 }
 
 std::size_t Transfer::onBody(const char* bytes, std::size_t size, std::size_t count, void* self) {
@@ -244,7 +282,14 @@ std::size_t Transfer::onBody(const char* bytes, std::size_t size, std::size_t co
 std::optional<Error> Transfer::receive(std::string_view bytes) {
   lastActivity_ = TransferClock::now();
   receivedAnything_ = true;
-  if (!task_->isDownload()) return receiveInMemory(bytes);
+  return task_->isDownload() ? receiveInFile(bytes) : receiveInMemory(bytes);
+}
+
+std::optional<Error> Transfer::receiveInFile(std::string_view bytes) {
+  const std::uint64_t bound =
+      task_->request.maximumFileSize.value_or(task_->session->configuration.maximumFileSize);
+  fileSize_ += bytes.size();
+  if (fileSize_ > bound) return urlError(kURLErrorDataLengthExceedsMaximum);
   if (!file_.isOpen()) {
     if (auto error = file_.open(task_->folder)) return error;
   }
@@ -263,7 +308,7 @@ std::optional<Error> Transfer::receiveInMemory(std::string_view bytes) {
     }
     body_.append(bytes);
   } catch (const std::bad_alloc&) {
-    return urlError(kURLErrorDataLengthExceedsMaximum);
+    return posixError(ENOMEM);
   }
   return std::nullopt;
 }
@@ -314,20 +359,38 @@ std::optional<Error> Transfer::followRedirect() {
   if (!url) return urlError(kURLErrorBadURL);
   if (!url->isHTTP()) return urlError(kURLErrorUnsupportedURL);
   if (url->host().empty()) return urlError(kURLErrorBadURL);
+  const TransferSession& session = *task_->session;
+  if (session.configuration.onInsecureRedirect && base.isTLS() && !url->isTLS()) {
+    session.callbackQueue.post([tell = session.configuration.onInsecureRedirect, from = base,
+                                to = *url] { tell(from, to); });
+  }
   task_->request.url = std::move(url);
   return std::nullopt;
 }
 
+Error Transfer::errorFor(CURLcode result) const {
+  // libcurl 7.88 says OK of a connection that ends, in order, inside the answer's head. The same
+  // goes for one that ends after nothing but interim answers.
+  if (result == CURLE_OK) return urlError(kURLErrorNetworkConnectionLost);
+  if (result == CURLE_COULDNT_CONNECT && socketError_ != 0) return posixError(socketError_);
+  Error error = urlErrorForCurlCode(result);
+  error.detail = errorText_[0] != '\0' ? errorText_ : curl_easy_strerror(result);
+  return error;
+}
+
 TransferOutcome Transfer::finish(CURLcode result) {
   TransferOutcome outcome;
-  if (headComplete_) outcome.response = URLResponse{statusCode_, wasCutShort()};
+  if (headComplete_) {
+    outcome.response =
+        URLResponse{statusCode_, wasCutShort(), task_->request.url, std::move(fields_)};
+  }
   if (failure_) {
     outcome.error = std::move(failure_);
   } else if (isRedirect()) {  // however its body ended
     outcome.error = followRedirect();
     outcome.sendAgain = !outcome.error;
     if (isRedirectRefusal(outcome.error)) outcome.response.reset();
-  } else if (result == CURLE_OK) {
+  } else if (result == CURLE_OK && headComplete_) {
     if (task_->isDownload() && !file_.isOpen()) outcome.error = file_.open(task_->folder);
   } else if (!task_->resent && wasLeftUnprocessed(result)) {
     task_->resent = true;
@@ -336,7 +399,7 @@ TransferOutcome Transfer::finish(CURLcode result) {
     task_->onFreshConnection = result != CURLE_HTTP2 && result != CURLE_HTTP2_STREAM;
     outcome.sendAgain = true;
   } else {
-    outcome.error = urlErrorForCurlCode(result);
+    outcome.error = errorFor(result);
   }
   if (!outcome.error && !outcome.sendAgain) {
     outcome.body = std::move(body_);

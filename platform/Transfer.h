@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <cstdint>
 #include <curl/curl.h>
 #include <functional>
 #include <memory>
@@ -48,20 +49,25 @@ class Transfer {
   static std::size_t onHeader(const char* bytes, std::size_t size, std::size_t count, void* self);
   static std::size_t onBody(const char* bytes, std::size_t size, std::size_t count, void* self);
 
+  static curl_socket_t openSocket(void* self, curlsocktype, curl_sockaddr* address);
   static int onProgress(void* self, curl_off_t, curl_off_t, curl_off_t, curl_off_t sent);
 
   void setUp(CURLSH* share);
   void setUpBody(const std::string& body);
   void setUpHeaders();
+  void addHeader(const std::string& name, const std::string& value);
   void trustCertificates();
-  void readHeader(std::string_view line);
+  std::optional<Error> readHeader(std::string_view line);
+  void keepField(std::string_view line);
   std::optional<Error> receive(std::string_view bytes);
+  std::optional<Error> receiveInFile(std::string_view bytes);
   std::optional<Error> receiveInMemory(std::string_view bytes);
   bool isRedirect() const;
   bool isPost() const { return task_->request.body.has_value(); }
   bool wasLeftUnprocessed(CURLcode result) const;
   bool wasCutShort() const;
   std::optional<Error> followRedirect();
+  Error errorFor(CURLcode result) const;
 
   CURL* easy_;
   curl_slist* headers_ = nullptr;
@@ -73,13 +79,18 @@ class Transfer {
 
   int statusCode_ = 0;         // of the head under way, or of the answer
   bool headComplete_ = false;  // of an answer that is not merely informational
+  std::size_t headSize_ = 0;   // of all heads so far, in bytes
+  HeaderFields fields_;        // of the same head as the status code
   std::optional<std::string> location_;
   std::size_t passedOver_ = 0;  // of a redirect's body
   curl_off_t sent_ = 0;         // of our own
   bool multiplexed_ = false;
   bool receivedAnything_ = false;
+  int socketError_ = 0;  // errno of a socket that could not be had
+  char errorText_[CURL_ERROR_SIZE] = "";
   std::string body_;
   TemporaryFile file_;
+  std::uint64_t fileSize_ = 0;
   std::optional<Error> failure_;  // ours, which made libcurl stop
 };
 

@@ -48,6 +48,7 @@ class Transport::Driver {
   enum class Start { started, nothingToStart, tooManyFiles };
   Start startOne(TransferSession& session, const std::string& server);
   void start(std::unique_ptr<TransferTask> task);
+  static void refuse(std::unique_ptr<TransferTask> task, Error error);
   void noteHead(const Transfer& transfer);
   void finishDone();
   void finishOverdue(TransferClock::time_point now);
@@ -160,6 +161,12 @@ Transport::Driver::Start Transport::Driver::startOne(TransferSession& session,
   std::unique_ptr<TransferTask> task = std::move(tasks.front());
   tasks.pop_front();
   --session.waiting;
+  if (session.configuration.refusal) {
+    if (std::optional<Error> error = session.configuration.refusal()) {
+      refuse(std::move(task), std::move(*error));
+      return Start::started;
+    }
+  }
   ++host.active;
   ++session.active;
   start(std::move(task));
@@ -180,6 +187,14 @@ void Transport::Driver::start(std::unique_ptr<TransferTask> task) {
   Transfer* const added = transfer.get();
   active_.emplace(added, std::move(transfer));
   if (curl_multi_add_handle(multi_, easy) != CURLM_OK) finish(added, CURLE_FAILED_INIT);
+}
+
+void Transport::Driver::refuse(std::unique_ptr<TransferTask> task, Error error) {
+  if (task->isDownload()) ++task->session->filesAtHand;
+  TransferOutcome outcome;
+  outcome.task = std::move(task);
+  outcome.error = std::move(error);
+  deliver(std::move(outcome));
 }
 
 // Called by libcurl in the middle of its work, so nothing is started here.

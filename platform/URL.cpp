@@ -66,14 +66,17 @@ std::optional<URL> URL::parse(std::string_view text) {
 }
 
 bool URL::isHTTP() const {
-  return equalsIgnoringASCIICase(scheme(), "http") || equalsIgnoringASCIICase(scheme(), "https");
+  return equalsIgnoringASCIICase(scheme(), "http") || isTLS();
+}
+
+bool URL::isTLS() const {
+  return equalsIgnoringASCIICase(scheme(), "https");
 }
 
 std::string URL::origin() const {
-  const bool isTLS = equalsIgnoringASCIICase(scheme(), "https");
   std::string origin(scheme());
   origin.append("://").append(host()).append(":");
-  origin.append(port().empty() ? (isTLS ? "443" : "80") : port());
+  origin.append(port().empty() ? (isTLS() ? "443" : "80") : port());
   return lowerCaseASCII(std::move(origin));
 }
 

@@ -26,6 +26,7 @@ class URL {
 
   // http or https, in any case of letters.
   bool isHTTP() const;
+  bool isTLS() const;  // https
 
   // Scheme, host and port in lower case, the scheme's usual port where none is named: equal for two
   // URLs of http or https exactly when they lead to one server.

@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -17,7 +18,12 @@
 namespace tolvane {
 
 // Bodies that are held in memory end here, counted after an HTTP content encoding was undone.
-inline constexpr std::size_t kMaximumBodySize = std::size_t{1} << 30;
+inline constexpr std::size_t kMaximumBodySize = std::size_t{512} << 20;
+
+// A downloaded file of which no size is known ends here.
+inline constexpr std::uint64_t kMaximumFileSize = std::uint64_t{4} << 30;
+
+using HeaderFields = std::vector<std::pair<std::string, std::string>>;
 
 struct URLSessionConfiguration {
   // The longest wait for further bytes, in either direction; before the first one it covers name,
@@ -29,6 +35,19 @@ struct URLSessionConfiguration {
   int maximumConnectionsPerHost = 6;
   // The longest body of a data task.
   std::size_t maximumBodySize = kMaximumBodySize;
+  // The longest body of a download whose request names no bound of its own.
+  std::uint64_t maximumFileSize = kMaximumFileSize;
+  std::string userAgent = {};  // "" for the program's own
+  // Sent with every request to the server of this origin (URL::origin()), and to no other one,
+  // redirects included. They replace fields of the same name.
+  std::string headersOrigin = {};
+  HeaderFields headers = {};
+  // Called before a transfer starts, on the transport's thread, which it must not hold up. An error
+  // ends the task without a request.
+  std::function<std::optional<Error>()> refusal = {};
+  // Called on the session's callback queue for each redirect from https to http, before it is
+  // followed.
+  std::function<void(const URL& from, const URL& to)> onInsecureRedirect = {};
 };
 
 // A GET or, with a body, a POST. No session keeps a cache.
@@ -44,8 +63,9 @@ struct URLRequest {
   // An empty value is sent as one, and so is a value of blanks alone: a server takes the blanks
   // around a value for no part of it (RFC 9110, section 5.5). A field with a line break or a NUL in
   // it is never sent: the request fails with kURLErrorUnknown.
-  std::vector<std::pair<std::string, std::string>> headers;
+  HeaderFields headers;
   std::optional<std::string> body = {};  // sent from here, without a copy
+  std::optional<std::uint64_t> maximumFileSize = {};  // of a download; else the configuration's
 };
 
 struct URLResponse {
@@ -53,6 +73,8 @@ struct URLResponse {
   // It came before the whole of a POST was sent, and the rest never was: the server refused what it
   // had not seen, or was going to hang up.
   bool cutRequestShort = false;
+  std::optional<URL> url = {};  // that answered, the last one of a row of redirects
+  HeaderFields headers = {};    // of its answer, in their order, names and values as received
 };
 
 // 0 where no response arrived.
