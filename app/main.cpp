@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "app/Application.h"
+#include "platform/Process.h"
 #include "platform/SystemLog.h"
 
 int main(int argc, char** argv) {
+  tolvane::prepareProcess();
   tolvane::SystemLog::writeToStandardError(true);
   tolvane::SystemLog::write("[MAIN] App started");
   return tolvane::runApplication(argc, argv);

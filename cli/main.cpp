@@ -2,7 +2,8 @@
 #include <iostream>
 
 #include "cli/Command.h"
-#include "cli/Process.h"
+#include "cli/StandardError.h"
+#include "platform/Process.h"
 #include "platform/URLSession.h"
 
 int main(int argc, char** argv) {

@@ -2,6 +2,7 @@
 #include "platform/HiddenNames.h"
 
 #include <cerrno>
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <fmt/format.h>
@@ -24,8 +25,12 @@ namespace {
 constexpr std::string_view kPrefix = ".tolvane-";
 constexpr std::size_t kDigitCount = 16;
 
+// How long the end of the process waits for a name that is being made.
+constexpr auto kLongestWait = std::chrono::seconds(2);
+
 struct Record {
-  std::mutex mutex;
+  // Held while a name is made as well, so that none appears once removeAll() has the lock.
+  std::timed_mutex mutex;
   std::set<std::string> ownPaths;
   std::set<std::string> sweptFolders;
   std::random_device random;
@@ -65,8 +70,8 @@ void removeIfNobodyHolds(const std::string& path) {
   }
 }
 
+// A new path that is on record. With the lock held.
 std::string reserve(const std::string& folder) {
-  const std::lock_guard lock(record().mutex);
   std::uniform_int_distribution<std::uint64_t> anyNumber;
   const std::string name = fmt::format("{}{:016x}", kPrefix, anyNumber(record().random));
   return *record().ownPaths.insert(joinPath(folder, name)).first;
@@ -79,13 +84,12 @@ bool HiddenNames::isOne(const std::string& path) {
 }
 
 int HiddenNames::create(const std::string& folder, std::string& path) {
+  const std::lock_guard lock(record().mutex);
   for (;;) {
     const std::string candidate = reserve(folder);
     const int descriptor = ::open(candidate.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
     if (descriptor < 0) {
-      const int failure = errno;
-      release(candidate);
-      errno = failure;
+      record().ownPaths.erase(candidate);  // leaves errno alone
       return -1;
     }
     // Between the two calls another process may have found the file without a lock.
@@ -94,20 +98,20 @@ int HiddenNames::create(const std::string& folder, std::string& path) {
       return descriptor;
     }
     ::close(descriptor);
-    remove(candidate);
+    ::unlink(candidate.c_str());
+    record().ownPaths.erase(candidate);
   }
 }
 
 bool HiddenNames::link(int descriptor, const std::string& folder, std::string& path) {
   lockOwn(descriptor);  // nobody else has seen the file yet
+  const std::lock_guard lock(record().mutex);
   const std::string candidate = reserve(folder);
   if (linkDescriptor(descriptor, candidate)) {
     path = candidate;
     return true;
   }
-  const int failure = errno;
-  release(candidate);
-  errno = failure;
+  record().ownPaths.erase(candidate);  // leaves errno alone
   return false;
 }
 
@@ -121,9 +125,11 @@ void HiddenNames::release(const std::string& path) {
   record().ownPaths.erase(path);
 }
 
-void HiddenNames::removeAll() {
-  const std::lock_guard lock(record().mutex);
-  for (const std::string& path : std::exchange(record().ownPaths, {})) ::unlink(path.c_str());
+std::unique_lock<std::timed_mutex> HiddenNames::removeAll() {
+  // A thread that ends the process by an exception may have the lock itself.
+  std::unique_lock lock(record().mutex, kLongestWait);
+  for (const std::string& path : record().ownPaths) ::unlink(path.c_str());
+  return lock;
 }
 
 void HiddenNames::removeStale(const std::string& folder) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <mutex>
 #include <string>
 
 namespace tolvane {
@@ -28,7 +29,8 @@ class HiddenNames {
   // Strikes the path from the record: the file has another name now.
   static void release(const std::string& path);
 
-  static void removeAll();
+  // Removes the files of all paths on record. No name can be made while the lock is held.
+  [[nodiscard]] static std::unique_lock<std::timed_mutex> removeAll();
 
   // Removes what killed processes have left in the folder, the first time that this process asks.
   static void removeStale(const std::string& folder);

@@ -10,7 +10,7 @@
 namespace tolvane {
 
 struct SerialQueue::State {
-  asio::strand<asio::thread_pool::executor_type> strand{backgroundPool().get_executor()};
+  asio::strand<asio::io_context::executor_type> strand{backgroundPool().get_executor()};
 };
 
 SerialQueue::SerialQueue() : state_(std::make_shared<State>()) {}

@@ -110,8 +110,12 @@ std::optional<Error> TemporaryFile::moveTo(const std::string& path) {
   return std::nullopt;
 }
 
-void TemporaryFile::removeAll() {
-  HiddenNames::removeAll();
+std::unique_lock<std::timed_mutex> TemporaryFile::removeAll() {
+  return HiddenNames::removeAll();
+}
+
+void TemporaryFile::removeStale(const std::string& folder) {
+  HiddenNames::removeStale(folder);
 }
 
 void TemporaryFile::allowUnnamedFiles(bool allowed) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <mutex>
 #include <optional>
 #include <string>
 
@@ -40,8 +41,12 @@ class TemporaryFile {
   std::optional<Error> moveTo(const std::string& path);
 
   // Removes the hidden names that this process has made and not yet moved or removed. For a
-  // process that ends at once; safe to call from any thread.
-  static void removeAll();
+  // process that ends at once, on any thread: while the lock is held, no file gets a hidden name.
+  [[nodiscard]] static std::unique_lock<std::timed_mutex> removeAll();
+
+  // Removes the hidden names in `folder` that killed processes have left, once a process. Names
+  // that a living process holds stay. open() does the same for its folder.
+  static void removeStale(const std::string& folder);
 
   // For tests: whether open() may make unnamed files where the file system has them.
   static void allowUnnamedFiles(bool allowed);

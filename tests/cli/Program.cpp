@@ -96,7 +96,7 @@ Program::Program(const std::vector<std::string>& arguments, const ProgramSetting
   sigset_t none, usual;
   sigemptyset(&none);
   sigemptyset(&usual);
-  for (const int number : {SIGINT, SIGTERM, SIGPIPE}) sigaddset(&usual, number);
+  for (const int number : {SIGHUP, SIGINT, SIGTERM, SIGPIPE, SIGXFSZ}) sigaddset(&usual, number);
   posix_spawnattr_setsigmask(&attributes, &none);
   posix_spawnattr_setsigdefault(&attributes, &usual);
   posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);

@@ -228,7 +228,7 @@ TEST_P(TemporaryFileTest, RemoveAllLeavesNoHiddenNameAndNoMovedFileGoes) {
   EXPECT_EQ(moved.moveTo(folder_.path("name")), std::nullopt);
   TemporaryFile first = openedFile(folder_.path(), "bytes");
   TemporaryFile second = openedFile(folder_.path(), "bytes");
-  TemporaryFile::removeAll();
+  TemporaryFile::removeAll().unlock();
   EXPECT_THAT(folder_.names(), ElementsAre("name"));
   if (!isUnnamed()) {
     EXPECT_EQ(first.moveTo(folder_.path("other")), posixError(ENOENT));
