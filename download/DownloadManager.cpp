@@ -132,7 +132,8 @@ void DownloadManager::downloadPackage(const PackageEntry& package,
   const std::string localPath = joinPath(destinationPath, name);
   if (fileExists(localPath)) {
     CrawlerLogger::logSuccess(fmt::format("Already downloaded: {}", name));
-    if (observer_) observer_({package, {std::nullopt, std::nullopt, localPath}, true, std::nullopt});
+    if (observer_)
+      observer_({package, {std::nullopt, std::nullopt, localPath}, true, std::nullopt});
     return completion(true, localPath, std::nullopt);
   }
   const auto refuse = [&](const Error& error) {
@@ -160,8 +161,8 @@ void DownloadManager::downloadPackage(const PackageEntry& package,
                                       const std::optional<URL>& downloadURL,
                                       const std::string& localPath, int retryCount,
                                       Completion completion) {
-  Attempt::start(std::make_shared<Attempt>(Attempt{
-      session_, package, downloadURL, localPath, retryCount, std::move(completion), observer_}));
+  Attempt::start(std::make_shared<Attempt>(Attempt{session_, package, downloadURL, localPath,
+                                                   retryCount, std::move(completion), observer_}));
 }
 
 std::optional<Error> DownloadManager::validationErrorForPackage(const PackageEntry& package,

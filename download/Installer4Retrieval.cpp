@@ -65,14 +65,14 @@ void Installer4Retrieval::downloadInstaller4Package(const PackageEntry& package,
   if (!observer_) return retrieve(package, repositoryURL, destinationPath, std::move(completion));
   Installer4Retrieval observed = *this;
   observed.lastRequest_ = std::make_shared<LastRequest>();
-  observed.retrieve(package, repositoryURL, destinationPath,
-                    [package, observer = observer_, request = observed.lastRequest_,
-                     completion = std::move(completion)](
-                        bool success, bool verified, bool validationFailed,
-                        const std::optional<Error>& error) {
-                      observer({package, *request, success, error});
-                      completion(success, verified, validationFailed, error);
-                    });
+  observed.retrieve(
+      package, repositoryURL, destinationPath,
+      [package, observer = observer_, request = observed.lastRequest_,
+       completion = std::move(completion)](bool success, bool verified, bool validationFailed,
+                                           const std::optional<Error>& error) {
+        observer({package, *request, success, error});
+        completion(success, verified, validationFailed, error);
+      });
 }
 
 void Installer4Retrieval::retrieve(const PackageEntry& package,
@@ -131,10 +131,9 @@ void Installer4Retrieval::fetchInstaller4PackageInfoFromURL(const std::optional<
   }
   SystemLog::write("[Installer4] Fetching package info: {}", describe(url));
   session_->dataTask(
-      uncachedRequest(url),
-      [url, request = lastRequest_, completion = std::move(completion)](
-          const std::string& body, const std::optional<URLResponse>& response,
-          std::optional<Error> error) {
+      uncachedRequest(url), [url, request = lastRequest_, completion = std::move(completion)](
+                                const std::string& body, const std::optional<URLResponse>& response,
+                                std::optional<Error> error) {
         if (request) *request = {url, response, ""};
         if (error) return completion(std::nullopt, std::move(error));
         const int status = statusOf(response);

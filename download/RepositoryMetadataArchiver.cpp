@@ -36,7 +36,9 @@ bool save(TemporaryFile file, const std::optional<URLResponse>& response,
 RepositoryMetadataArchiver::RepositoryMetadataArchiver(MainQueue& mainQueue,
                                                        const URLSessionFactory& sessionFactory,
                                                        MetadataObserver observer)
-    : mainQueue_(mainQueue), observer_(std::move(observer)), session_(sessionFactory(URLSessionConfiguration())) {}
+    : mainQueue_(mainQueue),
+      observer_(std::move(observer)),
+      session_(sessionFactory(URLSessionConfiguration())) {}
 
 void RepositoryMetadataArchiver::archiveMetadataForRepositoryURL(
     const std::optional<URL>& repositoryURL, const std::string& destinationPath,

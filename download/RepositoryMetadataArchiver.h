@@ -44,7 +44,7 @@ class RepositoryMetadataArchiver {
 
  private:
   MainQueue& mainQueue_;
-  MetadataObserver observer_;  // may be empty
+  MetadataObserver observer_;            // may be empty
   std::shared_ptr<URLSession> session_;  // with the default timeouts
 };
 

@@ -3,10 +3,12 @@
 
 #include <cerrno>
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <fmt/format.h>
 #include <mutex>
+#include <new>
 #include <random>
 #include <set>
 #include <string_view>
@@ -33,12 +35,13 @@ struct Record {
   std::timed_mutex mutex;
   std::set<std::string> ownPaths;
   std::set<std::string> sweptFolders;
-  std::random_device random;
 };
 
 Record& record() {
-  // Never destroyed: background threads may still hold files while the process exits.
-  static auto* const record = new Record;
+  // Never destroyed: background threads may still hold files while the process exits. And in memory
+  // that is there: a process that ends for want of memory asks for it.
+  alignas(Record) static std::byte memory[sizeof(Record)];
+  static auto* const record = new (memory) Record;
   return *record;
 }
 
@@ -72,8 +75,9 @@ void removeIfNobodyHolds(const std::string& path) {
 
 // A new path that is on record. With the lock held.
 std::string reserve(const std::string& folder) {
+  static auto* const random = new std::random_device;
   std::uniform_int_distribution<std::uint64_t> anyNumber;
-  const std::string name = fmt::format("{}{:016x}", kPrefix, anyNumber(record().random));
+  const std::string name = fmt::format("{}{:016x}", kPrefix, anyNumber(*random));
   return *record().ownPaths.insert(joinPath(folder, name)).first;
 }
 

@@ -3,6 +3,7 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <cxxabi.h>
 #include <exception>
 #include <fcntl.h>
 #include <new>
@@ -11,6 +12,7 @@
 #include <sys/resource.h>
 #include <system_error>
 #include <thread>
+#include <typeinfo>
 #include <unistd.h>
 
 #include "platform/TemporaryFile.h"
@@ -51,15 +53,11 @@ void say(std::string_view text) {
 // program.
 [[noreturn]] void endOnException() {
   const auto noMoreNames = TemporaryFile::removeAll();
-  try {
-    if (const std::exception_ptr exception = std::current_exception()) {
-      std::rethrow_exception(exception);
-    }
-  } catch (const std::bad_alloc&) {
-    endForWantOf("Not enough memory.\n");
-  } catch (const std::system_error&) {
+  // To throw the exception once more, so as to catch it, would take memory.
+  const std::type_info* const type = abi::__cxa_current_exception_type();
+  if (type != nullptr && *type == typeid(std::bad_alloc)) endForWantOf("Not enough memory.\n");
+  if (type != nullptr && *type == typeid(std::system_error)) {
     endForWantOf("The system has no thread to spare.\n");
-  } catch (...) {
   }
   std::abort();
 }

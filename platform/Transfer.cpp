@@ -180,8 +180,8 @@ void Transfer::setUpBody(const std::string& body) {
 
 void Transfer::setUpHeaders() {
   const URLSessionConfiguration& configuration = task_->session->configuration;
-  const bool isTheirServer = !configuration.headers.empty() &&
-                             configuration.headersOrigin == task_->request.url->origin();
+  const bool isTheirServer =
+      !configuration.headers.empty() && configuration.headersOrigin == task_->request.url->origin();
   const HeaderFields own = isTheirServer ? configuration.headers : HeaderFields();
   for (const auto& [name, value] : own) addHeader(name, value);
   for (const auto& [name, value] : task_->request.headers) {
@@ -216,8 +216,7 @@ TransferClock::time_point Transfer::deadline() const {
 
 // libcurl says of a socket that the system refuses that it could not connect.
 curl_socket_t Transfer::openSocket(void* self, curlsocktype, curl_sockaddr* address) {
-  const int socket =
-      ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+  const int socket = ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
   static_cast<Transfer*>(self)->socketError_ = socket < 0 ? errno : 0;
   return socket < 0 ? CURL_SOCKET_BAD : socket;
 }

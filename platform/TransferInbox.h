@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <atomic>
 #include <curl/curl.h>
 #include <memory>
 #include <mutex>
@@ -22,6 +23,10 @@ class TransferInbox {
 
   void stop();
   bool isStopped();
+
+  // Downloaded files whose completion has not run yet, and whether a start waits for that.
+  std::atomic<int> filesAtHand{0};
+  std::atomic<bool> startBlocked{false};
 
  private:
   std::mutex mutex_;

@@ -21,8 +21,8 @@ void deliver(TransferOutcome outcome) {
     }
     std::get<URLSession::DownloadCompletion>(task.completion)(
         std::move(shared->file), shared->response, std::move(shared->error));
-    --session->filesAtHand;
-    if (session->startBlocked.exchange(false)) session->inbox->wake();
+    --session->inbox->filesAtHand;
+    if (session->inbox->startBlocked.exchange(false)) session->inbox->wake();
   });
 }
 

@@ -20,7 +20,7 @@ struct TransferOutcome {
 };
 
 // Hands the outcome to the task's completion, on the session's callback queue. A download's counts
-// among its session's filesAtHand until then.
+// among the inbox's filesAtHand until then.
 void deliver(TransferOutcome outcome);
 
 // The same, once the file's bytes are on the disk.

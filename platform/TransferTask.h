@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <atomic>
 #include <chrono>
 #include <deque>
 #include <memory>
@@ -53,9 +52,6 @@ struct TransferSession {
   SerialQueue callbackQueue;
   std::shared_ptr<TransferInbox> inbox;
 
-  // Downloaded files whose completion has not run yet, and whether a start waits for that.
-  std::atomic<int> filesAtHand{0};
-  std::atomic<bool> startBlocked{false};
   // ------------------------------------------------
   std::unordered_map<std::string, TransferHost> hosts;
   std::size_t waiting = 0;

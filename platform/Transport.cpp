@@ -2,8 +2,13 @@
 #include "platform/Transport.h"
 
 #include <algorithm>
+#include <climits>
 #include <curl/curl.h>
+#include <filesystem>
+#include <iterator>
+#include <new>
 #include <set>
+#include <sys/resource.h>
 #include <thread>
 #include <unordered_map>
 #include <unordered_set>
@@ -21,14 +26,30 @@ namespace {
 
 constexpr int kStreamsPerConnection = 100;
 constexpr long kKeptConnections = 128;
-// Of one session: files under way and files whose completion has not run. New transfers wait for
-// the completions, so a slow disk or a slow hash never piles up open files.
+// Files under way and files whose completion has not run. New transfers wait for the completions,
+// so a slow disk or a slow hash never piles up open files.
 constexpr int kMaximumOpenFiles = 256;
+constexpr int kDescriptorsOfTransfer = 4;  // a name look-up has as many; then a socket and a file
+constexpr int kDescriptorsOfOthers = 8;    // hashing, flushes, timers
 constexpr auto kQuickTransfer = std::chrono::seconds(1);
 constexpr TransferClock::duration kLongestSleep = std::chrono::seconds(60);
 // libcurl 7.88 reads a whole HTTP/2 connection for one of its transfers and now and then leaves the
 // others asleep with their answers at hand. They see them the next time it is called.
 constexpr TransferClock::duration kLongestMultiplexedSleep = std::chrono::milliseconds(100);
+
+int openDescriptors() {
+  std::error_code failure;
+  const std::filesystem::directory_iterator entries("/proc/self/fd", failure);
+  return failure ? 3 : static_cast<int>(std::distance(begin(entries), end(entries)));
+}
+
+// As many files as the process's limit of descriptors has room for.
+int maximumOpenFiles() {
+  rlimit limit{};
+  if (::getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur > INT_MAX) return kMaximumOpenFiles;
+  const int left = static_cast<int>(limit.rlim_cur) - openDescriptors() - kDescriptorsOfOthers;
+  return std::clamp(left / kDescriptorsOfTransfer, 1, kMaximumOpenFiles);
+}
 
 }  // namespace
 
@@ -48,7 +69,7 @@ class Transport::Driver {
   enum class Start { started, nothingToStart, tooManyFiles };
   Start startOne(TransferSession& session, const std::string& server);
   void start(std::unique_ptr<TransferTask> task);
-  static void refuse(std::unique_ptr<TransferTask> task, Error error);
+  void refuse(std::unique_ptr<TransferTask> task, Error error);
   void noteHead(const Transfer& transfer);
   void finishDone();
   void finishOverdue(TransferClock::time_point now);
@@ -57,6 +78,7 @@ class Transport::Driver {
   void limitConnections();
   int sleepMilliseconds() const;
 
+  const int maximumOpenFiles_ = maximumOpenFiles();
   CURLM* multi_;
   CURLSH* share_;
   std::vector<CURL*> idleHandles_;
@@ -78,7 +100,12 @@ class Transport::Driver {
 Transport::Driver::Driver() {
   curl_global_init(CURL_GLOBAL_DEFAULT);
   multi_ = curl_multi_init();
-  curl_multi_setopt(multi_, CURLMOPT_MAXCONNECTS, kKeptConnections);
+  curl_multi_setopt(multi_, CURLMOPT_MAXCONNECTS,
+                    std::min(kKeptConnections, long{maximumOpenFiles_}));
+  // Kept connections make room for new ones then.
+  if (maximumOpenFiles_ < kMaximumOpenFiles) {
+    curl_multi_setopt(multi_, CURLMOPT_MAX_TOTAL_CONNECTIONS, long{maximumOpenFiles_});
+  }
   curl_multi_setopt(multi_, CURLMOPT_MAX_CONCURRENT_STREAMS, long{kStreamsPerConnection});
   share_ = curl_share_init();
   curl_share_setopt(share_, CURLSHOPT_SHARE, CURL_LOCK_DATA_SSL_SESSION);
@@ -154,9 +181,10 @@ Transport::Driver::Start Transport::Driver::startOne(TransferSession& session,
   }
   if (host.active >= limit) return Start::nothingToStart;
   // Said before it is checked, so that a completion in between is not missed, and never taken back:
-  // another server of the session may be waiting for it. To wake once too often does no harm.
-  session.startBlocked = true;
-  if (session.active + session.filesAtHand >= kMaximumOpenFiles) return Start::tooManyFiles;
+  // another server may be waiting for it. To wake once too often does no harm.
+  inbox_->startBlocked = true;
+  const int atHand = static_cast<int>(active_.size()) + inbox_->filesAtHand;
+  if (atHand >= maximumOpenFiles_) return Start::tooManyFiles;
 
   std::unique_ptr<TransferTask> task = std::move(tasks.front());
   tasks.pop_front();
@@ -177,6 +205,7 @@ void Transport::Driver::start(std::unique_ptr<TransferTask> task) {
   CURL* easy = nullptr;
   if (idleHandles_.empty()) {
     easy = curl_easy_init();
+    if (easy == nullptr) throw std::bad_alloc();
   } else {
     easy = idleHandles_.back();
     idleHandles_.pop_back();
@@ -190,7 +219,7 @@ void Transport::Driver::start(std::unique_ptr<TransferTask> task) {
 }
 
 void Transport::Driver::refuse(std::unique_ptr<TransferTask> task, Error error) {
-  if (task->isDownload()) ++task->session->filesAtHand;
+  if (task->isDownload()) ++inbox_->filesAtHand;
   TransferOutcome outcome;
   outcome.task = std::move(task);
   outcome.error = std::move(error);
@@ -261,7 +290,7 @@ void Transport::Driver::finish(Transfer* transfer, CURLcode result) {
   } else if (!outcome.task->isDownload()) {
     deliver(std::move(outcome));
   } else {
-    ++session->filesAtHand;
+    ++inbox_->filesAtHand;
     if (outcome.error) {
       deliver(std::move(outcome));
     } else {
@@ -320,10 +349,12 @@ const std::shared_ptr<Transport>& Transport::shared() {
     ~StopAtExit() { transport.stop(); }
   };
   static const auto* const transport = [] {
-    // Threads that are there first are there to the last.
+    // Its thread comes first, since the pools take what is left. They are there before what stops
+    // it, and so to the last.
+    auto* const made = new std::shared_ptr<Transport>(std::make_shared<Transport>());
     dispatchAsync([] {});
     dispatchFlush([] {});
-    return new std::shared_ptr<Transport>(std::make_shared<Transport>());
+    return made;
   }();
   static const StopAtExit stopAtExit{**transport};
   return *transport;

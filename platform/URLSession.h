@@ -64,7 +64,7 @@ struct URLRequest {
   // around a value for no part of it (RFC 9110, section 5.5). A field with a line break or a NUL in
   // it is never sent: the request fails with kURLErrorUnknown.
   HeaderFields headers;
-  std::optional<std::string> body = {};  // sent from here, without a copy
+  std::optional<std::string> body = {};               // sent from here, without a copy
   std::optional<std::uint64_t> maximumFileSize = {};  // of a download; else the configuration's
 };
 

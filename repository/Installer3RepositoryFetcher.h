@@ -52,7 +52,7 @@ class Installer3RepositoryFetcher {
   static std::string stringValue(const PropertyList* value);
 
  private:
-  IndexObserver observer_;  // may be empty
+  IndexObserver observer_;               // may be empty
   std::shared_ptr<URLSession> session_;  // 60 seconds a wait, 120 seconds a transfer
 };
 

@@ -59,7 +59,7 @@ class Installer4RepositoryFetcher {
                                                 const std::optional<URL>& repositoryURL);
 
  private:
-  IndexObserver observer_;  // may be empty
+  IndexObserver observer_;               // may be empty
   std::shared_ptr<URLSession> session_;  // 30 seconds a wait, 60 seconds a transfer
 };
 

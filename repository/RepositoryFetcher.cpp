@@ -203,24 +203,23 @@ void RepositoryFetcher::tryCandidatePaths(CandidatePaths paths, std::size_t inde
   const std::optional<URL> url = URLForCandidatePath((*paths)[index], repositoryURL);
   SystemLog::write("[Crawler] Trying: {}", describe(url));
   CrawlerLogger::logInfo(fmt::format("Trying package index: {}", absoluteText(url)));
-  freshSession()->dataTask(
-      uncachedRequest(url),
-      [fetcher = *this, paths, index, repositoryURL, fallbackToInstaller4, completion, url](
-          std::string body, const std::optional<URLResponse>& response,
-          std::optional<Error> error) {
-        if (fetcher.observer_) fetcher.observer_({url, response, body, error});
-        Answer answer{std::move(body), statusOf(response), std::move(error)};
-        std::optional<PackageList> packages;
-        if (isCandidate(answer, url)) {
-          packages = readCandidate(std::move(answer), (*paths)[index], absoluteText(url));
-        }
-        if (packages) {
-          completion(std::move(packages), std::nullopt);
-        } else {
-          fetcher.tryCandidatePaths(paths, index + 1, repositoryURL, fallbackToInstaller4,
-                                    completion);
-        }
-      });
+  freshSession()->dataTask(uncachedRequest(url), [fetcher = *this, paths, index, repositoryURL,
+                                                  fallbackToInstaller4, completion,
+                                                  url](std::string body,
+                                                       const std::optional<URLResponse>& response,
+                                                       std::optional<Error> error) {
+    if (fetcher.observer_) fetcher.observer_({url, response, body, error});
+    Answer answer{std::move(body), statusOf(response), std::move(error)};
+    std::optional<PackageList> packages;
+    if (isCandidate(answer, url)) {
+      packages = readCandidate(std::move(answer), (*paths)[index], absoluteText(url));
+    }
+    if (packages) {
+      completion(std::move(packages), std::nullopt);
+    } else {
+      fetcher.tryCandidatePaths(paths, index + 1, repositoryURL, fallbackToInstaller4, completion);
+    }
+  });
 }
 
 RepositoryFetcher::CandidatePaths RepositoryFetcher::candidatePaths() {

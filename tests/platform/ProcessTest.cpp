@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-#include "platform/Process.h"
-
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -13,6 +11,7 @@
 #include <thread>
 #include <unistd.h>
 
+#include "platform/Process.h"
 #include "platform/TemporaryFile.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -101,8 +100,7 @@ TEST_P(ProcessSignalDeathTest, ASignalThatTheParentIgnoresStaysIgnored) {
   EXPECT_EXIT(goOn(), testing::ExitedWithCode(74), "");
 }
 
-INSTANTIATE_TEST_SUITE_P(Signals, ProcessSignalDeathTest,
-                         testing::Values(SIGHUP, SIGINT, SIGTERM));
+INSTANTIATE_TEST_SUITE_P(Signals, ProcessSignalDeathTest, testing::Values(SIGHUP, SIGINT, SIGTERM));
 
 TEST_F(ProcessDeathTest, WantOfMemoryOnAnyThreadEndsWithAMessageAndNoHiddenName) {
   EXPECT_EXIT(endByException(std::bad_alloc()), testing::ExitedWithCode(1), "^Not enough memory.");

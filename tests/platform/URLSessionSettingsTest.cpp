@@ -34,8 +34,7 @@ TEST_F(URLSessionSettings, ADownloadEndsAtTheBoundOfItsRequest) {
   server_.onAnyOther(sendForEver);
   URLRequest bounded = request(server_.url("/file"));
   bounded.maximumFileSize = 1000000;
-  const DownloadReply reply =
-      await(startDownload(*session(), std::move(bounded), folder_.path()));
+  const DownloadReply reply = await(startDownload(*session(), std::move(bounded), folder_.path()));
   EXPECT_EQ(reply.error, tooLong_);
   EXPECT_EQ(reply.status(), 200);
   EXPECT_FALSE(reply.file.isOpen());
@@ -83,9 +82,9 @@ TEST_F(URLSessionSettings, HeaderFieldsReachTheirServerOnly) {
 
 TEST_F(URLSessionSettings, AFieldTakesThePlaceOfTheRequestsOwn) {
   server_.onAnyOther(respond(200, ""));
-  const auto session = this->session({.headersOrigin = originOf(server_),
-                                      .headers = {{"cache-control", "max-age=0"},
-                                                  {"user-agent", "Mine"}}});
+  const auto session =
+      this->session({.headersOrigin = originOf(server_),
+                     .headers = {{"cache-control", "max-age=0"}, {"user-agent", "Mine"}}});
   await(startData(*session, request(server_.url("/"), {{"Cache-Control", "no-cache"}})));
   const LoopbackRequest sent = server_.requests().back();
   EXPECT_EQ(sent.header("Cache-Control"), "max-age=0");
@@ -100,8 +99,8 @@ TEST_F(URLSessionSettings, AResponseHasItsHeaderFieldsAndTheAddressThatAnswered)
   ASSERT_TRUE(reply.response);
   EXPECT_EQ(absoluteText(reply.response->url), server_.url("/new"));
   using Field = std::pair<std::string, std::string>;
-  EXPECT_THAT(reply.response->headers, testing::IsSupersetOf({Field("ETag", "\"1\""),
-                                                              Field("Last-Modified", "yesterday")}));
+  EXPECT_THAT(reply.response->headers,
+              testing::IsSupersetOf({Field("ETag", "\"1\""), Field("Last-Modified", "yesterday")}));
 }
 
 TEST_F(URLSessionSettings, ARefusalEndsWhatHasNotStartedWithoutARequest) {
@@ -109,9 +108,10 @@ TEST_F(URLSessionSettings, ARefusalEndsWhatHasNotStartedWithoutARequest) {
   server_.onAnyOther(heldBy(gate, respond(200, "x")));
   std::atomic<bool> refusing = false;
   const Error reason = urlError(-1, "not tried: the disk is full");
-  const auto session = this->session(
-      {.maximumConnectionsPerHost = 1,
-       .refusal = [&] { return refusing ? std::optional<Error>(reason) : std::nullopt; }});
+  const auto session =
+      this->session({.maximumConnectionsPerHost = 1, .refusal = [&] {
+                       return refusing ? std::optional<Error>(reason) : std::nullopt;
+                     }});
   auto started = startData(*session, request(server_.url("/1")));
   ASSERT_TRUE(eventually([&] { return server_.requestsInFlight() == 1; }));
   refusing = true;
