@@ -7,7 +7,6 @@
 #include <QPainter>
 #include <QStandardPaths>
 #include <QSvgRenderer>
-#include <csignal>
 
 #include "app/AppDelegate.h"
 #include "app/ApplicationEvents.h"
@@ -16,6 +15,7 @@
 #include "app/SQLiteContainer.h"
 #include "app/VersionInfo.h"
 #include "platform/Bundle.h"
+#include "platform/FolderFlush.h"
 #include "ui/DialogSheets.h"
 #include "ui/QtMainQueue.h"
 #include "ui/Strings.h"
@@ -72,7 +72,6 @@ QIcon applicationIcon() {
 }
 
 int runApplication(int argc, char** argv) {
-  std::signal(SIGPIPE, SIG_IGN);
   QApplication application(argc, argv);
   QApplication::setApplicationName(QStringLiteral("Tolvane"));
   QApplication::setApplicationVersion(QStringLiteral(TOLVANE_VERSION));
@@ -96,7 +95,9 @@ int runApplication(int argc, char** argv) {
   window.controller().controls().repoURLField->setText(url);
   window.show();
   delegate.applicationDidFinishLaunching(*window.menuBar());
-  return QApplication::exec();
+  const int status = QApplication::exec();
+  flushFolders();  // the names of a run that has just ended
+  return status;
 }
 
 }  // namespace tolvane

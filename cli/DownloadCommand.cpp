@@ -15,6 +15,7 @@
 #include "download/DownloadCounters.h"
 #include "download/DownloadQueueManager.h"
 #include "download/RepositoryMetadataArchiver.h"
+#include "platform/FolderFlush.h"
 #include "platform/RunLoop.h"
 
 namespace tolvane {
@@ -132,6 +133,9 @@ class Download {
   }
 
   int finish(const std::string& text) {
+    if (const std::optional<Error> error = flushFolders()) {
+      fail("Could not flush the folder: " + error->description);
+    }
     output_ << (options_.json ? jsonText(jsonObject(counters_, alreadyPresent_)) : text) << '\n';
     return hasFailed_ || counters_.failed > 0 ? kExitFailed : kExitDone;
   }

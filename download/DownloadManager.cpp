@@ -19,14 +19,26 @@ namespace tolvane {
 namespace {
 
 constexpr auto kRetryDelay = std::chrono::seconds(2);
+constexpr std::uint64_t kLongestExcess = std::uint64_t{64} << 20;  // over the size in the index
 
 Error managerError(DownloadManagerError code, std::string description) {
   return {std::string(kDownloadManagerErrorDomain), code, std::move(description)};
 }
 
+// The size that the index gives; 0, as for text that is no number, says nothing about the file.
+std::int64_t expectedSize(const PackageEntry& package) {
+  return integerValue(package.size());
+}
+
+// Where a transfer without end is given up; the exact size is validated afterwards.
+std::optional<std::uint64_t> maximumFileSize(const PackageEntry& package) {
+  const std::int64_t size = expectedSize(package);
+  if (size <= 0) return std::nullopt;
+  return static_cast<std::uint64_t>(size) + kLongestExcess;
+}
+
 std::optional<Error> sizeError(const PackageEntry& package, std::uint64_t actual) {
-  // A size of 0 and text that is no number say nothing about the file.
-  const auto expected = static_cast<std::uint64_t>(integerValue(package.size()));
+  const auto expected = static_cast<std::uint64_t>(expectedSize(package));
   if (expected == 0 || expected == actual) return std::nullopt;
   return managerError(kSizeMismatchError,
                       fmt::format("Size mismatch for {}. Expected {} bytes, got {} bytes.",
@@ -70,8 +82,10 @@ struct DownloadManager::Attempt {
 };
 
 void DownloadManager::Attempt::start(const std::shared_ptr<Attempt>& attempt) {
+  URLRequest request{attempt->url, {}};
+  request.maximumFileSize = maximumFileSize(attempt->package);
   attempt->session->downloadTask(
-      {attempt->url, {}}, folderOf(attempt->localPath),
+      std::move(request), folderOf(attempt->localPath),
       [attempt](TemporaryFile file, std::optional<URLResponse> response,
                 const std::optional<Error>& error) {
         if (!error) {
@@ -143,6 +157,8 @@ void DownloadManager::downloadPackage(const PackageEntry& package,
   if (const std::optional<Error> error = createFolder(destinationPath)) {
     return fail(package, completion, *error, destinationFailureText(*error));
   }
+  // The move would say so too, after a download every night.
+  if (isNameTooLong(localPath)) return refuse(posixError(ENAMETOOLONG));
 
   const std::optional<URL> url = URLForPackage(package, repositoryURL);
   SystemLog::write("[Download] {}", describe(url));

@@ -14,6 +14,7 @@
 #include "model/CrawlerLogger.h"
 #include "platform/DispatchGroup.h"
 #include "platform/File.h"
+#include "platform/TemporaryFile.h"
 #include "platform/Text.h"
 
 namespace tolvane {
@@ -237,6 +238,7 @@ std::string DownloadQueueManager::localFilenameForPackage(const PackageEntry& pa
 
 DownloadQueueManager::PackageList DownloadQueueManager::missingPackagesFromPackages(
     const PackageList& packages, const std::string& destinationPath) {
+  TemporaryFile::removeStale(destinationPath);
   PackageList missing;
   std::copy_if(packages.begin(), packages.end(), std::back_inserter(missing),
                [&](const PackageEntry& package) {
@@ -252,6 +254,7 @@ void DownloadQueueManager::downloadPackages(const PackageList& packages,
                                             Completion completion) {
   shared_->cancelled = false;
   shared_->hasInstaller4Packages = false;
+  TemporaryFile::removeStale(destinationPath);
   CrawlerLogger::logInfo(fmt::format("Starting download queue: {} package(s)", packages.size()));
   if (packages.empty()) {
     CrawlerLogger::logWarning("Download queue is empty.");

@@ -50,7 +50,8 @@ class DownloadQueueManager : public Installer4Retrieval {
   static std::string localFilenameForPackage(const PackageEntry& package);
 
   // The packages whose name, by the rule of DownloadManager for every kind of package, does not
-  // exist in the folder, in their order. On the calling thread.
+  // exist in the folder, in their order. On the calling thread. As a run does, it first removes the
+  // hidden names that killed processes have left in the folder.
   static PackageList missingPackagesFromPackages(const PackageList& packages,
                                                  const std::string& destinationPath);
 

@@ -2,6 +2,7 @@
 #include "download/Installer4Retrieval.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <fmt/format.h>
 #include <utility>
 
@@ -174,7 +175,10 @@ void Installer4Retrieval::downloadInstaller4PackageZipFromURL(
   if (!url) return fail(completion, invalid());
   SystemLog::write("[Installer4] Downloading package ZIP: {}", describe(url));
   const std::string name = url->lastPathComponent();
-  if (!isFileName(name)) return fail(completion, invalid());
+  if (!isFileName(name) || hasControlCharacter(name)) return fail(completion, invalid());
+  if (isNameTooLong(joinPath(destinationPath, name))) {
+    return fail(completion, posixError(ENAMETOOLONG));
+  }
   session_->downloadTask(
       {url, {}}, destinationPath,
       [url, destinationPath, name, request = lastRequest_, completion = std::move(completion)](

@@ -6,8 +6,10 @@
 #include <filesystem>
 #include <memory>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "platform/FileDescriptor.h"
+#include "platform/FolderFlush.h"
 #include "platform/LargePages.h"
 
 namespace tolvane {
@@ -36,6 +38,17 @@ bool isFolder(const std::string& path) {
 bool isFileName(std::string_view name) {
   return !name.empty() && name != "." && name != ".." &&
          name.find_first_of(std::string_view("/\0", 2)) == std::string_view::npos;
+}
+
+bool hasControlCharacter(std::string_view name) {
+  for (std::size_t i = 0; i < name.size(); ++i) {
+    const auto byte = static_cast<unsigned char>(name[i]);
+    if (byte < 0x20 || byte == 0x7F) return true;
+    // U+0080 to U+009F in UTF-8.
+    const bool leadsC1 = byte == 0xC2 && i + 1 < name.size();
+    if (leadsC1 && static_cast<unsigned char>(name[i + 1]) <= 0x9F) return true;
+  }
+  return false;
 }
 
 bool fileExists(const std::string& path) {
@@ -79,10 +92,23 @@ std::optional<Error> appendFile(const std::string& path, std::string& bytes) {
 
 std::optional<Error> createFolder(const std::string& path) {
   if (!isUsablePath(path)) return posixError(EINVAL);
+  const std::string existing = nearestExistingFolder(path);
   std::error_code failure;
   std::filesystem::create_directories(path, failure);
   if (failure) return posixError(failure.value());
+  for (std::string made = path; made != existing && made != "."; made = folderOf(made)) {
+    flushFolderSoon(folderOf(made));
+  }
   return std::nullopt;
+}
+
+bool isNameTooLong(const std::string& path) {
+  const std::string folder = nearestExistingFolder(folderOf(path));
+  const long longest = ::pathconf(folder.c_str(), _PC_NAME_MAX);
+  const std::size_t length = std::filesystem::path(path).filename().native().size();
+  if (longest > 0 && length > static_cast<std::size_t>(longest)) return true;
+  struct stat status {};
+  return ::lstat(path.c_str(), &status) != 0 && errno == ENAMETOOLONG;
 }
 
 std::string nearestExistingFolder(const std::string& path) {

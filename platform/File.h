@@ -17,6 +17,14 @@ namespace tolvane {
 // "/" and NUL. Names that strangers choose are joined with a folder only after this.
 bool isFileName(std::string_view name);
 
+// Whether the name holds a control character, a line break among them, of ASCII or (in UTF-8) of
+// ISO 8859-1.
+bool hasControlCharacter(std::string_view name);
+
+// Whether the file system takes no name as long as the path's last component, or no path as long as
+// this one. Its folder need not exist.
+bool isNameTooLong(const std::string& path);
+
 // Whether a file or folder exists at the path. Links are followed.
 bool fileExists(const std::string& path);
 

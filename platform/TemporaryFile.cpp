@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "platform/File.h"
+#include "platform/FolderFlush.h"
 #include "platform/HiddenNames.h"
 
 namespace tolvane {
@@ -97,6 +98,7 @@ std::optional<Error> TemporaryFile::moveTo(const std::string& path) {
   if (hiddenPath_.empty()) {
     if (linkDescriptor(descriptor_, path)) {
       close();
+      flushFolderSoon(folderOf(path));
       return std::nullopt;
     }
     if (errno != EEXIST) return posixError(errno);
@@ -107,6 +109,7 @@ std::optional<Error> TemporaryFile::moveTo(const std::string& path) {
   if (::rename(hiddenPath_.c_str(), path.c_str()) != 0) return posixError(errno);
   HiddenNames::release(std::exchange(hiddenPath_, {}));
   close();
+  flushFolderSoon(folderOf(path));
   return std::nullopt;
 }
 

@@ -34,7 +34,8 @@ class TemporaryFile {
   // Returns when the bytes are on the disk (fdatasync).
   std::optional<Error> flush();
 
-  // Gives the file its name, in place of a file or link of that name, and closes it. A folder of
+  // Gives the file its name, in place of a file or link of that name, and closes it; the name is on
+  // the disk after flushFolders() (FolderFlush.h), or some two seconds later. A folder of
   // that name stays and makes the move fail. On failure the temporary file stays as it was, and
   // so does what stood at `path`. A hidden name is no name for a file that is to stay, and is
   // refused with EINVAL: open() of a later process would remove it.

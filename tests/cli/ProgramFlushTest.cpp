@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // In which order the program asks the system for things, as strace sees it.
 #include <cstdlib>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <map>
 #include <regex>
@@ -63,6 +64,50 @@ TEST(ProgramFlush, AFilesBytesAreOnTheDiskBeforeItHasItsName) {
   if (files.empty()) GTEST_SKIP() << "the file system has no unnamed files";
   EXPECT_EQ(files.size(), 5U);
   for (const auto& [name, isFlushed] : files) EXPECT_TRUE(isFlushed) << name;
+}
+
+// Where each call stands in the trace: the namings, and the flushes of the folder itself.
+struct FolderFlushes {
+  std::size_t lastName = 0;
+  std::vector<std::size_t> flushes;
+};
+
+FolderFlushes folderFlushes(const std::string& trace, const std::string& folder) {
+  FolderFlushes found;
+  std::size_t line = 0;
+  for (const std::string& text : linesOf(trace)) {
+    ++line;
+    if (text.find("linkat(") != std::string::npos) found.lastName = line;
+    const bool isFolder = text.find("fsync(") != std::string::npos &&
+                          text.find("<" + folder + ">") != std::string::npos;
+    if (isFolder) found.flushes.push_back(line);
+  }
+  return found;
+}
+
+TEST(ProgramFlush, TheFolderIsFlushedBehindTheLastNameAndNotOnceAFile) {
+  if (!canTrace()) GTEST_SKIP() << "strace is not installed, or not permitted";
+  LoopbackServer server;
+  std::string index;
+  for (int i = 0; i < 50; ++i) {
+    const std::string name = "p" + std::to_string(i);
+    index += stanza(name, trueChecks());
+    server.on("/debs/" + name + ".deb", respond(200, kPackageBody));
+  }
+  server.on("/Packages", respond(200, index));
+  const TemporaryFolder folder, traces;
+  const CommandResult result =
+      runProgram({"download", server.url("/"), folder.path("new")},
+                 {.startedBy = {"strace", "-f", "-y", "-o", traces.path("trace"), "-e",
+                                "trace=fsync,linkat"}});
+  EXPECT_EQ(result.status, kExitDone);
+  const std::string real = std::filesystem::canonical(folder.path());
+  const FolderFlushes own = folderFlushes(traces.read("trace"), real + "/new");
+  ASSERT_FALSE(own.flushes.empty());
+  EXPECT_GT(own.flushes.back(), own.lastName);
+  EXPECT_LE(own.flushes.size(), 10U);
+  EXPECT_FALSE(folderFlushes(traces.read("trace"), real).flushes.empty())
+      << "the name of the new folder stands in the one above it";
 }
 
 }  // namespace

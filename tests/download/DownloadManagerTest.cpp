@@ -130,6 +130,29 @@ TEST_F(DownloadManagerTest, ANameThatWouldLeaveTheFolderIsRefused) {
   EXPECT_THAT(folder_.names(), IsEmpty());
 }
 
+TEST_F(DownloadManagerTest, ANameThatIsTooLongForTheFileSystemFailsWithoutARequest) {
+  const std::string longest(255, 'x');
+  session_.answer("http://repo.example/pool/" + longest, {.body = "bytes"});
+  EXPECT_TRUE(download(package({{"Filename", "pool/" + longest}})).success);
+  const std::size_t before = session_.requests().size();
+  expectFailure(download(package({{"Filename", "pool/" + longest + "x"}})),
+                {"NSPOSIXErrorDomain", ENAMETOOLONG, "File name too long"});
+  EXPECT_EQ(session_.requests().size(), before);
+  EXPECT_THAT(log_.messages(), Contains("error: Download failed: File name too long"));
+}
+
+TEST_F(DownloadManagerTest, ATransferMayPassTheIndexsSizeBy64MiB) {
+  const auto boundFor = [this](const std::string& size) {
+    download(package({{"Filename", "pool/" + size + "x.deb"}, {"Size", size}}));
+    return session_.requests().back().maximumFileSize;
+  };
+  EXPECT_EQ(boundFor("1000"), 1000 + (64U << 20));
+  EXPECT_EQ(boundFor("5000000000"), 5000000000 + (64U << 20));
+  for (const char* unknown : {"", "0", "many", "-1", "-99999999"}) {
+    EXPECT_EQ(boundFor(unknown), std::nullopt) << unknown;
+  }
+}
+
 TEST_F(DownloadManagerTest, CreatesTheFolderWithAllAboveIt) {
   session_.answer(kURL, {200, "hello", {}});
   expectSuccess(downloadTo(folder_.path("a/b/c"), package()), folder_.path("a/b/c/foo.deb"));

@@ -123,6 +123,26 @@ TEST_F(Installer4RetrievalTest, AZipURLWithoutAUsableNameFailsWithoutARequest) {
   EXPECT_THAT(folder_.names(), IsEmpty());
 }
 
+TEST_F(Installer4RetrievalTest, AZipNameWithAControlCharacterFailsWithoutARequest) {
+  for (const char* name :
+       {"a%0Ab.zip", "a%0D.zip", "%1B%5B2J.zip", "a%7F.zip", "a%C2%9B1m.zip", "%09.zip"}) {
+    expectFailure(downloadZip(std::string("http://zip.example/") + name),
+                  Error{"Installer4", 1004, "Invalid Installer package ZIP URL."});
+  }
+  EXPECT_THAT(session_.requests(), IsEmpty());
+  serve("http://zip.example/%C3%A9%C2%A0%20.zip", "PK");
+  expectSuccess(downloadZip("http://zip.example/%C3%A9%C2%A0%20.zip"));
+}
+
+TEST_F(Installer4RetrievalTest, AZipNameThatIsTooLongForTheFileSystemFailsWithoutARequest) {
+  const std::string longest = std::string(251, 'x') + ".zip";
+  expectFailure(downloadZip("http://zip.example/x" + longest),
+                Error{"NSPOSIXErrorDomain", ENAMETOOLONG, "File name too long"});
+  EXPECT_THAT(session_.requests(), IsEmpty());
+  serve("http://zip.example/" + longest, "PK");
+  expectSuccess(downloadZip("http://zip.example/" + longest));
+}
+
 TEST_F(Installer4RetrievalTest, AZipURLThatIsNoneFailsAtOnceOnTheCallersThread) {
   const RetrievalOutcome outcome = downloadZip("no url");
   expectFailure(outcome, kInvalidZip);

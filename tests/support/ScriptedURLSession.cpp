@@ -40,7 +40,7 @@ struct ScriptedURLSession::Script {
                       const std::string& folder) {
     const std::lock_guard lock(mutex);
     const std::string url = absoluteText(request.url);
-    requests.push_back({kind, url, request.headers, folder, request.body});
+    requests.push_back({kind, url, request.headers, folder, request.body, request.maximumFileSize});
     if (!request.url || !request.url->isHTTP()) {
       return failingAnswer(kURLErrorUnsupportedURL, "unsupported URL");
     }

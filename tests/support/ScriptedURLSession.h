@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -32,6 +33,7 @@ struct ScriptedRequest {
   std::vector<std::pair<std::string, std::string>> headers;
   std::string folder = {};  // of a download
   std::optional<std::string> body = {};
+  std::optional<std::uint64_t> maximumFileSize = {};
 };
 
 // A URL session that answers from a script and records what it was asked. Where the script says

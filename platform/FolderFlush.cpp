@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: MIT
+#include "platform/FolderFlush.h"
+
+#include <cerrno>
+#include <chrono>
+#include <mutex>
+#include <set>
+#include <utility>
+
+#include "platform/Dispatch.h"
+#include "platform/FileDescriptor.h"
+
+namespace tolvane {
+
+namespace {
+
+constexpr auto kInterval = std::chrono::seconds(1);
+
+struct State {
+  std::mutex mutex;
+  std::set<std::string> folders;  // with names that may not be on the disk
+  bool isScheduled = false;
+  std::optional<Error> error;  // the first one since it was last asked for
+};
+
+State& state() {
+  // Never destroyed: background threads may still flush while the process exits.
+  static auto* const state = new State;
+  return *state;
+}
+
+// What a disk says that cannot keep the names, not one that knows no flush of folders.
+bool isLoss(int errorNumber) {
+  return errorNumber == EIO || errorNumber == ENOSPC || errorNumber == EDQUOT;
+}
+
+void flushNoted() {
+  std::set<std::string> folders;
+  {
+    const std::lock_guard lock(state().mutex);
+    state().isScheduled = false;
+    folders.swap(state().folders);
+  }
+  for (const std::string& path : folders) {
+    const FileDescriptor folder(path.c_str(), O_RDONLY | O_DIRECTORY);
+    if (!folder.isOpen() || ::fsync(folder.get()) == 0 || !isLoss(errno)) continue;
+    const std::lock_guard lock(state().mutex);
+    if (!state().error) state().error = posixError(errno);
+  }
+}
+
+}  // namespace
+
+void flushFolderSoon(const std::string& folder) {
+  const std::lock_guard lock(state().mutex);
+  state().folders.insert(folder);
+  if (std::exchange(state().isScheduled, true)) return;
+  dispatchAfter(kInterval, [] { dispatchFlush(flushNoted); });
+}
+
+std::optional<Error> flushFolders() {
+  flushNoted();
+  const std::lock_guard lock(state().mutex);
+  return std::exchange(state().error, std::nullopt);
+}
+
+}  // namespace tolvane
