@@ -115,8 +115,7 @@ TEST_F(ProgramLimits, FewThreadsEndInAllFilesOrInAMessage) {
   ASSERT_NE(run({"sh", "-c", "true & true & wait"}, {"--nproc=1:1"}).status, 0) << "no limit";
   int done = 0;
   for (int threads = 1; threads <= 20; ++threads) {
-    const std::string limit =
-        "--nproc=" + std::to_string(threads) + ":" + std::to_string(threads);
+    const std::string limit = "--nproc=" + std::to_string(threads) + ":" + std::to_string(threads);
     const CommandResult result = download({limit});
     expectAnOrderlyEnd(result, limit);
     if (result.status == kExitDone && folder_.names().size() == kPackages) ++done;
