@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
+#include <string_view>
 
 namespace tolvane {
 
@@ -15,5 +17,13 @@ void reserveLarge(Container& container, std::size_t capacity) {
   container.reserve(capacity);
   useLargePages(container.data() + container.size(), container.data() + container.capacity());
 }
+
+// append(), for a string that may grow to many megabytes. Where room lacks it doubles, to at most
+// maximumSize, which the bytes have to keep to. The old memory is given back as fast as the new one
+// is filled, so that not even then most of the string is in memory twice. Throws std::bad_alloc.
+void appendLarge(std::string& text, std::string_view bytes, std::size_t maximumSize);
+
+// The growth alone: reserve() for a string that already holds many megabytes.
+void growLarge(std::string& text, std::size_t capacity);
 
 }  // namespace tolvane

@@ -6,6 +6,8 @@
 #include <cstring>
 #include <limits>
 
+#include "platform/LargePages.h"
+
 namespace tolvane {
 
 namespace {
@@ -142,21 +144,26 @@ bool isPrintableASCII(std::string_view text) {
   return others == 0;
 }
 
-std::string textFromLatin1(std::string_view bytes) {
+std::optional<std::string> textFromLatin1(std::string bytes, std::size_t maximumSize) {
   const auto isASCII = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
-  const std::size_t ascii = std::ranges::count_if(bytes, isASCII);
-  std::string text(ascii + 2 * (bytes.size() - ascii), '\0');
-  auto next = text.begin();
-  for (const char c : bytes) {
+  const std::size_t others = bytes.size() - std::ranges::count_if(bytes, isASCII);
+  if (others > maximumSize || bytes.size() > maximumSize - others) return std::nullopt;
+  std::size_t from = bytes.size();
+  std::size_t to = from + others;
+  if (to > bytes.capacity()) growLarge(bytes, to);
+  bytes.resize(to);
+  // From the back, where there is room. What is in front of the first such byte stays as it is.
+  while (from < to) {
+    const char c = bytes[--from];
     if (isASCII(c)) {
-      *next++ = c;
+      bytes[--to] = c;
     } else {
       const auto byte = static_cast<unsigned char>(c);
-      *next++ = static_cast<char>(0xC0 | (byte >> 6));
-      *next++ = static_cast<char>(0x80 | (byte & 0x3F));
+      bytes[--to] = static_cast<char>(0x80 | (byte & 0x3F));
+      bytes[--to] = static_cast<char>(0xC0 | (byte >> 6));
     }
   }
-  return text;
+  return bytes;
 }
 
 std::size_t utf16Length(std::string_view text) {

@@ -3,6 +3,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -21,8 +23,11 @@ bool isValidUTF8(std::string_view bytes);
 // Whether all of it is of the characters from U+0020 to U+007E: nearly every text there is.
 bool isPrintableASCII(std::string_view text);
 
-// The text that ISO 8859-1 bytes stand for. Every byte sequence has one.
-std::string textFromLatin1(std::string_view bytes);
+// The text that ISO 8859-1 bytes stand for; no value where it is longer than maximumSize, as UTF-8.
+// The bytes are converted where they stand, so a moved string is not in memory twice. Throws
+// std::bad_alloc.
+std::optional<std::string> textFromLatin1(
+    std::string bytes, std::size_t maximumSize = std::numeric_limits<std::size_t>::max());
 
 // Length in UTF-16 code units of well-formed UTF-8.
 std::size_t utf16Length(std::string_view text);

@@ -305,7 +305,7 @@ std::optional<Error> Transfer::receiveInMemory(std::string_view bytes) {
       if (length > 0)
         reserveLarge(body_, std::min(static_cast<std::size_t>(length), kLargestReservation));
     }
-    body_.append(bytes);
+    appendLarge(body_, bytes, task_->session->configuration.maximumBodySize);
   } catch (const std::bad_alloc&) {
     return posixError(ENOMEM);
   }

@@ -137,8 +137,26 @@ TEST(Text, StrayAndMissingContinuationBytesAreNotValidUTF8) {
 
 TEST(Text, EveryByteIsTheLatin1CharacterOfItsNumber) {
   EXPECT_EQ(textFromLatin1("caf\xE9 \x80\xBF\xC0\xFF"), "caf\u00E9 \u0080\u00BF\u00C0\u00FF");
-  EXPECT_EQ(textFromLatin1("a\0b"sv), "a\0b"sv);
+  EXPECT_EQ(textFromLatin1(std::string("a\0b"sv)), "a\0b"sv);
   EXPECT_EQ(textFromLatin1(""), "");
+}
+
+TEST(Text, ALatin1TextIsMeasuredAsUTF8) {
+  EXPECT_EQ(textFromLatin1("ab\xE9", 4), "ab\u00E9");
+  EXPECT_EQ(textFromLatin1("ab\xE9", 3), std::nullopt);
+  EXPECT_EQ(textFromLatin1("ab\xE9", 0), std::nullopt);
+  EXPECT_EQ(textFromLatin1("abc", 3), "abc");
+  EXPECT_EQ(textFromLatin1("abc", 2), std::nullopt);
+}
+
+TEST(Text, Latin1BytesAreConvertedInTheirOwnMemory) {
+  std::string bytes(1000, '\xE9');
+  bytes.reserve(2000);
+  const char* const data = bytes.data();
+  const auto text = textFromLatin1(std::move(bytes));
+  ASSERT_TRUE(text);
+  EXPECT_EQ(text->size(), 2000U);
+  EXPECT_EQ(text->data(), data);
 }
 
 TEST(Text, UTF16LengthCountsTwoUnitsFromU10000Up) {
