@@ -25,6 +25,21 @@ Position pathPosition(std::string_view text, std::size_t schemeLength) {
   return {begin, std::min(text.find_first_of("?#", begin), text.size())};
 }
 
+// Where the password stands in a text that begins with an authority, if there is one. A password
+// with a "/", "?" or "#" makes the text no URL, but it is found all the same.
+std::optional<Position> passwordPosition(std::string_view text) {
+  std::string_view authority = text.substr(0, text.find_first_of("/?#"));
+  const std::size_t colon = authority.find(':');
+  if (colon == std::string_view::npos) return std::nullopt;
+  const bool isPort = authority.find_first_not_of("0123456789", colon + 1) == authority.npos;
+  if (authority.rfind('@') == authority.npos && !isPort && !authority.starts_with('[')) {
+    authority = text;
+  }
+  const std::size_t at = authority.rfind('@');
+  if (at == authority.npos || at < colon) return std::nullopt;
+  return Position{colon + 1, at};
+}
+
 std::string lowerCaseASCII(std::string text) {
   for (char& c : text) {
     if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
@@ -91,8 +106,28 @@ std::string absoluteText(const std::optional<URL>& url) {
   return url ? url->absoluteString() : std::string();
 }
 
+std::string displayText(const std::optional<URL>& url) {
+  return url ? withoutPasswords(url->absoluteString()) : std::string();
+}
+
+std::string withoutPasswords(std::string_view text) {
+  std::string shown;
+  for (std::size_t slashes = text.find("//"); slashes != std::string_view::npos;
+       slashes = text.find("//")) {
+    const bool beginsAuthority = slashes == 0 ? shown.empty() : text[slashes - 1] == ':';
+    shown.append(text.substr(0, slashes + 2));
+    text.remove_prefix(slashes + 2);
+    if (!beginsAuthority) continue;
+    const std::optional<Position> password = passwordPosition(text);
+    if (!password) continue;
+    shown.append(text.substr(0, password->begin)).append("***");
+    text.remove_prefix(password->end);
+  }
+  return shown.append(text);
+}
+
 std::string describe(const std::optional<URL>& url) {
-  return url ? url->absoluteString() : "(null)";
+  return url ? displayText(url) : "(null)";
 }
 
 std::string baseText(const std::optional<URL>& url) {
