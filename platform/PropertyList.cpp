@@ -94,7 +94,8 @@ PropertyListResult readPropertyList(std::string_view bytes) {
     return readAnyFormat(bytes);
   } catch (const std::bad_alloc&) {
     return {std::nullopt,
-            propertyListError("The property list cannot be read: there is no memory for it.")};
+            propertyListError("The property list cannot be read: there is no memory for it."),
+            true};
   }
 }
 

@@ -66,6 +66,7 @@ std::string textFormOrNothing(const PropertyList* value);
 struct PropertyListResult {
   std::optional<PropertyList> value;
   std::optional<Error> error;  // exactly when there is no value
+  bool outOfMemory = false;    // why there is none
 };
 
 // Reads a property list of any of the three formats, told apart by the bytes alone.

@@ -108,8 +108,8 @@ class URLSession {
   virtual ~URLSession() = default;
 
   // Reads the answer into memory. HTTP content encodings are asked for and undone, except where
-  // the URL's path ends in ".gz", ".bz2" or ".xz". A body of more than maximumBodySize, or one
-  // for which there is no memory, ends with kURLErrorDataLengthExceedsMaximum.
+  // the URL's path ends in ".gz", ".bz2" or ".xz". A body of more than maximumBodySize ends
+  // with kURLErrorDataLengthExceedsMaximum, one for which there is no memory with ENOMEM.
   virtual void dataTask(URLRequest request, DataCompletion completion) = 0;
 
   // Writes the answer, byte for byte as it was stored, to a temporary file that can be moved into

@@ -24,4 +24,11 @@ struct IndexAnswer {
 // Called for each answer before it is read, on the session's callback queue with no lock held.
 using IndexObserver = std::function<void(const IndexAnswer&)>;
 
+// Whether the error says that memory does not suffice.
+bool isOutOfMemory(const std::optional<Error>& error);
+
+// Says in the system log that memory does not suffice for an index, and says it to the observer,
+// which may be empty, where that was not the answer's own error.
+void reportNotEnoughMemory(const IndexAnswer& answer, const IndexObserver& observer);
+
 }  // namespace tolvane

@@ -26,9 +26,22 @@ Error installerError(int code, std::string description) {
   return {std::string(kInstaller3ErrorDomain), code, std::move(description)};
 }
 
-void fail(const Completion& completion, std::optional<Error> error, std::string_view otherwise) {
+using Reading = Installer3RepositoryFetcher::Reading;
+
+Reading failure(std::optional<Error> error, std::string_view otherwise) {
   CrawlerLogger::logError(descriptionOr(error, otherwise));
-  if (completion) completion(std::nullopt, std::move(error));
+  return {std::nullopt, std::move(error)};
+}
+
+void fail(const Completion& completion, std::optional<Error> error, std::string_view otherwise) {
+  Reading reading = failure(std::move(error), otherwise);
+  if (completion) completion(std::nullopt, std::move(reading.error));
+}
+
+Reading outOfMemory(std::optional<Error> error) {
+  Reading reading = failure(std::move(error), "");
+  reading.outOfMemory = true;
+  return reading;
 }
 
 bool isWorthARetry(const Error& error) {
@@ -67,28 +80,6 @@ std::optional<PackageList> packagesIn(const PropertyList::List& items) {
   }
 }
 
-void readRepository(std::string_view body, const Completion& completion) {
-  PropertyListResult result = readPropertyList(body);
-  const PropertyList::Dictionary* root = result.value ? result.value->dictionary() : nullptr;
-  if (!root) {
-    return fail(completion, std::move(result.error),
-                "Installer 3 repository could not be parsed as a plist.");
-  }
-  const PropertyList::List* items = itemsOfInstallerList(*root);
-  if (!items) {
-    return fail(
-        completion,
-        installerError(kNoPackagesArrayError, "Installer 3 repository contains no packages array."),
-        "");
-  }
-  std::optional<PackageList> list = packagesIn(*items);
-  if (!list) return fail(completion, posixError(ENOMEM), "");
-  SystemLog::write("[Installer3] Parsed {} packages", list->size());
-  CrawlerLogger::logSuccess(
-      fmt::format("Installer 3 repository parsed: {} package(s)", list->size()));
-  if (completion) completion(std::move(list), std::nullopt);
-}
-
 }  // namespace
 
 Installer3RepositoryFetcher::Installer3RepositoryFetcher(const URLSessionFactory& sessionFactory,
@@ -112,7 +103,8 @@ void Installer3RepositoryFetcher::fetchPackagesFromRepositoryURL(
       [self = *this, repositoryURL, retryCount, completion = std::move(completion)](
           const std::string& body, const std::optional<URLResponse>& response,
           std::optional<Error> error) {
-        if (self.observer_) self.observer_({repositoryURL, response, body, error});
+        const IndexAnswer answer{repositoryURL, response, body, error};
+        if (self.observer_) self.observer_(answer);
         constexpr const char* kLoadFailure = "Could not load Installer 3 repository.";
         if (error && isWorthARetry(*error) && retryCount > 0) {
           const std::string reason = descriptionOr(error, "Unknown error");
@@ -125,13 +117,38 @@ void Installer3RepositoryFetcher::fetchPackagesFromRepositoryURL(
           });
           return;
         }
+        if (isOutOfMemory(error)) reportNotEnoughMemory(answer, self.observer_);
         if (error) return fail(completion, std::move(error), kLoadFailure);
         const int status = statusOf(response);
         if (!isSuccess(status) || body.empty()) {
           return fail(completion, installerError(status, kLoadFailure), "");
         }
-        readRepository(body, completion);
+        Reading reading = readList(body);
+        if (reading.outOfMemory) reportNotEnoughMemory(answer, self.observer_);
+        if (completion) completion(std::move(reading.packages), std::move(reading.error));
       });
+}
+
+Reading Installer3RepositoryFetcher::readList(std::string_view bytes) {
+  PropertyListResult result = readPropertyList(bytes);
+  if (result.outOfMemory) return outOfMemory(std::move(result.error));
+  const PropertyList::Dictionary* root = result.value ? result.value->dictionary() : nullptr;
+  if (!root) {
+    return failure(std::move(result.error),
+                   "Installer 3 repository could not be parsed as a plist.");
+  }
+  const PropertyList::List* items = itemsOfInstallerList(*root);
+  if (!items) {
+    return failure(
+        installerError(kNoPackagesArrayError, "Installer 3 repository contains no packages array."),
+        "");
+  }
+  std::optional<PackageList> list = packagesIn(*items);
+  if (!list) return outOfMemory(posixError(ENOMEM));
+  SystemLog::write("[Installer3] Parsed {} packages", list->size());
+  CrawlerLogger::logSuccess(
+      fmt::format("Installer 3 repository parsed: {} package(s)", list->size()));
+  return {std::move(list), std::nullopt};
 }
 
 std::string Installer3RepositoryFetcher::stringValue(const PropertyList* value) {

@@ -48,6 +48,16 @@ class Installer3RepositoryFetcher {
   void fetchPackagesFromRepositoryURL(const std::optional<URL>& repositoryURL, long retryCount,
                                       Completion completion) const;
 
+  struct Reading {
+    std::optional<PackageList> packages;
+    std::optional<Error> error;
+    bool outOfMemory = false;  // why there are no packages
+  };
+
+  // The packages of a list's bytes, or why there are none; both absent for a property list whose
+  // root is no dictionary. Reports either.
+  static Reading readList(std::string_view bytes);
+
   // The text form of a value, "" for a value that is absent or has none.
   static std::string stringValue(const PropertyList* value);
 

@@ -47,43 +47,18 @@ PackageList packageEntries(const PropertyList::List& items) {
   return list;
 }
 
-// The packages of an index's body. Where there are none, says why and returns no value.
-std::optional<PackageList> packagesInIndex(std::string_view body,
-                                           const std::optional<URL>& repositoryURL,
-                                           std::string_view url) {
-  const PropertyListResult result = readPropertyList(body);
-  const PropertyList::Dictionary* root = result.value ? result.value->dictionary() : nullptr;
-  if (!root) {
-    CrawlerLogger::logWarning(fmt::format("Installer 4 index could not be parsed: {}", url));
-    return std::nullopt;
-  }
-  const PropertyList::List* items = itemsOfInstallerList(*root);
-  if (!items) {
-    CrawlerLogger::logWarning(fmt::format("Installer 4 index contains no packages array: {}", url));
-    return std::nullopt;
-  }
-  PackageList list =
-      Installer4RepositoryFetcher::packageEntriesFromInstaller4PackagesArray(*items, repositoryURL);
-  if (list.empty()) {
-    CrawlerLogger::logWarning(
-        fmt::format("Installer 4 index contained zero usable packages: {}", url));
-    return std::nullopt;
-  }
-  return list;
-}
+using Reading = Installer4RepositoryFetcher::Reading;
 
-// What an answer says of its candidate: packages, or no value to go on with the next one.
-std::optional<PackageList> packagesInAnswer(std::string_view body, int status,
-                                            const std::optional<Error>& error,
-                                            const std::optional<URL>& repositoryURL,
-                                            std::string_view url) {
+// What an answer says of its candidate; neither packages nor a problem for one to pass over.
+Reading readAnswer(std::string_view body, int status, const std::optional<Error>& error,
+                   std::string_view url) {
   if (error) {
-    CrawlerLogger::logWarning(
-        fmt::format("Installer 4 index failed: {}", descriptionOr(error, "Unknown error")));
-    return std::nullopt;
+    return {{},
+            fmt::format("Installer 4 index failed: {}", descriptionOr(error, "Unknown error")),
+            isOutOfMemory(error)};
   }
-  if (!isSuccess(status) || body.empty()) return std::nullopt;
-  return packagesInIndex(body, repositoryURL, url);
+  if (!isSuccess(status) || body.empty()) return {};
+  return Installer4RepositoryFetcher::readIndex(body, url);
 }
 
 void reportSuccess(const PackageList& list, std::string_view url) {
@@ -138,16 +113,41 @@ void Installer4RepositoryFetcher::tryIndexCandidatePaths(CandidatePaths paths, s
                              completion = std::move(completion)](
                                 const std::string& body, const std::optional<URLResponse>& response,
                                 const std::optional<Error>& error) {
-        if (self.observer_) self.observer_({url, response, body, error});
+        const IndexAnswer answer{url, response, body, error};
+        if (self.observer_) self.observer_(answer);
         const int status = statusOf(response);
         SystemLog::write("[Installer4] Response for {} -> status={} error={} bytes={}",
                          describe(url), status, describe(error), body.size());
-        std::optional<PackageList> list =
-            packagesInAnswer(body, status, error, repositoryURL, absoluteText(url));
-        if (!list) return self.tryIndexCandidatePaths(paths, index + 1, repositoryURL, completion);
-        reportSuccess(*list, absoluteText(url));
-        if (completion) completion(std::move(list), std::nullopt);
+        Reading reading = readAnswer(body, status, error, absoluteText(url));
+        if (reading.outOfMemory) reportNotEnoughMemory(answer, self.observer_);
+        if (!reading.problem.empty()) CrawlerLogger::logWarning(reading.problem);
+        if (reading.packages.empty()) {
+          return self.tryIndexCandidatePaths(paths, index + 1, repositoryURL, completion);
+        }
+        reportSuccess(reading.packages, absoluteText(url));
+        if (completion) completion(std::move(reading.packages), std::nullopt);
       });
+}
+
+Reading Installer4RepositoryFetcher::readIndex(std::string_view bytes, std::string_view place) {
+  const PropertyListResult result = readPropertyList(bytes);
+  const PropertyList::Dictionary* root = result.value ? result.value->dictionary() : nullptr;
+  if (!root) {
+    return {
+        {}, fmt::format("Installer 4 index could not be parsed: {}", place), result.outOfMemory};
+  }
+  const PropertyList::List* items = itemsOfInstallerList(*root);
+  if (!items) return {{}, fmt::format("Installer 4 index contains no packages array: {}", place)};
+  Reading reading;
+  try {
+    reading.packages = packageEntries(*items);
+  } catch (const std::bad_alloc&) {
+    reading.outOfMemory = true;
+  }
+  if (reading.packages.empty()) {
+    reading.problem = fmt::format("Installer 4 index contained zero usable packages: {}", place);
+  }
+  return reading;
 }
 
 PackageList Installer4RepositoryFetcher::packageEntriesFromInstaller4PackagesArray(

@@ -47,6 +47,15 @@ class Installer4RepositoryFetcher {
   void tryIndexCandidatePaths(CandidatePaths paths, std::size_t index,
                               const std::optional<URL>& repositoryURL, Completion completion) const;
 
+  struct Reading {
+    PackageList packages;
+    std::string problem;       // in a line, why there are none
+    bool outOfMemory = false;  // that is why
+  };
+
+  // The packages of an index's bytes. `place`, where they are from, is named in the problem.
+  static Reading readIndex(std::string_view bytes, std::string_view place);
+
   // The packages among the items of an index, in order; none where there is no memory for them. The
   // repository's URL makes no difference.
   static PackageList packageEntriesFromInstaller4PackagesArray(

@@ -24,6 +24,9 @@ constexpr std::size_t kOutputPiece = std::size_t{256} << 10;
 // The first room, in sizes of the input; an index takes some five.
 constexpr std::size_t kInitialFactor = 8;
 
+// A text and a dictionary of hundreds of megabytes each would be twice the text's memory.
+constexpr std::size_t kLargestWorkingMemory = kMaximumIndexSize / 5;
+
 // What differs between the libraries. Their streams have the same members by the same names.
 
 struct Gzip {
@@ -31,12 +34,14 @@ struct Gzip {
   static constexpr std::size_t kLargestPiece = kPiece;
   static constexpr int kOK = Z_OK;
   static constexpr int kEnd = Z_STREAM_END;
+  static constexpr int kNoMemory = Z_MEM_ERROR;
 
   static constexpr int kGzipWrapperOnly = 15 + 16;  // the largest window, and no other wrapper
 
   static int open(Stream& stream) { return inflateInit2(&stream, kGzipWrapperOnly); }
   static int decode(Stream& stream) { return inflate(&stream, Z_SYNC_FLUSH); }
   static void close(Stream& stream) { inflateEnd(&stream); }
+  static std::size_t workingMemory(const Stream&) { return 0; }  // kilobytes
 };
 
 struct Bzip2 {
@@ -44,6 +49,7 @@ struct Bzip2 {
   static constexpr std::size_t kLargestPiece = kPiece;
   static constexpr int kOK = BZ_OK;
   static constexpr int kEnd = BZ_STREAM_END;
+  static constexpr int kNoMemory = BZ_MEM_ERROR;
 
   static constexpr int kQuiet = 0;
   static constexpr int kFast = 0;  // at the price of memory
@@ -51,6 +57,7 @@ struct Bzip2 {
   static int open(Stream& stream) { return BZ2_bzDecompressInit(&stream, kQuiet, kFast); }
   static int decode(Stream& stream) { return BZ2_bzDecompress(&stream); }
   static void close(Stream& stream) { BZ2_bzDecompressEnd(&stream); }
+  static std::size_t workingMemory(const Stream&) { return 0; }  // 4 MB at most
 };
 
 struct XZ {
@@ -59,6 +66,7 @@ struct XZ {
   static constexpr std::size_t kLargestPiece = std::numeric_limits<std::size_t>::max();
   static constexpr int kOK = LZMA_OK;
   static constexpr int kEnd = LZMA_STREAM_END;
+  static constexpr int kNoMemory = LZMA_MEM_ERROR;
 
   static constexpr std::uint64_t kNoMemoryLimit = UINT64_MAX;
   static constexpr std::uint32_t kOneStream = 0;
@@ -68,6 +76,7 @@ struct XZ {
   }
   static int decode(Stream& stream) { return lzma_code(&stream, LZMA_FINISH); }
   static void close(Stream& stream) { lzma_end(&stream); }
+  static std::size_t workingMemory(const Stream& stream) { return lzma_memusage(&stream); }
 };
 
 struct Step {
@@ -80,13 +89,15 @@ struct Step {
 template <typename Library>
 class Decoder {
  public:
-  Decoder() : isOpen_(Library::open(stream_) == Library::kOK) {}
   ~Decoder() { Library::close(stream_); }
 
+  Decoder() = default;
   Decoder(const Decoder&) = delete;
   Decoder& operator=(const Decoder&) = delete;
 
-  bool isOpen() const { return isOpen_; }
+  int open() { return Library::open(stream_); }
+
+  std::size_t workingMemory() const { return Library::workingMemory(stream_); }
 
   Step step(std::string_view input, char* output, std::size_t space) {
     const std::size_t inputSize = std::min(input.size(), Library::kLargestPiece);
@@ -101,40 +112,44 @@ class Decoder {
 
  private:
   typename Library::Stream stream_{};
-  bool isOpen_;
 };
 
-template <typename Library>
-std::optional<std::string> unpackInMemory(std::string_view bytes, std::size_t maximumSize) {
-  if (bytes.empty()) return std::nullopt;
-  Decoder<Library> decoder;
-  if (!decoder.isOpen()) return std::nullopt;
-  // In pieces that stay in the processor's cache, so that the large memory is written to once.
-  const auto piece = std::make_unique_for_overwrite<char[]>(kOutputPiece);
-  std::string text;
-  reserveLarge(text, std::min(bytes.size() * kInitialFactor, maximumSize));
-  std::string_view input = bytes;
-  while (true) {
-    const Step step = decoder.step(input, piece.get(), kOutputPiece);
-    input.remove_prefix(step.consumed);
-    if (step.produced > maximumSize - text.size()) return std::nullopt;
-    if (step.produced > text.capacity() - text.size()) {
-      reserveLarge(text, std::min(2 * text.capacity(), maximumSize));
-    }
-    text.append(piece.get(), step.produced);
-    if (step.result == Library::kEnd) return text;
-    // libbz2 goes on answering OK at the end of a cut input.
-    const bool stuck = step.consumed == 0 && step.produced == 0;
-    if (step.result != Library::kOK || stuck) return std::nullopt;
+// Room for a text of the usual length. Less will do, where that much cannot be had.
+void reserveForText(std::string& text, std::size_t capacity) {
+  try {
+    reserveLarge(text, capacity);
+  } catch (const std::bad_alloc&) {
   }
+}
+
+// Whether the library is at work, or done; throws where memory has run out.
+template <typename Library>
+bool isGood(int result) {
+  if (result == Library::kNoMemory) throw std::bad_alloc();
+  return result == Library::kOK || result == Library::kEnd;
 }
 
 template <typename Library>
 std::optional<std::string> unpack(std::string_view bytes, std::size_t maximumSize) {
-  try {
-    return unpackInMemory<Library>(bytes, maximumSize);
-  } catch (const std::bad_alloc&) {
-    return std::nullopt;
+  if (bytes.empty()) return std::nullopt;
+  Decoder<Library> decoder;
+  if (!isGood<Library>(decoder.open())) return std::nullopt;
+  // In pieces that stay in the processor's cache, so that the large memory is written to once.
+  const auto piece = std::make_unique_for_overwrite<char[]>(kOutputPiece);
+  std::string text;
+  reserveForText(text, std::min(bytes.size() * kInitialFactor, maximumSize));
+  std::string_view input = bytes;
+  while (true) {
+    const Step step = decoder.step(input, piece.get(), kOutputPiece);
+    input.remove_prefix(step.consumed);
+    if (!isGood<Library>(step.result)) return std::nullopt;
+    if (step.produced > maximumSize - text.size()) return std::nullopt;
+    appendLarge(text, {piece.get(), step.produced}, maximumSize);
+    if (std::min(text.size(), decoder.workingMemory()) > kLargestWorkingMemory) return std::nullopt;
+    if (step.result == Library::kEnd) return text;
+    // libbz2 goes on answering OK at the end of a cut input.
+    const bool stuck = step.consumed == 0 && step.produced == 0;
+    if (stuck) return std::nullopt;
   }
 }
 

@@ -134,8 +134,18 @@ void readPart(std::string_view rest, std::size_t part, PackageEntry::Builder& bu
   }
 }
 
+}  // namespace
+
+std::vector<PackageEntry> RepoParser::parsePackagesText(std::string text) {
+  try {
+    return packagesInText(std::move(text));
+  } catch (const std::bad_alloc&) {
+    return {};
+  }
+}
+
 // Cut at an empty line near the middle, so that a long index can be read by two threads.
-std::vector<PackageEntry> readIndex(std::string indexText) {
+std::vector<PackageEntry> RepoParser::packagesInText(std::string indexText) {
   normalizeLineEnds(indexText);
   PackageEntry::Builder builder(std::move(indexText));
   const std::string_view text = builder.text();
@@ -146,18 +156,8 @@ std::vector<PackageEntry> readIndex(std::string indexText) {
       startBeside(text.size() >= kWorthAThread, [&] { readPart(text.substr(border), 1, builder); });
   readPart(text.substr(0, border), 0, builder);
   second.get();
-  if (builder.size(0) + builder.size(1) > RepoParser::kMaximumRecords) return {};
+  if (builder.size(0) + builder.size(1) > kMaximumRecords) return {};
   return builder.finish();
-}
-
-}  // namespace
-
-std::vector<PackageEntry> RepoParser::parsePackagesText(std::string text) {
-  try {
-    return readIndex(std::move(text));
-  } catch (const std::bad_alloc&) {
-    return {};
-  }
 }
 
 }  // namespace tolvane

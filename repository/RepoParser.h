@@ -23,6 +23,9 @@ class RepoParser {
   // "Filename" field, empty or not. Never fails; bad input yields fewer records or none, and so
   // does want of memory. The records share the text that is handed in, so move it.
   static std::vector<PackageEntry> parsePackagesText(std::string text);
+
+  // The same, but throws std::bad_alloc for want of memory.
+  static std::vector<PackageEntry> packagesInText(std::string text);
 };
 
 }  // namespace tolvane

@@ -10,11 +10,10 @@
 
 #include "model/CrawlerLogger.h"
 #include "platform/SystemLog.h"
-#include "platform/Text.h"
 #include "repository/Installer3RepositoryFetcher.h"
 #include "repository/Installer4RepositoryFetcher.h"
+#include "repository/PackagesIndex.h"
 #include "repository/PayloadDecoder.h"
-#include "repository/RepoParser.h"
 
 namespace tolvane {
 
@@ -22,7 +21,6 @@ namespace {
 
 constexpr std::string_view kNoPackagesFile = "No Cydia/APT Packages file found.";
 constexpr std::string_view kNoSupportedFormat = "No supported repository format found.";
-constexpr std::string_view kUTF8Mark = "\xEF\xBB\xBF";
 
 std::vector<std::string> makeCandidatePaths() {
   std::vector<std::string> paths;
@@ -56,61 +54,75 @@ const Kind& kindOfChoice(std::string_view choice) {
   return found == kKinds.end() ? kKinds.front() : *found;
 }
 
-bool exceedsMaximumLength(const std::optional<Error>& error) {
-  return error && error->domain == kURLErrorDomain &&
-         error->code == kURLErrorDataLengthExceedsMaximum;
+// An answer that was found, and whose body is too much for the maximum or for the memory.
+bool isTooLong(const std::optional<Error>& error) {
+  return isOutOfMemory(error) || (error && error->domain == kURLErrorDomain &&
+                                  error->code == kURLErrorDataLengthExceedsMaximum);
+}
+
+// What `decode` gives; nothing where there is no memory.
+template <typename Decode>
+std::optional<std::string> textOrNothing(Decode decode) {
+  try {
+    return decode();
+  } catch (const std::bad_alloc&) {
+    return std::nullopt;
+  }
 }
 
 std::optional<std::string> textOfUnpacked(std::optional<std::string> bytes) {
   if (!bytes) return std::nullopt;
-  return RepositoryFetcher::stringFromTextData(std::move(*bytes));
+  return decodeIndexText(std::move(*bytes));
 }
 
 // One candidate's answer.
 struct Answer {
   std::string body;
-  int status;
+  std::optional<URLResponse> response;
   std::optional<Error> error;
 };
 
 // Reports the answer; true when there is something to decode, if only in vain.
 bool isCandidate(const Answer& answer, const std::optional<URL>& url) {
+  const int status = statusOf(answer.response);
   SystemLog::write("[Crawler] Response for {} -> status={} error={} bytes={}", describe(url),
-                   answer.status, describe(answer.error), answer.body.size());
-  if (!isSuccess(answer.status)) return false;
+                   status, describe(answer.error), answer.body.size());
+  if (!isSuccess(status)) return false;
   SystemLog::write("[Crawler] Candidate exists: {}", describe(url));
   CrawlerLogger::logSuccess(fmt::format("Package index found: {}", absoluteText(url)));
-  if (exceedsMaximumLength(answer.error)) return true;
+  if (isTooLong(answer.error)) return true;
   return !answer.error && !answer.body.empty();
+}
+
+// The packages of a candidate's body; no value where that could not even be received.
+PackagesIndex readBody(Answer& answer, std::string_view path) {
+  if (answer.error) return {std::nullopt, isOutOfMemory(answer.error)};
+  return readPackagesIndex(std::move(answer.body), path);
 }
 
 // Decodes and parses, and reports both; no value when that gives no package.
 std::optional<RepositoryFetcher::PackageList> readCandidate(Answer answer, std::string_view path,
-                                                            const std::string& url) {
-  std::optional<std::string> text;
-  if (!answer.error) text = RepositoryFetcher::stringFromData(std::move(answer.body), path);
-  if (!text) {
-    SystemLog::write("[Crawler] Could not decode candidate, trying next path: {}", url);
+                                                            const std::optional<URL>& url,
+                                                            const IndexObserver& observer) {
+  const std::string address = absoluteText(url);
+  PackagesIndex index = readBody(answer, path);
+  if (index.outOfMemory) reportNotEnoughMemory({url, answer.response, "", answer.error}, observer);
+  if (!index.packages) {
+    SystemLog::write("[Crawler] Could not decode candidate, trying next path: {}", address);
     CrawlerLogger::logWarning(
-        fmt::format("Could not decode package index, trying next path: {}", url));
+        fmt::format("Could not decode package index, trying next path: {}", address));
     return std::nullopt;
   }
-  const std::size_t length = utf16Length(*text);
-  SystemLog::write("[Crawler] Decoded Packages file ({} chars)", length);
-  CrawlerLogger::logSuccess(fmt::format("Decoded Packages file ({} chars)", length));
-  RepositoryFetcher::PackageList packages = RepoParser::parsePackagesText(std::move(*text));
-  SystemLog::write("[Crawler] Parsed {} packages", packages.size());
-  CrawlerLogger::logSuccess(fmt::format("Parsed {} package(s)", packages.size()));
-  if (packages.empty()) {
+  if (index.packages->empty()) {
     SystemLog::write("[Crawler] Candidate decoded but contained no packages, trying next path: {}",
-                     url);
+                     address);
     CrawlerLogger::logWarning(
-        fmt::format("Package index contained no packages, trying next candidate: {}", url));
+        fmt::format("Package index contained no packages, trying next candidate: {}", address));
     return std::nullopt;
   }
-  SystemLog::write("[Crawler] Using package index: {}", url);
-  CrawlerLogger::logSuccess(fmt::format("Using package index: {}", url));
-  return packages;
+  SystemLog::write("[Crawler] Using package index: {}", address);
+  CrawlerLogger::logSuccess(fmt::format("Using package index: {}", address));
+  return std::move(index.packages);
 }
 
 }  // namespace
@@ -209,10 +221,10 @@ void RepositoryFetcher::tryCandidatePaths(CandidatePaths paths, std::size_t inde
                                                        const std::optional<URLResponse>& response,
                                                        std::optional<Error> error) {
     if (fetcher.observer_) fetcher.observer_({url, response, body, error});
-    Answer answer{std::move(body), statusOf(response), std::move(error)};
+    Answer answer{std::move(body), response, std::move(error)};
     std::optional<PackageList> packages;
     if (isCandidate(answer, url)) {
-      packages = readCandidate(std::move(answer), (*paths)[index], absoluteText(url));
+      packages = readCandidate(std::move(answer), (*paths)[index], url, fetcher.observer_);
     }
     if (packages) {
       completion(std::move(packages), std::nullopt);
@@ -238,35 +250,24 @@ std::shared_ptr<URLSession> RepositoryFetcher::freshSession() const {
 }
 
 std::optional<std::string> RepositoryFetcher::stringFromTextData(std::string bytes) {
-  if (!isValidUTF8(bytes)) {
-    try {
-      return textFromLatin1(bytes);
-    } catch (const std::bad_alloc&) {
-      return std::nullopt;
-    }
-  }
-  if (bytes.starts_with(kUTF8Mark)) bytes.erase(0, kUTF8Mark.size());
-  return bytes;
+  return textOrNothing([&] { return decodeIndexText(std::move(bytes)); });
 }
 
 std::optional<std::string> RepositoryFetcher::stringFromGzipData(std::string_view bytes) {
-  return textOfUnpacked(unpackGzip(bytes));
+  return textOrNothing([&] { return textOfUnpacked(unpackGzip(bytes)); });
 }
 
 std::optional<std::string> RepositoryFetcher::stringFromBzip2Data(std::string_view bytes) {
-  return textOfUnpacked(unpackBzip2(bytes));
+  return textOrNothing([&] { return textOfUnpacked(unpackBzip2(bytes)); });
 }
 
 std::optional<std::string> RepositoryFetcher::stringFromXZData(std::string_view bytes) {
-  return textOfUnpacked(unpackXZ(bytes));
+  return textOrNothing([&] { return textOfUnpacked(unpackXZ(bytes)); });
 }
 
 std::optional<std::string> RepositoryFetcher::stringFromData(std::string bytes,
                                                              std::string_view path) {
-  if (path.ends_with(".gz")) return stringFromGzipData(bytes);
-  if (path.ends_with(".bz2")) return stringFromBzip2Data(bytes);
-  if (path.ends_with(".xz")) return stringFromXZData(bytes);
-  return stringFromTextData(std::move(bytes));
+  return textOrNothing([&] { return decodeIndex(std::move(bytes), path); });
 }
 
 }  // namespace tolvane

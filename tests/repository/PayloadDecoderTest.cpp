@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include <algorithm>
 #include <cstdint>
+#include <iostream>
+#include <new>
 #include <random>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <unistd.h>
 #include <vector>
 
@@ -22,7 +25,7 @@ struct Format {
   std::optional<std::string> (*unpack)(std::string_view, std::size_t);
 
   std::optional<std::string> unpacked(std::string_view bytes) const {
-    return unpack(bytes, kMaximumUnpackedSize);
+    return unpack(bytes, kMaximumIndexSize);
   }
 };
 
@@ -165,13 +168,42 @@ TEST_P(EachFormat, TheMaximumSizeIsAllowedAndOneByteMoreIsNot) {
   }
 }
 
-TEST_P(EachFormatDeathTest, WithoutMemoryForTheOutputThereIsNothing) {
+TEST_P(EachFormatDeathTest, WithoutMemoryForTheOutputItThrows) {
   if (!littleMemoryCanBeHad()) GTEST_SKIP() << "sanitizers need all the address space";
   const std::string payload = GetParam().pack(std::string(40'000'000, '\0'));
   EXPECT_EXIT(
       {
         haveLittleMemory();
-        std::_Exit(GetParam().unpacked(payload) ? 1 : 0);
+        try {
+          GetParam().unpacked(payload);
+        } catch (const std::bad_alloc&) {
+          std::_Exit(0);
+        }
+        std::_Exit(1);
+      },
+      testing::ExitedWithCode(0), "");
+}
+
+// In bytes, of the whole process; 0 where it would not do.
+std::size_t memoryToUnpack(const Format& format, const std::string& payload) {
+  const auto peak = [] {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return static_cast<std::size_t>(usage.ru_maxrss) * 1024;
+  };
+  const std::size_t before = peak();
+  return format.unpacked(payload) ? peak() - before : 0;
+}
+
+TEST_P(EachFormatDeathTest, TheOutputIsNotInMemoryTwice) {
+  if (!littleMemoryCanBeHad()) GTEST_SKIP() << "sanitizers keep what was freed";
+  constexpr std::size_t kSize = std::size_t{100} << 20;
+  const std::string payload = GetParam().pack(std::string(kSize, 'x'));
+  EXPECT_EXIT(
+      {
+        const std::size_t memory = memoryToUnpack(GetParam(), payload);
+        std::cerr << memory << " bytes";
+        std::_Exit(memory > kSize / 10 * 9 && memory < kSize / 10 * 12 ? 0 : 1);
       },
       testing::ExitedWithCode(0), "");
 }
@@ -190,10 +222,21 @@ TEST(PayloadDecoder, AnXZPayloadMayAskForADictionaryOf64MiB) {
   EXPECT_TRUE(unpackXZ(xzedAtItsBest(text)) == text);
 }
 
-TEST(PayloadDecoder, MoreThanAGibibyteIsNotUnpacked) {
+TEST(PayloadDecoder, MoreThanHalfAGibibyteIsNotUnpacked) {
   const std::optional<std::string> few = unpackGzip(gzipOfZeros(3));
   EXPECT_TRUE(few == std::string(std::size_t{3} << 20, '\0'));
-  EXPECT_EQ(unpackGzip(gzipOfZeros(1025)), std::nullopt);
+  EXPECT_EQ(unpackGzip(gzipOfZeros(513)), std::nullopt);
+}
+
+TEST(PayloadDecoder, AnXZDictionaryMayBeLargeWhereTheTextIsNot) {
+  const std::string text(1'000'000, 'x');
+  EXPECT_TRUE(unpackXZ(xzedWithDictionary(text, 28)) == text);
+}
+
+TEST(PayloadDecoder, AnXZTextAndItsDictionaryAreNotBothOfHundredsOfMegabytes) {
+  const std::string text(std::size_t{120} << 20, 'x');
+  EXPECT_TRUE(unpackXZ(xzedWithDictionary(text, 26)) == text);
+  EXPECT_EQ(unpackXZ(xzedWithDictionary(text, 28)), std::nullopt);
 }
 
 }  // namespace

@@ -90,6 +90,30 @@ std::string xzedAtItsBest(std::string_view bytes) {
   return xzedWithPreset(bytes, 9);
 }
 
+std::string xzedWithDictionary(std::string_view bytes, unsigned logarithm) {
+  std::string payload = xzed(bytes);
+  // The header of the first block stands behind that of the stream: its size in words, flags, the
+  // block's own sizes where flags say so, the number of the filter LZMA2, the length of its
+  // properties and they themselves, a checksum.
+  constexpr std::size_t kBlock = 12;
+  const auto at = [&](std::size_t i) { return static_cast<unsigned char>(payload[i]); };
+  const std::size_t size = (at(kBlock) + std::size_t{1}) * 4 - 4;
+  std::size_t filter = kBlock + 2;
+  for (const int flag : {0x40, 0x80}) {
+    if ((at(kBlock + 1) & flag) == 0) continue;
+    while (at(filter) >= 0x80) ++filter;
+    ++filter;
+  }
+  require(at(filter) == 0x21 && at(filter + 1) == 1);
+  payload[filter + 2] = static_cast<char>(2 * (logarithm - 12));
+  const std::uint32_t checksum =
+      lzma_crc32(reinterpret_cast<const std::uint8_t*>(payload.data()) + kBlock, size, 0);
+  for (std::size_t i = 0; i < 4; ++i) {
+    payload[kBlock + size + i] = static_cast<char>(checksum >> (8 * i));
+  }
+  return payload;
+}
+
 std::string gzipOfZeros(std::size_t mebibytes) {
   const std::string zeros(std::size_t{1} << 20, '\0');
   z_stream stream{};

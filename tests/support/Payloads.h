@@ -14,6 +14,9 @@ std::string bzip2ed(std::string_view bytes);
 std::string xzed(std::string_view bytes);
 std::string xzedAtItsBest(std::string_view bytes);  // for a dictionary of 64 MiB
 
+// A payload of which the reader needs a dictionary of two to the power of `logarithm` bytes.
+std::string xzedWithDictionary(std::string_view bytes, unsigned logarithm);
+
 // A gzip member that unpacks to `mebibytes` MiB of zeros, made in no time.
 std::string gzipOfZeros(std::size_t mebibytes);
 

@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: MIT
+#include "repository/PackagesIndex.h"
+
+#include <fmt/format.h>
+#include <new>
+#include <utility>
+
+#include "model/CrawlerLogger.h"
+#include "platform/SystemLog.h"
+#include "platform/Text.h"
+#include "repository/RepoParser.h"
+
+namespace tolvane {
+
+namespace {
+
+constexpr std::string_view kUTF8Mark = "\xEF\xBB\xBF";
+
+using Unpack = std::optional<std::string>(std::string_view bytes, std::size_t maximumSize);
+
+// Null for a name that says that its file is not packed.
+Unpack* unpackerOf(std::string_view name) {
+  if (name.ends_with(".gz")) return unpackGzip;
+  if (name.ends_with(".bz2")) return unpackBzip2;
+  if (name.ends_with(".xz")) return unpackXZ;
+  return nullptr;
+}
+
+std::optional<std::string> decode(std::string bytes, std::string_view name, bool& outOfMemory) {
+  try {
+    return decodeIndex(std::move(bytes), name);
+  } catch (const std::bad_alloc&) {
+    outOfMemory = true;
+    return std::nullopt;
+  }
+}
+
+std::vector<PackageEntry> parse(std::string text, bool& outOfMemory) {
+  try {
+    return RepoParser::packagesInText(std::move(text));
+  } catch (const std::bad_alloc&) {
+    outOfMemory = true;
+    return {};
+  }
+}
+
+}  // namespace
+
+std::optional<std::string> decodeIndexText(std::string bytes, std::size_t maximumSize) {
+  if (!isValidUTF8(bytes)) return textFromLatin1(std::move(bytes), maximumSize);
+  if (bytes.starts_with(kUTF8Mark)) bytes.erase(0, kUTF8Mark.size());
+  if (bytes.size() > maximumSize) return std::nullopt;
+  return bytes;
+}
+
+std::optional<std::string> decodeIndex(std::string bytes, std::string_view name,
+                                       std::size_t maximumSize) {
+  if (Unpack* const unpack = unpackerOf(name)) {
+    std::optional<std::string> unpacked = unpack(bytes, maximumSize);
+    if (!unpacked) return std::nullopt;
+    bytes = std::move(*unpacked);  // the packed ones are of no more use
+  }
+  return decodeIndexText(std::move(bytes), maximumSize);
+}
+
+PackagesIndex readPackagesIndex(std::string bytes, std::string_view name) {
+  PackagesIndex index;
+  std::optional<std::string> text = decode(std::move(bytes), name, index.outOfMemory);
+  if (!text) return index;
+  const std::size_t length = utf16Length(*text);
+  SystemLog::write("[Crawler] Decoded Packages file ({} chars)", length);
+  CrawlerLogger::logSuccess(fmt::format("Decoded Packages file ({} chars)", length));
+  index.packages = parse(std::move(*text), index.outOfMemory);
+  SystemLog::write("[Crawler] Parsed {} packages", index.packages->size());
+  CrawlerLogger::logSuccess(fmt::format("Parsed {} package(s)", index.packages->size()));
+  return index;
+}
+
+}  // namespace tolvane
