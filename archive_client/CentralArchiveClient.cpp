@@ -191,7 +191,7 @@ void CentralArchiveClient::checkRepositoryURL(std::string_view repositoryURL,
                                               CheckCompletion completion) const {
   std::optional<URL> url = URL::parse(endpointURLStringForPath("check_repo.php"));
   SystemLog::write("[CentralArchive] Check endpoint: {}", describe(url));
-  SystemLog::write("[CentralArchive] Repository URL: {}", repositoryURL);
+  SystemLog::write("[CentralArchive] Repository URL: {}", withoutPasswords(repositoryURL));
   SystemLog::write("[CentralArchive] Repository type: {}", repositoryType.value_or(""));
   SystemLog::write("[CentralArchive] Package count: {}", packages.size());
   CrawlerLogger::logInfo(fmt::format("Checking central archive: {} package(s)", packages.size()));

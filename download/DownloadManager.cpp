@@ -93,7 +93,7 @@ void DownloadManager::Attempt::start(const std::shared_ptr<Attempt>& attempt) {
         } else if (error->code == kURLErrorTimedOut && attempt->retryCount > 0) {
           --attempt->retryCount;
           const std::string line =
-              fmt::format("Timeout, retrying once: {}", absoluteText(attempt->url));
+              fmt::format("Timeout, retrying once: {}", displayText(attempt->url));
           SystemLog::write("[Download] {}", line);
           CrawlerLogger::logWarning(line);
           dispatchAfter(kRetryDelay, [attempt] { start(attempt); });
@@ -162,7 +162,7 @@ void DownloadManager::downloadPackage(const PackageEntry& package,
 
   const std::optional<URL> url = URLForPackage(package, repositoryURL);
   SystemLog::write("[Download] {}", describe(url));
-  CrawlerLogger::logInfo(fmt::format("Downloading: {}", absoluteText(url)));
+  CrawlerLogger::logInfo(fmt::format("Downloading: {}", displayText(url)));
   downloadPackage(package, url, localPath, 1, std::move(completion));
 }
 

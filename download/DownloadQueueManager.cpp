@@ -156,13 +156,14 @@ void DownloadQueueManager::Run::endDownload(const PackageEntry& package, bool su
       CrawlerLogger::logSuccess(
           fmt::format("Downloaded and verified: {}",
                       firstNonEmpty({lastPathComponent(localPath ? *localPath : std::string_view()),
-                                     package.filename(), "Unknown file"})));
+                                     withoutPasswords(package.filename()), "Unknown file"})));
     } else {
       ++counters.failed;
       if (error && isValidationFailure(*error)) ++counters.validationFailed;
-      CrawlerLogger::logError(fmt::format(
-          "Download failed: {}", firstNonEmpty({error ? error->description : std::string_view(),
-                                                package.filename(), "Unknown error"})));
+      CrawlerLogger::logError(
+          fmt::format("Download failed: {}",
+                      firstNonEmpty({error ? error->description : std::string_view(),
+                                     withoutPasswords(package.filename()), "Unknown error"})));
     }
   });
 }

@@ -97,7 +97,7 @@ void Installer3RepositoryFetcher::fetchPackagesFromRepositoryURL(
     const std::optional<URL>& repositoryURL, long retryCount, Completion completion) const {
   SystemLog::write("[Installer3] Fetching repository: {}", describe(repositoryURL));
   CrawlerLogger::logInfo(
-      fmt::format("Fetching Installer 3 repository XML: {}", absoluteText(repositoryURL)));
+      fmt::format("Fetching Installer 3 repository XML: {}", displayText(repositoryURL)));
   session_->dataTask(
       uncachedRequest(repositoryURL),
       [self = *this, repositoryURL, retryCount, completion = std::move(completion)](

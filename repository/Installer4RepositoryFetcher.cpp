@@ -80,7 +80,7 @@ Installer4RepositoryFetcher::Installer4RepositoryFetcher(const URLSessionFactory
 void Installer4RepositoryFetcher::fetchPackagesFromRepositoryURL(
     const std::optional<URL>& repositoryURL, Completion completion) const {
   CrawlerLogger::logInfo(
-      fmt::format("Fetching Installer 4 repository: {}", absoluteText(repositoryURL)));
+      fmt::format("Fetching Installer 4 repository: {}", displayText(repositoryURL)));
   tryIndexCandidatePaths(installer4IndexCandidatePaths(), 0, repositoryURL, std::move(completion));
 }
 
@@ -107,7 +107,7 @@ void Installer4RepositoryFetcher::tryIndexCandidatePaths(CandidatePaths paths, s
   }
   std::optional<URL> url = URLForCandidatePath((*paths)[index], repositoryURL);
   SystemLog::write("[Installer4] Trying index: {}", describe(url));
-  CrawlerLogger::logInfo(fmt::format("Trying Installer 4 index: {}", absoluteText(url)));
+  CrawlerLogger::logInfo(fmt::format("Trying Installer 4 index: {}", displayText(url)));
   session_->dataTask(
       uncachedRequest(url), [self = *this, paths = std::move(paths), index, repositoryURL, url,
                              completion = std::move(completion)](
@@ -118,13 +118,13 @@ void Installer4RepositoryFetcher::tryIndexCandidatePaths(CandidatePaths paths, s
         const int status = statusOf(response);
         SystemLog::write("[Installer4] Response for {} -> status={} error={} bytes={}",
                          describe(url), status, describe(error), body.size());
-        Reading reading = readAnswer(body, status, error, absoluteText(url));
+        Reading reading = readAnswer(body, status, error, displayText(url));
         if (reading.outOfMemory) reportNotEnoughMemory(answer, self.observer_);
         if (!reading.problem.empty()) CrawlerLogger::logWarning(reading.problem);
         if (reading.packages.empty()) {
           return self.tryIndexCandidatePaths(paths, index + 1, repositoryURL, completion);
         }
-        reportSuccess(reading.packages, absoluteText(url));
+        reportSuccess(reading.packages, displayText(url));
         if (completion) completion(std::move(reading.packages), std::nullopt);
       });
 }

@@ -89,7 +89,7 @@ bool isCandidate(const Answer& answer, const std::optional<URL>& url) {
                    status, describe(answer.error), answer.body.size());
   if (!isSuccess(status)) return false;
   SystemLog::write("[Crawler] Candidate exists: {}", describe(url));
-  CrawlerLogger::logSuccess(fmt::format("Package index found: {}", absoluteText(url)));
+  CrawlerLogger::logSuccess(fmt::format("Package index found: {}", displayText(url)));
   if (isTooLong(answer.error)) return true;
   return !answer.error && !answer.body.empty();
 }
@@ -104,7 +104,7 @@ PackagesIndex readBody(Answer& answer, std::string_view path) {
 std::optional<RepositoryFetcher::PackageList> readCandidate(Answer answer, std::string_view path,
                                                             const std::optional<URL>& url,
                                                             const IndexObserver& observer) {
-  const std::string address = absoluteText(url);
+  const std::string address = displayText(url);
   PackagesIndex index = readBody(answer, path);
   if (index.outOfMemory) reportNotEnoughMemory({url, answer.response, "", answer.error}, observer);
   if (!index.packages) {
@@ -144,7 +144,7 @@ void RepositoryFetcher::fetchPackagesFromRepositoryURL(const std::optional<URL>&
                                                        Completion completion) const {
   SystemLog::write("[Crawler] fetchPackagesFromRepositoryURL called with: {}",
                    describe(repositoryURL));
-  CrawlerLogger::logInfo(fmt::format("Fetching repository: {}", absoluteText(repositoryURL)));
+  CrawlerLogger::logInfo(fmt::format("Fetching repository: {}", displayText(repositoryURL)));
   tryCandidatePaths(candidatePaths(), 0, repositoryURL, false, std::move(completion));
 }
 
@@ -152,7 +152,7 @@ void RepositoryFetcher::fetchPackagesWithAutoDetectionFromRepositoryURL(
     const std::optional<URL>& repositoryURL, Completion completion) const {
   SystemLog::write("[Crawler] Auto-detect fetch called with: {}", describe(repositoryURL));
   CrawlerLogger::logInfo(
-      fmt::format("Auto-detecting repository type: {}", absoluteText(repositoryURL)));
+      fmt::format("Auto-detecting repository type: {}", displayText(repositoryURL)));
   tryCandidatePaths(candidatePaths(), 0, repositoryURL, true, std::move(completion));
 }
 
@@ -166,7 +166,7 @@ void RepositoryFetcher::fetchInstaller3PackagesFromRepositoryURL(
     const std::optional<URL>& repositoryURL, Completion completion) const {
   SystemLog::write("[Crawler] Installer 3-only fetch called with: {}", describe(repositoryURL));
   CrawlerLogger::logInfo(
-      fmt::format("Fetching Installer 3 repository: {}", absoluteText(repositoryURL)));
+      fmt::format("Fetching Installer 3 repository: {}", displayText(repositoryURL)));
   Installer3RepositoryFetcher(sessionFactory_, observer_)
       .fetchPackagesFromRepositoryURL(repositoryURL, std::move(completion));
 }
@@ -214,7 +214,7 @@ void RepositoryFetcher::tryCandidatePaths(CandidatePaths paths, std::size_t inde
   }
   const std::optional<URL> url = URLForCandidatePath((*paths)[index], repositoryURL);
   SystemLog::write("[Crawler] Trying: {}", describe(url));
-  CrawlerLogger::logInfo(fmt::format("Trying package index: {}", absoluteText(url)));
+  CrawlerLogger::logInfo(fmt::format("Trying package index: {}", displayText(url)));
   freshSession()->dataTask(uncachedRequest(url), [fetcher = *this, paths, index, repositoryURL,
                                                   fallbackToInstaller4, completion,
                                                   url](std::string body,

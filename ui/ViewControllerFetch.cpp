@@ -20,6 +20,12 @@ std::string_view statusOfFetch(std::string_view type) {
   return "Fetching Packages file...";
 }
 
+// What was entered, without a password. One that lacks its scheme may hold one all the same.
+std::string shownEntry(const std::string& text) {
+  if (text.find("//") != std::string::npos) return withoutPasswords(text);
+  return withoutPasswords("//" + text).substr(2);
+}
+
 }  // namespace
 
 void ViewController::fetchButtonClicked() {
@@ -28,8 +34,8 @@ void ViewController::fetchButtonClicked() {
   const std::string type = selectedRepositoryType().value_or("Unknown");
   SystemLog::write("[UI] Repository Fetch Started");
   appendConsoleMessage("Repository Fetch Started", "info");
-  SystemLog::write("[UI] URL entered: {}", text);
-  appendConsoleMessage("Fetching " + text, "info");
+  SystemLog::write("[UI] URL entered: {}", shownEntry(text));
+  appendConsoleMessage("Fetching " + shownEntry(text), "info");
   SystemLog::write("[UI] Repository type selected: {}", type);
   appendConsoleMessage("Repository type: " + type, "info");
   if (text.empty()) return report("Please enter a repository URL.", "error");
@@ -130,7 +136,7 @@ std::optional<URL> ViewController::HTTPURLFromHTTPSURL(const URL& url) {
 }
 
 void ViewController::askToRetryWithHTTPURL(const URL& httpURL, const Error& originalError) {
-  const std::string& address = httpURL.absoluteString();
+  const std::string address = displayText(httpURL);
   appendConsoleMessage("HTTPS failed. HTTP fallback available: " + address, "warning");
   sheets_.beginAlert(
       window(),

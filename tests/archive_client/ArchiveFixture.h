@@ -40,6 +40,26 @@ class ArchiveFixture : public testing::Test {
 
   ArchiveFixture() { package_.setPackageName("com.example.tool"); }
 
+  // The completion's one call; a second one ends the process.
+  template <typename Value, typename Start>
+  ArchiveReply<Value> replyTo(const Start& start) {
+    const auto promise = std::make_shared<std::promise<ArchiveReply<Value>>>();
+    auto future = promise->get_future();
+    const auto caller = std::this_thread::get_id();
+    start([promise, caller](Value value, std::optional<Error> error) {
+      promise->set_value(
+          {std::move(value), std::move(error), std::this_thread::get_id() == caller});
+    });
+    // Ten million values take a minute under ThreadSanitizer.
+    if (future.wait_for(std::chrono::seconds(240)) != std::future_status::ready) {
+      ADD_FAILURE() << "the completion was not called";
+      return {};
+    }
+    ArchiveReply<Value> reply = future.get();
+    if (reply.error) CredentialWatch::show(describe(reply.error));
+    return reply;
+  }
+
   CheckReply check(const CentralArchiveClient& client,
                    const std::vector<PackageEntry>& packages = {},
                    std::optional<std::string_view> type = "APT") {
@@ -84,27 +104,6 @@ class ArchiveFixture : public testing::Test {
   TemporaryFolder folder_;
   PackageEntry package_;
   CentralArchiveClient client_{kBase, kSecret, session_.factory()};
-
- private:
-  // The completion's one call; a second one ends the process.
-  template <typename Value, typename Start>
-  ArchiveReply<Value> replyTo(const Start& start) {
-    const auto promise = std::make_shared<std::promise<ArchiveReply<Value>>>();
-    auto future = promise->get_future();
-    const auto caller = std::this_thread::get_id();
-    start([promise, caller](Value value, std::optional<Error> error) {
-      promise->set_value(
-          {std::move(value), std::move(error), std::this_thread::get_id() == caller});
-    });
-    // Ten million values take a minute under ThreadSanitizer.
-    if (future.wait_for(std::chrono::seconds(240)) != std::future_status::ready) {
-      ADD_FAILURE() << "the completion was not called";
-      return {};
-    }
-    ArchiveReply<Value> reply = future.get();
-    if (reply.error) CredentialWatch::show(describe(reply.error));
-    return reply;
-  }
 };
 
 }  // namespace tolvane
