@@ -5,6 +5,10 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 #include <string_view>
+#include <unicode/utf8.h>
+
+#include "platform/TerminalText.h"
+#include "platform/Text.h"
 
 namespace tolvane {
 
@@ -17,10 +21,6 @@ constexpr std::array<const char*, PackageEntry::kTextCount> kTextNames{
     "depends",        "author",      "maintainer", "homepage",           "depiction",
     "packageInfoURL", "downloadURL",
 };
-
-constexpr char kDelete = '\x7F';
-constexpr char kLeadOfC1 = '\xC2';  // U+0080 to U+009F are this byte and one from 0x80 to 0x9F,
-constexpr char kLastOfC1 = '\x9F';  // which begins no other character
 
 }  // namespace
 
@@ -37,16 +37,17 @@ nlohmann::ordered_json jsonObject(const PackageEntry& package) {
 std::string jsonText(const nlohmann::ordered_json& value) {
   const std::string plain =
       value.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+  if (isPrintableASCII(plain)) return plain;
   std::string text;
   text.reserve(plain.size());
-  for (std::size_t i = 0; i < plain.size(); ++i) {
-    const char byte = plain[i];
-    if (byte == kDelete) {
-      text += "\\u007f";
-    } else if (byte == kLeadOfC1 && i + 1 < plain.size() && plain[i + 1] <= kLastOfC1) {
-      text += fmt::format("\\u{:04x}", static_cast<unsigned char>(plain[++i]));
+  for (std::size_t position = 0; position < plain.size();) {
+    const std::size_t start = position;
+    UChar32 character = 0;
+    U8_NEXT(plain.data(), position, plain.size(), character);
+    if (isTerminalControl(character)) {
+      text += fmt::format("\\u{:04x}", character);
     } else {
-      text += byte;
+      text.append(plain, start, position - start);
     }
   }
   return text;

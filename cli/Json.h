@@ -12,7 +12,7 @@ namespace tolvane {
 // strings and the two flags as booleans.
 nlohmann::ordered_json jsonObject(const PackageEntry& package);
 
-// JSON of RFC 8259 in UTF-8, on one line. Characters that control a terminal are escaped, those
+// JSON of RFC 8259 in UTF-8, on one line. The characters of isTerminalControl() are escaped, those
 // too that JSON would let stand; bytes that are not UTF-8 become U+FFFD.
 std::string jsonText(const nlohmann::ordered_json& value);
 

@@ -8,9 +8,9 @@
 #include <string_view>
 
 #include "cli/Json.h"
-#include "cli/TerminalText.h"
 #include "model/PackageSearch.h"
 #include "model/PackageWalk.h"
+#include "platform/TerminalText.h"
 
 namespace tolvane {
 

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "platform/SystemLog.h"
 
-#include <algorithm>
 #include <atomic>
 #include <spdlog/logger.h>
 #include <spdlog/sinks/stdout_sinks.h>
 
 #include "platform/ObserverList.h"
+#include "platform/TerminalText.h"
 
 namespace tolvane::SystemLog {
 
@@ -26,14 +26,6 @@ State& state() {
   return *state;
 }
 
-// Keeps a message on its line, and its escape sequences off the terminal.
-std::string onOneLine(std::string_view text) {
-  std::string line(text);
-  const auto isControlCharacter = [](unsigned char c) { return c < 0x20 || c == 0x7F; };
-  std::ranges::replace_if(line, isControlCharacter, ' ');
-  return line;
-}
-
 }  // namespace
 
 void writeToStandardError(bool on) {
@@ -49,7 +41,7 @@ bool isEnabled() {
 }
 
 void writeLine(std::string_view text) {
-  if (state().writesToStandardError) state().logger.info(onOneLine(text));
+  if (state().writesToStandardError) state().logger.info(printable(text));
   state().observers.call(text);
 }
 

@@ -11,7 +11,8 @@
 namespace tolvane {
 
 // Diagnostic lines of the process, each beginning with a tag in brackets. They go to standard
-// error with a time stamp and the thread, once that has been switched on. Every operation may be
+// error with a time stamp and the thread, printable() and so one line each, once that has been
+// switched on. Every operation may be
 // called on any thread.
 namespace SystemLog {
 

@@ -49,6 +49,14 @@ TEST(Json, EscapesEveryControlCharacter) {
   EXPECT_EQ(nlohmann::json::parse(text), hostile);
 }
 
+TEST(Json, EscapesLineSeparatorsAndBidirectionalControls) {
+  const std::string controls = "\u2028\u2029\u202A\u202E\u2066\u2069";
+  const std::string text = jsonText("a" + controls + "\u2027\u202F");
+  EXPECT_EQ(text, R"("a\u2028\u2029\u202a\u202e\u2066\u2069)"
+                  "\u2027\u202F\"");
+  EXPECT_EQ(nlohmann::json::parse(text), "a" + controls + "\u2027\u202F");
+}
+
 TEST(Json, ReplacesBytesThatAreNotUTF8) {
   EXPECT_EQ(jsonText("a\xFF"
                      "b"),

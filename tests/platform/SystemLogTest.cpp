@@ -113,8 +113,14 @@ TEST(SystemLog, AMessageIsOneLineOnStandardErrorAndKeepsItsTextForObservers) {
   const auto token = SystemLog::observe([&](std::string_view line) { observed = line; });
   CapturedStandardError standardError;
   SystemLog::write("[Tag] a\nb\r\x1B[31mc");
-  EXPECT_THAT(standardError.end(), testing::EndsWith("[Tag] a b  [31mc\n"));
+  EXPECT_THAT(standardError.end(), testing::EndsWith("[Tag] a\uFFFDb\uFFFD\uFFFD[31mc\n"));
   EXPECT_EQ(observed, "[Tag] a\nb\r\x1B[31mc");
+}
+
+TEST(SystemLog, NoControlCharacterAboveASCIIReachesStandardError) {
+  CapturedStandardError standardError;
+  SystemLog::write("[Tag] a\u009B31mb\u202Ec");
+  EXPECT_THAT(standardError.end(), testing::EndsWith("[Tag] a\uFFFD31mb\uFFFDc\n"));
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "cli/TerminalText.h"
+#include "platform/TerminalText.h"
 
 #include <unicode/uchar.h>
 #include <unicode/utf8.h>
@@ -20,7 +20,7 @@ UChar32 nextCharacter(std::string_view text, std::size_t& position) {
 }
 
 std::size_t cells(UChar32 character) {
-  if (character < 0x80) return 1;  // negative ones, which are replaced, included
+  if (character < 0x80 || isTerminalControl(character)) return 1;  // as what takes its place
   const int category = u_charType(character);
   if (category == U_NON_SPACING_MARK || category == U_ENCLOSING_MARK || category == U_FORMAT_CHAR) {
     return 0;
@@ -30,6 +30,11 @@ std::size_t cells(UChar32 character) {
 }
 
 }  // namespace
+
+bool isTerminalControl(std::int32_t character) {
+  return u_charType(character) == U_CONTROL_CHAR || (character >= 0x2028 && character <= 0x202E) ||
+         (character >= 0x2066 && character <= 0x2069);
+}
 
 void appendPrintable(std::string& line, std::string_view text) {
   if (isPrintableASCII(text)) {
@@ -41,7 +46,7 @@ void appendPrintable(std::string& line, std::string_view text) {
     const UChar32 character = nextCharacter(text, position);
     if (character == '\t') {
       line += ' ';
-    } else if (character < 0 || u_charType(character) == U_CONTROL_CHAR) {
+    } else if (character < 0 || isTerminalControl(character)) {
       line += kReplacement;
     } else {
       line += text.substr(start, position - start);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
-#include "cli/TerminalText.h"
+#include "platform/TerminalText.h"
 
 namespace tolvane {
 namespace {
@@ -18,6 +18,15 @@ TEST(TerminalText, ReplacesEscapeSequencesAndOtherControls) {
 
 TEST(TerminalText, ReplacesTheControlsAboveASCII) {
   EXPECT_EQ(printable("a\u009B31mb\u0085"), "a\uFFFD31mb\uFFFD");
+}
+
+TEST(TerminalText, ReplacesLineSeparatorsAndBidirectionalControls) {
+  for (const char* control : {"\u2028", "\u2029", "\u202A", "\u202B", "\u202C", "\u202D", "\u202E",
+                              "\u2066", "\u2067", "\u2068", "\u2069"}) {
+    EXPECT_EQ(printable(std::string("a") + control + "b"), "a\uFFFDb");
+    EXPECT_EQ(displayWidth(control), 1U);
+  }
+  EXPECT_EQ(printable("\u2027\u202F\u2065\u206A"), "\u2027\u202F\u2065\u206A");
 }
 
 TEST(TerminalText, TurnsATabIntoABlank) {
