@@ -5,7 +5,7 @@
 
 #include "model/PackageSearch.h"
 #include "model/PackageWalk.h"
-#include "ui/ByteCount.h"
+#include "platform/ByteCount.h"
 #include "ui/Strings.h"
 #include "ui/ViewController.h"
 

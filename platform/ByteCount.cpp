@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "ui/ByteCount.h"
+#include "platform/ByteCount.h"
 
 #include <array>
 #include <cstddef>

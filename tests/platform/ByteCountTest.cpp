@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 #include <limits>
 
-#include "ui/ByteCount.h"
+#include "platform/ByteCount.h"
 
 namespace tolvane {
 namespace {
