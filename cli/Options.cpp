@@ -2,21 +2,52 @@
 #include "cli/Options.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <fmt/format.h>
+#include <iterator>
 #include <map>
 #include <sstream>
+#include <string_view>
 
 #include "cli/ExitStatus.h"
+#include "cli/OptionValues.h"
+#include "platform/TerminalText.h"
 
 namespace tolvane {
 
 namespace {
 
 constexpr int kMaximumConnections = 64;
+constexpr int kMaximumSeconds = 100'000'000;  // some three years
 
 // Accepted before the command's name as well as after it.
 void addConsoleFlags(CLI::App& app, Options& options) {
   app.add_flag("--quiet", options.quiet, "Show only warnings and errors on standard error");
   app.add_flag("--verbose", options.verbose, "Show the system log on standard error");
+}
+
+void addTransferOptions(CLI::App& command, Options& options) {
+  command
+      .add_option("--user-agent", options.userAgent, "What the program calls itself to a server")
+      ->check(userAgentFault);
+  command
+      .add_option_function<std::vector<std::string>>(
+          "--header",
+          [&options](const std::vector<std::string>& texts) {
+            std::ranges::transform(texts, std::back_inserter(options.headers), headerField);
+          },
+          "Header field for the repository's own server; may be given several times")
+      ->type_name("'NAME: VALUE'")
+      ->allow_extra_args(false)
+      ->check(headerFieldFault);
+  command
+      .add_option_function<int>(
+          "--max-time",
+          [&options](int seconds) { options.maxTime = std::chrono::seconds(seconds); },
+          "The longest that one transfer may take, 0 for any time; by default 300 for a package "
+          "and 60 for an index")
+      ->type_name("SECONDS")
+      ->check(CLI::Range(0, kMaximumSeconds));
 }
 
 void addSharedOptions(CLI::App& command, Options& options) {
@@ -34,6 +65,7 @@ void addSharedOptions(CLI::App& command, Options& options) {
       ->type_name("TYPE")
       ->check(CLI::IsMember(kTypes));
   command.add_flag("--json", options.json, "Print JSON to standard output");
+  addTransferOptions(command, options);
   addConsoleFlags(command, options);
 }
 
@@ -58,14 +90,48 @@ void addDownload(CLI::App& app, Options& options) {
   download
       ->add_option("--connections", options.connections, "Connections to one host, 6 by default")
       ->check(CLI::Range(1, kMaximumConnections));
+  download
+      ->add_option_function<std::string>(
+          "--max-size", [&options](const std::string& text) { options.maxSize = *byteCount(text); },
+          "The longest file of which no size is known, 4G by default")
+      ->type_name("BYTES")
+      ->check([](const std::string& text) {
+        return byteCount(text) ? "" : "a number of bytes above 0, with K, M or G";
+      });
   download->callback([&options] { options.command = Options::Command::download; });
+}
+
+bool takesValue(const CLI::App& app, const std::string& word) {
+  const auto commands = app.get_subcommands({});
+  return std::ranges::any_of(commands, [&word](const CLI::App* command) {
+    const CLI::Option* option = command->get_option_no_throw(word);
+    return word.starts_with("--") && option != nullptr && option->get_items_expected_min() > 0;
+  });
+}
+
+// The parser itself takes whatever follows an option for its value.
+void refuseOptionsAsValues(const CLI::App& app, const std::vector<std::string>& arguments) {
+  for (std::size_t i = 0; i + 1 < arguments.size() && arguments[i] != "--"; ++i) {
+    const std::string& next = arguments[i + 1];
+    if ((next.starts_with("--") || next == "-h") && takesValue(app, arguments[i])) {
+      throw CLI::ValidationError(arguments[i], fmt::format("its value is missing before {}", next));
+    }
+  }
+}
+
+// Lines of the parser's, which may hold words as they were typed.
+std::string printableLines(const std::string& text) {
+  std::istringstream lines(text);
+  std::string result;
+  for (std::string line; std::getline(lines, line);) result += printable(line) + '\n';
+  return result;
 }
 
 UsageAnswer answerTo(const CLI::App& app, const CLI::ParseError& error) {
   std::ostringstream output, errors;
   const int status = app.exit(error, output, errors);
   if (status == 0) return {output.str(), kExitDone};
-  return {errors.str(), kExitUsage};
+  return {printableLines(errors.str()), kExitUsage};
 }
 
 }  // namespace
@@ -79,6 +145,7 @@ std::variant<Options, UsageAnswer> parseOptions(const std::vector<std::string>& 
   addList(app, options);
   addDownload(app, options);
   try {
+    refuseOptionsAsValues(app, arguments);
     // The parser takes its words from the back.
     app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
   } catch (const CLI::ParseError& error) {

@@ -1,9 +1,14 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <chrono>
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <variant>
 #include <vector>
+
+#include "platform/URLSession.h"
 
 namespace tolvane {
 
@@ -19,13 +24,18 @@ struct Options {
   bool json = false;
   bool quiet = false;
   bool verbose = false;
+  std::string userAgent;  // "" for the program's own
+  HeaderFields headers;   // for the repository's own server alone; may hold secrets
+  // For every single transfer, 0 for no limit; the program's own limits where nothing is said.
+  std::optional<std::chrono::seconds> maxTime;
 
   std::string search;  // list
 
   std::string folder;                 // download, as all below
   std::vector<std::string> packages;  // identifiers; none means whatever the folder lacks
   bool metadata = false;
-  int connections = 6;  // to one host
+  int connections = 6;                       // to one host
+  std::uint64_t maxSize = kMaximumFileSize;  // bytes of a transfer of which no size is known
 };
 
 // A command line that is answered with a text: help, the version, or what is wrong with it.
@@ -34,7 +44,8 @@ struct UsageAnswer {
   int exitStatus = 0;
 };
 
-// `arguments` are those after the program's name.
+// `arguments` are those after the program's name. A word that begins with "--", or is "-h", is
+// never an option's value unless "=" joins the two.
 std::variant<Options, UsageAnswer> parseOptions(const std::vector<std::string>& arguments);
 
 }  // namespace tolvane

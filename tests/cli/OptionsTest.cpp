@@ -11,6 +11,7 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 
 Options parsed(const std::vector<std::string>& arguments) {
   const auto result = parseOptions(arguments);
@@ -103,6 +104,107 @@ TEST(Options, ASearchTakesAnyText) {
   EXPECT_EQ(parsed({"list", "u", "--search=-x"}).search, "-x");
 }
 
+TEST(Options, AValueIsNeverAnOption) {
+  for (const char* next : {"--json", "--quiet", "--", "--unknown", "-h"}) {
+    expectWrongUsage({"list", "u", "--search", next}, "--search");
+    expectWrongUsage({"list", "u", "--type", next}, "--type");
+    for (const char* option : {"--user-agent", "--header", "--max-time"}) {
+      expectWrongUsage({"list", "u", option, next}, option);
+      expectWrongUsage({"download", "u", "f", option, next}, option);
+    }
+    for (const char* option : {"--package", "--connections", "--max-size"}) {
+      expectWrongUsage({"download", "u", "f", option, next}, option);
+    }
+  }
+}
+
+TEST(Options, AnEqualsSignMakesAValueOfAnything) {
+  EXPECT_EQ(parsed({"list", "u", "--search=--json"}).search, "--json");
+  EXPECT_FALSE(parsed({"list", "u", "--search=--json"}).json);
+  EXPECT_EQ(parsed({"list", "u", "--search=-h"}).search, "-h");
+  EXPECT_THAT(parsed({"download", "u", "f", "--package=--x"}).packages, ElementsAre("--x"));
+}
+
+TEST(Options, AValueMayBeginWithOneDash) {
+  EXPECT_EQ(parsed({"list", "u", "--search", "-x"}).search, "-x");
+  EXPECT_EQ(parsed({"list", "u", "--search", "-"}).search, "-");
+}
+
+TEST(Options, AWordAfterADoubleDashIsNoOption) {
+  EXPECT_EQ(parsed({"download", "u", "--", "--package"}).folder, "--package");
+}
+
+TEST(Options, TransfersAreTheProgramsOwnUnlessSomethingIsSaid) {
+  const Options options = parsed({"download", "u", "f"});
+  EXPECT_EQ(options.userAgent, "");
+  EXPECT_THAT(options.headers, IsEmpty());
+  EXPECT_EQ(options.maxTime, std::nullopt);
+  EXPECT_EQ(options.maxSize, kMaximumFileSize);
+}
+
+TEST(Options, HeadersAreNamesAndValues) {
+  const Options options = parsed({"list", "--header", "Authorization: Bearer a:b ", "u",
+                                  "--header=x!#$%&'*+-.^_`|~9:\t c", "--header", "Empty:"});
+  EXPECT_THAT(options.headers,
+              ElementsAre(std::pair("Authorization", "Bearer a:b"),
+                          std::pair("x!#$%&'*+-.^_`|~9", "c"), std::pair("Empty", "")));
+  EXPECT_EQ(options.url, "u");
+}
+
+TEST(Options, AHeaderThatIsNoneIsRefusedAndItsValueNotShown) {
+  for (const char* header : {"secret", ":secret", " A: secret", "A : secret", "A(: secret",
+                             "\xC3\xA4: secret", "A: secret\r\nB: c", "A: secret\nB"}) {
+    expectWrongUsage({"list", "u", "--header", header}, "--header");
+    EXPECT_THAT(answered({"list", "u", "--header", header}).text, Not(HasSubstr("secret")));
+  }
+}
+
+TEST(Options, AHeaderThatWouldChangeWhatIsSavedOrFrameTheMessageIsRefused) {
+  for (const char* name :
+       {"Range", "If-Range", "If-Match", "If-None-Match", "If-Modified-Since",
+        "If-Unmodified-Since", "Accept-Encoding", "TE", "Transfer-Encoding", "Content-Length",
+        "Connection", "Upgrade", "Expect", "Host", "hOST", "Keep-Alive", "Trailer"}) {
+    expectWrongUsage({"list", "u", "--header", std::string(name) + ": secret"}, name);
+    EXPECT_THAT(answered({"list", "u", "--header", std::string(name) + ": secret"}).text,
+                Not(HasSubstr("secret")));
+  }
+}
+
+TEST(Options, AUserAgentIsOneLine) {
+  EXPECT_EQ(parsed({"list", "u", "--user-agent", "Mirror/2 (me)"}).userAgent, "Mirror/2 (me)");
+  expectWrongUsage({"list", "u", "--user-agent", "a\r\nB: c"}, "--user-agent");
+}
+
+TEST(Options, AMaximumTimeIsInWholeSeconds) {
+  EXPECT_EQ(parsed({"list", "u", "--max-time", "5"}).maxTime, std::chrono::seconds(5));
+  EXPECT_EQ(parsed({"download", "u", "f", "--max-time=0"}).maxTime, std::chrono::seconds(0));
+  for (const char* value : {"-1", "1.5", "", "x", "99999999999999999999"}) {
+    expectWrongUsage({"list", "u", "--max-time", value}, "--max-time");
+  }
+}
+
+TEST(Options, AMaximumSizeIsInBytesOrPowersOf1024) {
+  const auto sizeOf = [](const char* text) {
+    return parsed({"download", "u", "f", "--max-size", text}).maxSize;
+  };
+  EXPECT_EQ(sizeOf("1"), 1U);
+  EXPECT_EQ(sizeOf("1500"), 1500U);
+  EXPECT_EQ(sizeOf("3K"), 3U << 10);
+  EXPECT_EQ(sizeOf("3m"), 3U << 20);
+  EXPECT_EQ(sizeOf("5G"), std::uint64_t{5} << 30);
+  EXPECT_EQ(sizeOf("17179869183G"), std::uint64_t{17179869183} << 30);
+  for (const char* value : {"0", "0K", "", "K", "-1", "+1", "1.5G", "1KB", "1 K", "1T", "0x10",
+                            "17179869184G", "18446744073709551616"}) {
+    expectWrongUsage({"download", "u", "f", "--max-size", value}, "--max-size");
+  }
+  expectWrongUsage({"list", "u", "--max-size", "1"}, "--max-size");
+}
+
+TEST(Options, WrongUsageReachesNoTerminalAsAControl) {
+  const UsageAnswer answer = answered({"list", "u", "a\033[2J\u009B\u202E"});
+  EXPECT_THAT(answer.text, HasSubstr("a\uFFFD[2J\uFFFD\uFFFD\n"));
+}
+
 TEST(Options, HelpNamesTheCommandsAndTheirOptions) {
   const UsageAnswer help = answered({"--help"});
   EXPECT_EQ(help.exitStatus, kExitDone);
@@ -110,8 +212,9 @@ TEST(Options, HelpNamesTheCommandsAndTheirOptions) {
   EXPECT_THAT(help.text, HasSubstr("download"));
   const UsageAnswer downloadHelp = answered({"download", "--help"});
   EXPECT_EQ(downloadHelp.exitStatus, kExitDone);
-  for (const char* word : {"URL", "FOLDER", "--type", "--package", "--metadata", "--connections",
-                           "--json", "--quiet", "--verbose"}) {
+  for (const char* word :
+       {"URL", "FOLDER", "--type", "--package", "--metadata", "--connections", "--json", "--quiet",
+        "--verbose", "--user-agent", "--header", "--max-time", "--max-size"}) {
     EXPECT_THAT(downloadHelp.text, HasSubstr(word));
   }
 }
