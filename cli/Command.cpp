@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "cli/Command.h"
 
+#include <charconv>
+#include <cstdint>
 #include <future>
 #include <memory>
 #include <optional>
@@ -10,8 +12,11 @@
 
 #include "cli/DownloadCommand.h"
 #include "cli/ExitStatus.h"
+#include "cli/LineLimit.h"
 #include "cli/ListCommand.h"
+#include "cli/LoadFailures.h"
 #include "cli/Options.h"
+#include "cli/Sessions.h"
 #include "platform/SystemLog.h"
 #include "platform/Text.h"
 #include "platform/URL.h"
@@ -23,10 +28,18 @@ namespace {
 
 using PackageList = RepositoryFetcher::PackageList;
 
-// The repository's URL, trimmed; no value for one without a scheme or a host.
+// Whether a server can listen on the port that a URL names; none stands for the scheme's usual one.
+bool isPort(std::string_view text) {
+  if (text.empty()) return true;
+  std::uint16_t port = 0;
+  const auto failure = std::from_chars(text.data(), text.data() + text.size(), port).ec;
+  return failure == std::errc() && port != 0;
+}
+
+// The repository's URL, trimmed; no value for one that no request can ever be sent to.
 std::optional<URL> repositoryURL(const Options& options) {
   std::optional<URL> url = URL::parse(trimWhitespaceAndNewlines(options.url));
-  if (!url || url->scheme().empty() || url->host().empty()) return std::nullopt;
+  if (!url || !url->isHTTP() || url->host().empty() || !isPort(url->port())) return std::nullopt;
   return url;
 }
 
@@ -51,17 +64,28 @@ ConsoleSettings consoleSettings(const Options& options, ConsoleSettings settings
   return settings;
 }
 
-// Waits for the list; no value when the repository could not be loaded, for whatever reason.
+// Waits for the list; no value when the repository could not be loaded, for whatever reason. Then
+// the console says what the requests came to.
 std::optional<PackageList> fetchPackages(RepositoryType type, const URL& url,
-                                         const URLSessionFactory& sessionFactory) {
+                                         const URLSessionFactory& sessionFactory,
+                                         Console& console) {
   const auto promise = std::make_shared<std::promise<std::optional<PackageList>>>();
-  RepositoryFetcher(sessionFactory)
+  const auto failures = std::make_shared<LoadFailures>();
+  RepositoryFetcher(sessionFactory,
+                    [failures](const IndexAnswer& answer) { failures->add(answer); })
       .fetchPackagesOfChosenKind(
           choiceOf(type), url,
           [promise](std::optional<PackageList> packages, const std::optional<Error>&) {
             promise->set_value(std::move(packages));
           });
-  return promise->get_future().get();
+  std::optional<PackageList> packages = promise->get_future().get();
+  if (!packages) {
+    const std::vector<std::string> lines = failures->lines();
+    showAtMost20(
+        lines.size(), [&](std::size_t i) { return lines[i]; },
+        [&](const std::string& line) { console.appendPlain(line); });
+  }
+  return packages;
 }
 
 int runOptions(const Options& options, const CommandEnvironment& environment) {
@@ -74,12 +98,12 @@ int runOptions(const Options& options, const CommandEnvironment& environment) {
   const auto console = std::make_shared<Console>(environment.errorOutput,
                                                  consoleSettings(options, environment.console));
   const auto logBus = showLogBus(console);
-  const std::optional<PackageList> packages =
-      fetchPackages(options.type, *url, environment.sessionFactory);
+  const URLSessionFactory sessions =
+      sessionsOfRun(options, *url, console, environment.sessionFactory);
+  const std::optional<PackageList> packages = fetchPackages(options.type, *url, sessions, *console);
   if (!packages) return kExitNotLoaded;
   if (options.command == Options::Command::download) {
-    return downloadPackages(*packages, *url, options, environment.sessionFactory, *console,
-                            environment.output);
+    return downloadPackages(*packages, *url, options, sessions, *console, environment.output);
   }
   printPackages(*packages, options, environment.output);
   return kExitDone;

@@ -50,6 +50,11 @@ void Console::append(std::string_view message, std::string_view type) {
   write(settings_.color ? fmt::format("{}{}{}\n", colorOf(type), line, kPlain) : line + '\n');
 }
 
+void Console::appendPlain(std::string_view line) {
+  const std::lock_guard lock(mutex_);
+  write(printable(line) + '\n');
+}
+
 void Console::showStatus(std::string_view text) {
   if (!settings_.statusLine) return;
   const std::lock_guard lock(mutex_);

@@ -31,6 +31,10 @@ class Console {
   // `type` is one of the log bus's; any other is shown like "info".
   void append(std::string_view message, std::string_view type);
 
+  // A line as it is, without time and colour, also where only warnings are shown: what a run ends
+  // with.
+  void appendPlain(std::string_view line);
+
   // Shows the text (ASCII), cut to the terminal's width, under the messages until it is replaced or
   // cleared.
   void showStatus(std::string_view text);

@@ -24,14 +24,6 @@ namespace {
 
 using PackageList = std::vector<PackageEntry>;
 
-// The factory for sessions with another limit of connections to one host.
-URLSessionFactory limitedTo(int connections, URLSessionFactory factory) {
-  return [connections, factory = std::move(factory)](URLSessionConfiguration configuration) {
-    configuration.maximumConnectionsPerHost = connections;
-    return factory(configuration);
-  };
-}
-
 // In the order of the repository's list.
 PackageList packagesNamed(const std::vector<std::string>& identifiers,
                           const PackageList& packages) {
@@ -67,7 +59,7 @@ class Download {
         options_(options),
         console_(console),
         output_(output),
-        sessionFactory_(limitedTo(options.connections, sessionFactory)),
+        sessionFactory_(sessionFactory),
         queue_(mainQueue_, sessionFactory_) {}
 
   int downloadMissing(const PackageList& packages) {

@@ -24,11 +24,22 @@ bool isStamped(std::string_view line) {
 
 std::vector<std::string> consoleMessages(const std::string& errorOutput) {
   std::vector<std::string> messages;
+  bool hasPlainLine = false;
   for (const std::string& line : linesOf(errorOutput)) {
-    EXPECT_TRUE(isStamped(line)) << "not a line of the console: " << line;
-    if (isStamped(line)) messages.push_back(line.substr(kStamp.size()));
+    if (isStamped(line)) {
+      EXPECT_FALSE(hasPlainLine) << "a line of the console behind the last lines: " << line;
+      messages.push_back(line.substr(kStamp.size()));
+    } else {
+      hasPlainLine = true;
+    }
   }
   return messages;
+}
+
+std::vector<std::string> plainLines(const std::string& errorOutput) {
+  std::vector<std::string> lines = linesOf(errorOutput);
+  std::erase_if(lines, isStamped);
+  return lines;
 }
 
 std::vector<std::string> linesOf(const std::string& text) {

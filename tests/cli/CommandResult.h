@@ -13,8 +13,10 @@ struct CommandResult {
   std::string errorOutput;
 };
 
-// The texts of the console's lines. A line that does not begin with "[HH:mm:ss] " fails the test.
+// The texts of the console's lines that begin with "[HH:mm:ss] ", and the lines behind the last of
+// them, which have no time. Any other order of the two fails the test.
 std::vector<std::string> consoleMessages(const std::string& errorOutput);
+std::vector<std::string> plainLines(const std::string& errorOutput);
 
 std::vector<std::string> linesOf(const std::string& text);
 

@@ -53,12 +53,22 @@ TEST(Command, TrimsTheURL) {
   EXPECT_THAT(session.requestedURLs(), ElementsAre("http://repo.example/Packages"));
 }
 
-TEST(Command, LeavesAnUnknownSchemeToTheSession) {
-  const ScriptedURLSession session;
-  const CommandResult result =
-      runScripted(session, {"list", "ftp://repo.example/", "--type", "apt"});
-  EXPECT_EQ(result.status, kExitNotLoaded);
-  EXPECT_THAT(session.requests(), SizeIs(20));
+TEST(Command, RefusesAnAddressThatCanNeverWork) {
+  for (const char* url : {"ftp://repo.example/", "httpss://repo.example/", "http://repo.example:0/",
+                          "http://repo.example:00/", "http://repo.example:65536/",
+                          "https://repo.example:99999999999/"}) {
+    expectRefusal({"list", url}, "Invalid repository URL.");
+    expectRefusal({"download", url, "folder"}, "Invalid repository URL.");
+  }
+}
+
+TEST(Command, TakesEveryPortThatThereIs) {
+  for (const char* url : {"http://repo.example:1", "HTTP://repo.example:65535",
+                          "https://repo.example:", "http://repo.example:0080"}) {
+    ScriptedURLSession session;
+    session.answer(std::string(url) + "/Packages", {200, stanza("a")});
+    EXPECT_EQ(runScripted(session, {"list", url}).status, kExitDone);
+  }
 }
 
 TEST(Command, ARepositoryWithoutAnIndexCannotBeLoaded) {
@@ -72,6 +82,36 @@ TEST(Command, ARepositoryWithoutAnIndexCannotBeLoaded) {
     EXPECT_EQ(consoleMessages(result.errorOutput).back(), "No Cydia/APT Packages file found.");
     EXPECT_THAT(session.requests(), SizeIs(20));
   }
+}
+
+TEST(Command, SaysWhyARepositoryCouldNotBeLoadedAlsoWhenQuiet) {
+  ScriptedURLSession session;
+  Error expired{std::string(kURLErrorDomain), kURLErrorServerCertificateUntrusted, "untrusted",
+                "SSL certificate problem: certificate has expired"};
+  session.answer("http://repo.example/Packages", {0, "", expired});
+  session.answer("http://repo.example/Packages.gz", failingAnswer(kURLErrorTimedOut, "timed out"));
+  session.answer("http://repo.example/Packages.bz2", {403});
+  session.answer("http://repo.example/Packages.xz", {200, "no index"});
+  for (const char* option : {"--json", "--quiet"}) {
+    const CommandResult result =
+        runScripted(session, {"list", kRepository, "--type", "apt", option});
+    EXPECT_EQ(result.status, kExitNotLoaded);
+    EXPECT_EQ(consoleMessages(result.errorOutput).back(), "No Cydia/APT Packages file found.");
+    EXPECT_THAT(plainLines(result.errorOutput),
+                ElementsAre("SSL certificate problem: certificate has expired (2 requests)",
+                            "timed out (2 requests)", "HTTP status 403 (2 requests)",
+                            "HTTP status 404 (12 requests)"));
+  }
+}
+
+TEST(Command, SaysNothingOfFailedRequestsWhereTheRepositoryWasLoaded) {
+  ScriptedURLSession session;
+  session.answer("http://repo.example/Packages.gz", failingAnswer(kURLErrorTimedOut, "timed out"));
+  session.answer("http://repo.example/dists/ios/main/binary-iphoneos-arm/Packages",
+                 {200, stanza("a")});
+  const CommandResult result = runScripted(session, {"list", kRepository});
+  EXPECT_EQ(result.status, kExitDone);
+  EXPECT_THAT(plainLines(result.errorOutput), IsEmpty());
 }
 
 TEST(Command, PrintsHelpAndVersionToStandardOutput) {

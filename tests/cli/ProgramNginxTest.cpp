@@ -5,12 +5,15 @@
 #include "cli/ExitStatus.h"
 #include "tests/cli/Program.h"
 #include "tests/cli/SampleIndex.h"
+#include "tests/support/LoopbackHandlers.h"
+#include "tests/support/LoopbackServer.h"
 #include "tests/support/NginxServer.h"
 
 namespace tolvane {
 namespace {
 
 using testing::ElementsAre;
+using testing::MatchesRegex;
 
 // A repository of three packages on a server such as many repositories have.
 class ProgramNginx : public testing::Test {
@@ -50,8 +53,40 @@ TEST_F(ProgramNginx, ServesARunOverTLSUnderATrustedCertificate) {
 }
 
 TEST_F(ProgramNginx, IsRefusedUnderACertificateThatNobodyTrusts) {
-  const CommandResult result = runProgram({"download", server_->secureURL("/"), folder_.path()});
+  const CommandResult result =
+      runProgram({"download", server_->secureURL("/"), folder_.path(), "--quiet"});
   EXPECT_EQ(result.status, kExitNotLoaded);
+  EXPECT_THAT(plainLines(result.errorOutput),
+              ElementsAre(MatchesRegex("SSL certificate problem: .*\\(304 requests\\)")));
+}
+
+TEST(ProgramInsecureRedirect, IsAWarningOncePerServer) {
+  if (!NginxServer::isInstalled()) GTEST_SKIP() << "nginx or openssl is not installed";
+  LoopbackServer plain;
+  std::string index;
+  for (const std::string name : {"a", "b", "c"}) {
+    index += stanza(name, trueChecks());
+    plain.on("/debs/" + name + ".deb", respond(200, kPackageBody));
+  }
+  plain.on("/Packages", respond(200, index));
+  const NginxServer secure("if ($scheme = https) { return 302 " + plain.url("") +
+                           "$request_uri; }");
+  ASSERT_TRUE(secure.isRunning());
+  std::string repository = secure.secureURL("/");
+  repository.replace(0, 8, "https://user:secret@");
+  const TemporaryFolder folder;
+  for (const auto& arguments :
+       {std::vector<std::string>{"list", repository, "--quiet"},
+        std::vector<std::string>{"download", repository, folder.path(), "--quiet"}}) {
+    const CommandResult result =
+        runProgram(arguments, {.environment = {{"SSL_CERT_FILE", secure.certificatePath()}}});
+    EXPECT_EQ(result.status, kExitDone) << result.errorOutput;
+    const std::string shown = "https://user:***@" + secure.secureURL("/Packages").substr(8);
+    EXPECT_THAT(consoleMessages(result.errorOutput),
+                ElementsAre("Redirected from https to http, which anybody on the way can read and "
+                            "change: " +
+                            shown + " to " + plain.url("/Packages")));
+  }
 }
 
 }  // namespace

@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: MIT
+#include "cli/Sessions.h"
+
+#include <fmt/format.h>
+#include <mutex>
+#include <set>
+#include <string>
+#include <utility>
+
+namespace tolvane {
+
+namespace {
+
+// So long that no transfer is meant, and short enough to be added to any time.
+constexpr auto kNoLimit = std::chrono::hours(24 * 365 * 10);
+
+// Transfers of several sessions may report at once.
+class InsecureRedirects {
+ public:
+  explicit InsecureRedirects(std::shared_ptr<Console> console) : console_(std::move(console)) {}
+
+  void report(const URL& from, const URL& to) {
+    const std::lock_guard lock(mutex_);
+    if (!reported_.emplace(from.origin(), to.origin()).second) return;
+    console_->append(fmt::format("Redirected from https to http, which anybody on the way can read "
+                                 "and change: {} to {}",
+                                 displayText(from), displayText(to)),
+                     "warning");
+  }
+
+ private:
+  std::mutex mutex_;
+  std::set<std::pair<std::string, std::string>> reported_;
+  const std::shared_ptr<Console> console_;
+};
+
+}  // namespace
+
+URLSessionFactory sessionsOfRun(const Options& options, const URL& repositoryURL,
+                                std::shared_ptr<Console> console, URLSessionFactory factory) {
+  const auto redirects = std::make_shared<InsecureRedirects>(std::move(console));
+  return [options, origin = repositoryURL.origin(), redirects,
+          factory = std::move(factory)](URLSessionConfiguration configuration) {
+    configuration.userAgent = options.userAgent;
+    configuration.headersOrigin = origin;
+    configuration.headers = options.headers;
+    if (options.maxTime) {
+      configuration.timeoutIntervalForResource =
+          options.maxTime->count() == 0 ? kNoLimit : std::chrono::milliseconds(*options.maxTime);
+    }
+    configuration.maximumFileSize = options.maxSize;
+    configuration.maximumConnectionsPerHost = options.connections;
+    configuration.onInsecureRedirect = [redirects](const URL& from, const URL& to) {
+      redirects->report(from, to);
+    };
+    return factory(configuration);
+  };
+}
+
+}  // namespace tolvane
