@@ -2,10 +2,12 @@
 #include "cli/DownloadCommand.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdint>
 #include <fmt/format.h>
 #include <iterator>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -50,6 +52,15 @@ nlohmann::ordered_json jsonObject(const DownloadCounters& counters, std::uint64_
   };
 }
 
+// Why a metadata path that the server has was not saved; no value for one that it does not have,
+// and for one that was saved.
+std::optional<std::string> metadataFailure(const MetadataOutcome& outcome) {
+  const int status = statusOf(outcome.request.response);
+  if (status == 404 || status == 410 || !outcome.request.localPath.empty()) return std::nullopt;
+  const std::string reason = descriptionOr(outcome.error, fmt::format("HTTP status {}", status));
+  return fmt::format("Could not save {}: {}", outcome.path, reason);
+}
+
 // One download from its selection to its last text.
 class Download {
  public:
@@ -67,9 +78,12 @@ class Download {
     alreadyPresent_ = packages.size() - missing.size();
     const std::string scan =
         fmt::format("Missing: {}   Already present: {}", missing.size(), alreadyPresent_);
+    if (!missing.empty()) {
+      console_.append(scan, "info");
+      run(missing, "Downloading missing");
+    }
+    if (options_.metadata) saveMetadata();
     if (missing.empty()) return finish(scan);
-    console_.append(scan, "info");
-    run(missing, "Downloading missing");
     return finish(fmt::format("Finished missing. {}  Already present: {}", summaryText(counters_),
                               alreadyPresent_));
   }
@@ -80,6 +94,7 @@ class Download {
       if (!hasPackage(named, identifier)) fail("No such package: " + identifier);
     }
     run(named, "Downloading");
+    if (options_.metadata) saveMetadata();
     return finish("Finished. " + summaryText(counters_));
   }
 
@@ -101,13 +116,15 @@ class Download {
     queue_.downloadPackages(packages, repositoryURL_, options_.folder, showProgress, end);
     mainQueue_.run();
     console_.clearStatus();
-    if (options_.metadata && !packages.empty()) saveMetadata();
   }
 
-  // In the same folder, and after the downloads: each of the two has sessions of its own, and side
-  // by side they would make twice as many connections to the host as they may.
+  // In the same folder, and after the downloads: each of the two has sessions of its own, and in
+  // parallel they would make twice as many connections to the host as they may.
   void saveMetadata() {
-    RepositoryMetadataArchiver(mainQueue_, sessionFactory_)
+    const auto observer = [this](const MetadataOutcome& outcome) {
+      if (const std::optional<std::string> failure = metadataFailure(outcome)) fail(*failure);
+    };
+    RepositoryMetadataArchiver(mainQueue_, sessionFactory_, observer)
         .archiveMetadataForRepositoryURL(
             repositoryURL_, options_.folder, [this](const auto& archived, const auto& missing) {
               const bool hasBegun = archived.size() + missing.size() ==
@@ -118,7 +135,7 @@ class Download {
     mainQueue_.run();
   }
 
-  // Something that was asked for cannot be had.
+  // Something that was asked for cannot be had. Any thread.
   void fail(const std::string& reason) {
     console_.append(reason, "error");
     hasFailed_ = true;
@@ -141,7 +158,7 @@ class Download {
   DownloadQueueManager queue_;
   DownloadCounters counters_;
   std::uint64_t alreadyPresent_ = 0;
-  bool hasFailed_ = false;  // beside the packages that are counted
+  std::atomic<bool> hasFailed_ = false;  // apart from the packages that are counted
 };
 
 }  // namespace

@@ -15,7 +15,10 @@ namespace {
 
 using testing::Contains;
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
+using testing::UnorderedElementsAre;
 
 constexpr const char* kSummary =
     "Finished missing. Downloaded: 1  Verified: 1  Failed: 0  Validation failed: 0  Skipped: 0  "
@@ -77,19 +80,28 @@ TEST_F(Metadata, IsNotSavedUnlessAskedFor) {
   EXPECT_EQ(timesRequested("Release"), 0);
 }
 
-TEST_F(Metadata, IsNotSavedWhereNothingLacks) {
+TEST_F(Metadata, IsSavedAlsoWhereNothingLacks) {
   folder_.write("a.deb", "");
   const CommandResult result = download({"--metadata"});
   EXPECT_EQ(result.status, kExitDone);
   EXPECT_EQ(result.output, "Missing: 0   Already present: 1\n");
-  EXPECT_EQ(timesRequested("Release"), 0);
+  EXPECT_EQ(folder_.read("Release"), "release");
+  EXPECT_EQ(session_.requests().size(), 1U + 23U);
 }
 
-TEST_F(Metadata, IsNotSavedWhereNoNamedPackageExists) {
+TEST_F(Metadata, IsSavedAlsoWhereNoNamedPackageExists) {
   const CommandResult result = download({"--metadata", "--package", "x"});
   EXPECT_EQ(result.status, kExitFailed);
+  EXPECT_THAT(folder_.names(), ElementsAre("Packages", "Release", "dists"));
+}
+
+TEST_F(Metadata, IsNotAskedForWhereTheRepositoryCouldNotBeLoaded) {
+  const ScriptedURLSession session;
+  const CommandResult result = runScripted(
+      session, {"download", kRepository, folder_.path(), "--type", "apt", "--metadata"});
+  EXPECT_EQ(result.status, kExitNotLoaded);
+  EXPECT_EQ(session.requests().size(), 20U);
   EXPECT_THAT(folder_.names(), IsEmpty());
-  EXPECT_EQ(timesRequested("Release"), 0);
 }
 
 TEST_F(Metadata, ThatHasNoFolderIsAFailureWithItsReason) {
@@ -117,16 +129,35 @@ TEST_F(Metadata, IsSavedBesideNamedPackagesToo) {
   EXPECT_EQ(folder_.read("Release"), "release");
 }
 
-TEST_F(Metadata, ThatIsMissingIsNoFailure) {
+TEST_F(Metadata, ThatTheServerDoesNotHaveIsNoFailure) {
   ScriptedURLSession session;
   session.answer("http://repo.example/Packages", {.body = stanza("a")});
-  session.answer("http://repo.example/Packages", {.status = 500});
+  session.answer("http://repo.example/Packages", {.status = 404});
+  session.answer("http://repo.example/Release", {.status = 410});
   session.answer("http://repo.example/debs/a.deb", {.body = kPackageBody});
   const CommandResult result = runScripted(
-      session, {"download", kRepository, folder_.path(), "--type", "apt", "--metadata"});
+      session, {"download", kRepository, folder_.path(), "--type", "apt", "--metadata", "--quiet"});
   EXPECT_EQ(result.status, kExitDone);
   EXPECT_EQ(result.output, kSummary);
+  EXPECT_EQ(result.errorOutput, "");
   EXPECT_THAT(log_.lines(), Contains("[Metadata] Archived 0 metadata files, 23 missing/failed."));
+}
+
+TEST_F(Metadata, ThatCouldNotBeHadOtherwiseIsAFailureWithItsReason) {
+  session_.answer(
+      "http://repo.example/InRelease",
+      failingAnswer(kURLErrorNetworkConnectionLost, "The network connection was lost."));
+  session_.answer("http://repo.example/Release.gpg", {.status = 500});
+  session_.answer("http://repo.example/CydiaIcon.png", {.body = "icon"});
+  folder_.write("CydiaIcon.png/in the way", "");
+  const CommandResult result = download({"--metadata", "--quiet"});
+  EXPECT_EQ(result.status, kExitFailed);
+  EXPECT_EQ(result.output, kSummary);
+  EXPECT_THAT(consoleMessages(result.errorOutput),
+              UnorderedElementsAre("Could not save InRelease: The network connection was lost.",
+                                   "Could not save Release.gpg: HTTP status 500",
+                                   "Could not save CydiaIcon.png: Is a directory"));
+  EXPECT_THAT(log_.lines(), Not(Contains(HasSubstr("Could not save"))));
 }
 
 }  // namespace
