@@ -12,6 +12,7 @@
 #include <string_view>
 
 #include "cli/ExitStatus.h"
+#include "cli/FailureReport.h"
 #include "cli/Json.h"
 #include "cli/ProgressBar.h"
 #include "download/DownloadCounters.h"
@@ -71,7 +72,9 @@ class Download {
         console_(console),
         output_(output),
         sessionFactory_(sessionFactory),
-        queue_(mainQueue_, sessionFactory_) {}
+        queue_(mainQueue_, sessionFactory_) {
+    queue_.setObserver([this](const PackageOutcome& outcome) { failures_.add(outcome); });
+  }
 
   int downloadMissing(const PackageList& packages) {
     const PackageList missing = queue_.missingPackagesFromPackages(packages, options_.folder);
@@ -145,7 +148,14 @@ class Download {
     if (const std::optional<Error> error = flushFolders()) {
       fail("Could not flush the folder: " + error->description);
     }
-    output_ << (options_.json ? jsonText(jsonObject(counters_, alreadyPresent_)) : text) << '\n';
+    if (options_.json) {
+      auto object = jsonObject(counters_, alreadyPresent_);
+      object["failures"] = failures_.json();
+      output_ << jsonText(object) << std::endl;
+    } else {
+      output_ << text << std::endl;
+    }
+    failures_.show(console_, options_.folder);
     return hasFailed_ || counters_.failed > 0 ? kExitFailed : kExitDone;
   }
 
@@ -156,6 +166,7 @@ class Download {
   RunLoop mainQueue_;
   URLSessionFactory sessionFactory_;
   DownloadQueueManager queue_;
+  FailureReport failures_;
   DownloadCounters counters_;
   std::uint64_t alreadyPresent_ = 0;
   std::atomic<bool> hasFailed_ = false;  // apart from the packages that are counted

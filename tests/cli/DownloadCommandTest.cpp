@@ -67,7 +67,7 @@ TEST(DownloadCommand, CountsInJSON) {
       runScripted(session, {"download", kRepository, folder.path(), "--json"});
   EXPECT_EQ(result.output,
             R"({"downloaded":2,"verified":2,"failed":0,"validationFailed":0,"skipped":0,)"
-            R"("alreadyPresent":1})"
+            R"("alreadyPresent":1,"failures":[]})"
             "\n");
 }
 
@@ -80,7 +80,7 @@ TEST(DownloadCommand, CountsInJSONWhereNothingLacks) {
       runScripted(session, {"download", kRepository, folder.path(), "--json"});
   EXPECT_EQ(result.output,
             R"({"downloaded":0,"verified":0,"failed":0,"validationFailed":0,"skipped":0,)"
-            R"("alreadyPresent":1})"
+            R"("alreadyPresent":1,"failures":[]})"
             "\n");
 }
 
@@ -125,7 +125,7 @@ TEST(DownloadCommand, CountsANamedPackageThatIsThereAsSkipped) {
   EXPECT_EQ(result.status, kExitDone);
   EXPECT_EQ(result.output,
             R"({"downloaded":1,"verified":1,"failed":0,"validationFailed":0,"skipped":1,)"
-            R"("alreadyPresent":0})"
+            R"("alreadyPresent":0,"failures":[]})"
             "\n");
   EXPECT_THAT(folder.names(), ElementsAre("a.deb", "c.deb"));
 }

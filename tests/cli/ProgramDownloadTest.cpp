@@ -21,6 +21,8 @@ using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::IsEmpty;
 using testing::IsSubsetOf;
+using testing::StartsWith;
+using testing::UnorderedElementsAre;
 
 const std::string kZeroMD5(32, '0');
 const std::string kZeroSHA256(64, '0');
@@ -116,10 +118,43 @@ TEST(ProgramDownload, CountsEveryFateInJSON) {
   folder.write("present.deb", "older");
   const CommandResult result = runProgram({"download", server.url("/"), folder.path(), "--json"});
   EXPECT_EQ(result.status, kExitFailed);
-  EXPECT_EQ(result.output,
-            R"({"downloaded":2,"verified":2,"failed":4,"validationFailed":3,"skipped":0,)"
-            R"("alreadyPresent":1})"
-            "\n");
+  const auto object = nlohmann::ordered_json::parse(result.output);
+  EXPECT_TRUE(result.output.starts_with(
+      R"({"downloaded":2,"verified":2,"failed":4,"validationFailed":3,"skipped":0,)"
+      R"("alreadyPresent":1,"failures":[)"))
+      << result.output;
+  std::map<std::string, nlohmann::ordered_json> failures;
+  for (const auto& failure : object.at("failures")) failures[failure["package"]] = failure;
+  EXPECT_EQ(failures.size(), 4U);
+  EXPECT_EQ(failures["cut-off"].dump(),
+            R"({"package":"cut-off","version":"1.0","filename":"debs/cut-off.deb","url":")" +
+                server.url("/debs/cut-off.deb") +
+                R"(","reason":"The network connection was lost.","domain":"NSURLErrorDomain",)"
+                R"("code":-1005,"status":200})");
+  EXPECT_EQ(failures["wrong-md5"]["domain"], "DownloadManager");
+  EXPECT_EQ(failures["wrong-md5"]["code"], 2003);
+}
+
+TEST(ProgramDownload, NamesTheFailedAndTheInvalidAfterItsLastLine) {
+  LoopbackServer server;
+  serveEveryFate(server);
+  const TemporaryFolder folder;
+  const CommandResult result = runProgram({"download", server.url("/"), folder.path(), "--quiet"});
+  const auto line = [&](const std::string& kind, const std::string& name,
+                        const std::string& reason) {
+    return kind + ": " + name + " 1.0, " + server.url("/debs/" + name + ".deb") + ": " + reason;
+  };
+  const std::vector<std::string> lines = plainLines(result.errorOutput);
+  EXPECT_THAT(lines, UnorderedElementsAre(
+                         line("Failed", "cut-off", "The network connection was lost."),
+                         line("Invalid", "wrong-md5", "MD5 mismatch for wrong-md5."),
+                         line("Invalid", "wrong-sha256", "SHA256 mismatch for wrong-sha256."),
+                         line("Invalid", "wrong-size",
+                              "Size mismatch for wrong-size. Expected 1234 bytes, got 26 bytes."),
+                         "Invalid files stay in " + folder.path() +
+                             " and count as present at the next run."));
+  ASSERT_FALSE(lines.empty());
+  EXPECT_THAT(lines.back(), StartsWith("Invalid files stay"));
 }
 
 TEST(ProgramDownload, ASecondRunAsksForNothingButTheIndex) {
