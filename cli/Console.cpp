@@ -50,6 +50,19 @@ void Console::append(std::string_view message, std::string_view type) {
   write(settings_.color ? fmt::format("{}{}{}\n", colorOf(type), line, kPlain) : line + '\n');
 }
 
+void Console::appendLogged(std::string_view message, std::string_view type) {
+  {
+    const std::lock_guard lock(mutex_);
+    if (!leftOut_.empty() && message.ends_with(leftOut_)) return;
+  }
+  append(message, type);
+}
+
+void Console::leaveOut(std::string ending) {
+  const std::lock_guard lock(mutex_);
+  leftOut_ = std::move(ending);
+}
+
 void Console::appendPlain(std::string_view line) {
   const std::lock_guard lock(mutex_);
   write(printable(line) + '\n');
@@ -84,7 +97,7 @@ NotificationCenter::Token showLogBus(std::shared_ptr<Console> console) {
   return NotificationCenter::defaultCenter().addObserver(
       CrawlerLoggerDidLogMessageNotification,
       [console = std::move(console)](const UserInfo& userInfo) {
-        console->append(entry(userInfo, "message"), entry(userInfo, "type"));
+        console->appendLogged(entry(userInfo, "message"), entry(userInfo, "type"));
       });
 }
 

@@ -31,6 +31,9 @@ class Console {
   // `type` is one of the log bus's; any other is shown like "info".
   void append(std::string_view message, std::string_view type);
 
+  // From now on leaves out messages of the log bus that end with this text; "" ends that.
+  void leaveOut(std::string ending);
+
   // A line as it is, without time and colour, also where only warnings are shown: what a run ends
   // with.
   void appendPlain(std::string_view line);
@@ -43,12 +46,16 @@ class Console {
   const ConsoleSettings& settings() const { return settings_; }
 
  private:
+  friend NotificationCenter::Token showLogBus(std::shared_ptr<Console> console);
+
+  void appendLogged(std::string_view message, std::string_view type);
   void write(const std::string& lines);
 
   std::mutex mutex_;
   std::ostream& stream_;
   const ConsoleSettings settings_;
   std::string status_;
+  std::string leftOut_;
 };
 
 // Appends every message of the log bus to the console, as long as the token lives.

@@ -6,11 +6,14 @@
 #include <cstdint>
 #include <fmt/format.h>
 #include <iterator>
+#include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
+#include "cli/DestinationGate.h"
 #include "cli/ExitStatus.h"
 #include "cli/FailureReport.h"
 #include "cli/Json.h"
@@ -53,6 +56,15 @@ nlohmann::ordered_json jsonObject(const DownloadCounters& counters, std::uint64_
   };
 }
 
+// The factory for sessions whose transfers do not start once the gate is closed.
+URLSessionFactory behind(std::shared_ptr<const DestinationGate> gate, URLSessionFactory factory) {
+  return [gate = std::move(gate),
+          factory = std::move(factory)](URLSessionConfiguration configuration) {
+    configuration.refusal = [gate] { return gate->refusal(); };
+    return factory(configuration);
+  };
+}
+
 // Why a metadata path that the server has was not saved; no value for one that it does not have,
 // and for one that was saved.
 std::optional<std::string> metadataFailure(const MetadataOutcome& outcome) {
@@ -72,8 +84,8 @@ class Download {
         console_(console),
         output_(output),
         sessionFactory_(sessionFactory),
-        queue_(mainQueue_, sessionFactory_) {
-    queue_.setObserver([this](const PackageOutcome& outcome) { failures_.add(outcome); });
+        queue_(mainQueue_, behind(gate_, sessionFactory)) {
+    queue_.setObserver([this](const PackageOutcome& outcome) { observe(outcome); });
   }
 
   int downloadMissing(const PackageList& packages) {
@@ -118,7 +130,18 @@ class Download {
     };
     queue_.downloadPackages(packages, repositoryURL_, options_.folder, showProgress, end);
     mainQueue_.run();
+    console_.leaveOut("");
     console_.clearStatus();
+  }
+
+  void observe(const PackageOutcome& outcome) {
+    failures_.add(outcome);
+    // Refused transfers are how the run is cancelled here: cancelAllDownloads() would discard the
+    // packages that wait, so that the run had neither an end nor a number for them.
+    if (const std::optional<std::string> reason = gate_->closeFor(outcome)) {
+      console_.leaveOut(*reason);  // or each package would say it twice
+      console_.append("Packages that have not started are not tried: " + *reason, "warning");
+    }
   }
 
   // In the same folder, and after the downloads: each of the two has sessions of its own, and in
@@ -164,6 +187,7 @@ class Download {
   Console& console_;
   std::ostream& output_;
   RunLoop mainQueue_;
+  const std::shared_ptr<DestinationGate> gate_ = std::make_shared<DestinationGate>();
   URLSessionFactory sessionFactory_;
   DownloadQueueManager queue_;
   FailureReport failures_;

@@ -114,6 +114,28 @@ TEST(Console, ShowsTheLogBusWhileTheTokenLives) {
   EXPECT_THAT(consoleMessages(stream.str()), ElementsAre("one", "two"));
 }
 
+TEST(Console, LeavesOutMessagesOfTheLogBusThatEndWithAText) {
+  std::ostringstream stream;
+  const auto console = std::make_shared<Console>(stream, ConsoleSettings());
+  const auto token = showLogBus(console);
+  console->leaveOut("disk full");
+  CrawlerLogger::logError("Download failed: disk full");
+  CrawlerLogger::logError("disk full!");
+  console->append("Could not save Release: disk full", "error");
+  console->leaveOut("");
+  CrawlerLogger::logError("disk full");
+  EXPECT_THAT(consoleMessages(stream.str()),
+              ElementsAre("disk full!", "Could not save Release: disk full", "disk full"));
+}
+
+TEST(Console, APlainLineHasNeitherTimeNorColorAndStandsAlsoAmongWarnings) {
+  std::ostringstream stream;
+  ConsoleSettings settings = colored();
+  settings.warningsOnly = true;
+  Console(stream, settings).appendPlain("a\033[2J\nb");
+  EXPECT_EQ(stream.str(), "a\uFFFD[2J\uFFFDb\n");
+}
+
 TEST(Console, TakesMessagesOfManyThreadsLineByLine) {
   std::ostringstream stream;
   constexpr int kThreads = 4;
