@@ -17,6 +17,7 @@
 #include "cli/ExitStatus.h"
 #include "cli/FailureReport.h"
 #include "cli/Json.h"
+#include "cli/NameCollisions.h"
 #include "cli/ProgressBar.h"
 #include "download/DownloadCounters.h"
 #include "download/DownloadQueueManager.h"
@@ -89,6 +90,7 @@ class Download {
   }
 
   int downloadMissing(const PackageList& packages) {
+    prepare(packages);
     const PackageList missing = queue_.missingPackagesFromPackages(packages, options_.folder);
     alreadyPresent_ = packages.size() - missing.size();
     const std::string scan =
@@ -108,12 +110,18 @@ class Download {
     for (const std::string& identifier : options_.packages) {
       if (!hasPackage(named, identifier)) fail("No such package: " + identifier);
     }
+    prepare(named);
     run(named, "Downloading");
     if (options_.metadata) saveMetadata();
     return finish("Finished. " + summaryText(counters_));
   }
 
  private:
+  void prepare(const PackageList& packages) {
+    // The place for what is done to the folder before the first download.
+    warnOfNameCollisions(packages, repositoryURL_, console_);
+  }
+
   void run(const PackageList& packages, std::string_view action) {
     const auto showProgress = [this, action](std::uint64_t completed, std::uint64_t total,
                                              std::uint64_t failed, std::uint64_t skipped,
