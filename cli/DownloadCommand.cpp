@@ -19,6 +19,7 @@
 #include "cli/Json.h"
 #include "cli/NameCollisions.h"
 #include "cli/ProgressBar.h"
+#include "cli/SpaceReport.h"
 #include "download/DownloadCounters.h"
 #include "download/DownloadQueueManager.h"
 #include "download/RepositoryMetadataArchiver.h"
@@ -97,6 +98,7 @@ class Download {
         fmt::format("Missing: {}   Already present: {}", missing.size(), alreadyPresent_);
     if (!missing.empty()) {
       console_.append(scan, "info");
+      reportSpace(missing, options_.folder, console_);
       run(missing, "Downloading missing");
     }
     if (options_.metadata) saveMetadata();
@@ -111,6 +113,8 @@ class Download {
       if (!hasPackage(named, identifier)) fail("No such package: " + identifier);
     }
     prepare(named);
+    reportSpace(queue_.missingPackagesFromPackages(named, options_.folder), options_.folder,
+                console_);
     run(named, "Downloading");
     if (options_.metadata) saveMetadata();
     return finish("Finished. " + summaryText(counters_));

@@ -18,6 +18,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
+using testing::StartsWith;
 using testing::UnorderedElementsAre;
 
 constexpr const char* kSummary =
@@ -67,7 +68,9 @@ TEST_F(Metadata, IsToldOfInTheSystemLogAlone) {
                   "Package index found: http://repo.example/Packages",
                   "Decoded Packages file (" + std::to_string(stanza("a").size()) + " chars)",
                   "Parsed 1 package(s)", "Using package index: http://repo.example/Packages",
-                  "Missing: 1   Already present: 0", "Starting download queue: 1 package(s)",
+                  "Missing: 1   Already present: 0",
+                  StartsWith("To download: 1 file of unknown size; free: "),
+                  "Starting download queue: 1 package(s)",
                   "Downloading: http://repo.example/debs/a.deb", "Verified a.deb",
                   "Downloaded and verified: a.deb",
                   "Download queue finished. Downloaded: 1  Verified: 1  Failed: 0  "
