@@ -3,6 +3,7 @@
 
 #include <charconv>
 #include <cstdint>
+#include <fmt/format.h>
 #include <future>
 #include <memory>
 #include <optional>
@@ -17,9 +18,11 @@
 #include "cli/LoadFailures.h"
 #include "cli/Options.h"
 #include "cli/Sessions.h"
+#include "platform/File.h"
 #include "platform/SystemLog.h"
 #include "platform/Text.h"
 #include "platform/URL.h"
+#include "repository/RepoParser.h"
 #include "repository/RepositoryFetcher.h"
 
 namespace tolvane {
@@ -64,6 +67,26 @@ ConsoleSettings consoleSettings(const Options& options, ConsoleSettings settings
   return settings;
 }
 
+struct IndexFileResult {
+  PackageList packages;
+  std::optional<Error> error;
+};
+
+// Reads an APT index, unpacked by the ending of its path.
+IndexFileResult readIndexFile(const std::string& path, std::string_view choice) {
+  const auto failed = [](const char* why) {
+    return IndexFileResult{{}, Error{std::string(kRepositoryFetcherErrorDomain), 404, why}};
+  };
+  if (choice != kAPTChoice && choice != kAutoDetectChoice) return failed("not an APT index");
+  std::string bytes;
+  if (const std::optional<Error> error = appendFile(path, bytes)) return {{}, error};
+  std::optional<std::string> text = RepositoryFetcher::stringFromData(std::move(bytes), path);
+  if (!text) return failed("it cannot be decoded");
+  PackageList packages = RepoParser::parsePackagesText(std::move(*text));
+  if (packages.empty()) return failed("it names no package");
+  return {std::move(packages), std::nullopt};
+}
+
 // Waits for the list; no value when the repository could not be loaded, for whatever reason. Then
 // the console says what the requests came to.
 std::optional<PackageList> fetchPackages(RepositoryType type, const URL& url,
@@ -88,6 +111,15 @@ std::optional<PackageList> fetchPackages(RepositoryType type, const URL& url,
   return packages;
 }
 
+// The list of options.indexFile; no value where that gives none. Then the console says why.
+std::optional<PackageList> readPackages(const Options& options, Console& console) {
+  IndexFileResult result = readIndexFile(*options.indexFile, choiceOf(options.type));
+  if (!result.error) return std::move(result.packages);
+  console.appendPlain(
+      fmt::format("Could not read {}: {}", *options.indexFile, result.error->description));
+  return std::nullopt;
+}
+
 int runOptions(const Options& options, const CommandEnvironment& environment) {
   const std::optional<URL> url = repositoryURL(options);
   if (!url) {
@@ -100,7 +132,9 @@ int runOptions(const Options& options, const CommandEnvironment& environment) {
   const auto logBus = showLogBus(console);
   const URLSessionFactory sessions =
       sessionsOfRun(options, *url, console, environment.sessionFactory);
-  const std::optional<PackageList> packages = fetchPackages(options.type, *url, sessions, *console);
+  const std::optional<PackageList> packages =
+      options.indexFile ? readPackages(options, *console)
+                        : fetchPackages(options.type, *url, sessions, *console);
   if (!packages) return kExitNotLoaded;
   if (options.command == Options::Command::download) {
     return downloadPackages(*packages, *url, options, sessions, *console, environment.output);

@@ -50,6 +50,14 @@ void addTransferOptions(CLI::App& command, Options& options) {
       ->check(CLI::Range(0, kMaximumSeconds));
 }
 
+void addIndexOption(CLI::App& command, Options& options) {
+  command
+      .add_option_function<std::string>(
+          "--index", [&options](const std::string& path) { options.indexFile = path; },
+          "Read the list of packages from this file, and ask the repository for none")
+      ->type_name("FILE");
+}
+
 void addSharedOptions(CLI::App& command, Options& options) {
   static const std::map<std::string, RepositoryType> kTypes{
       {"auto", RepositoryType::automatic},
@@ -65,6 +73,7 @@ void addSharedOptions(CLI::App& command, Options& options) {
       ->type_name("TYPE")
       ->check(CLI::IsMember(kTypes));
   command.add_flag("--json", options.json, "Print JSON to standard output");
+  addIndexOption(command, options);
   addTransferOptions(command, options);
   addConsoleFlags(command, options);
 }

@@ -28,6 +28,7 @@ struct Options {
   HeaderFields headers;   // for the repository's own server alone; may hold secrets
   // For every single transfer, 0 for no limit; the program's own limits where nothing is said.
   std::optional<std::chrono::seconds> maxTime;
+  std::optional<std::string> indexFile;  // read instead of asking the repository for an index
 
   std::string search;  // list
 

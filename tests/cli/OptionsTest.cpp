@@ -108,7 +108,7 @@ TEST(Options, AValueIsNeverAnOption) {
   for (const char* next : {"--json", "--quiet", "--", "--unknown", "-h"}) {
     expectWrongUsage({"list", "u", "--search", next}, "--search");
     expectWrongUsage({"list", "u", "--type", next}, "--type");
-    for (const char* option : {"--user-agent", "--header", "--max-time"}) {
+    for (const char* option : {"--user-agent", "--header", "--max-time", "--index"}) {
       expectWrongUsage({"list", "u", option, next}, option);
       expectWrongUsage({"download", "u", "f", option, next}, option);
     }
@@ -170,6 +170,12 @@ TEST(Options, AHeaderThatWouldChangeWhatIsSavedOrFrameTheMessageIsRefused) {
   }
 }
 
+TEST(Options, AnIndexIsAFile) {
+  EXPECT_EQ(parsed({"list", "u"}).indexFile, std::nullopt);
+  EXPECT_EQ(parsed({"list", "u", "--index", "Packages.gz"}).indexFile, "Packages.gz");
+  EXPECT_EQ(parsed({"download", "u", "f", "--index", ""}).indexFile, "");
+}
+
 TEST(Options, AUserAgentIsOneLine) {
   EXPECT_EQ(parsed({"list", "u", "--user-agent", "Mirror/2 (me)"}).userAgent, "Mirror/2 (me)");
   expectWrongUsage({"list", "u", "--user-agent", "a\r\nB: c"}, "--user-agent");
@@ -214,7 +220,7 @@ TEST(Options, HelpNamesTheCommandsAndTheirOptions) {
   EXPECT_EQ(downloadHelp.exitStatus, kExitDone);
   for (const char* word :
        {"URL", "FOLDER", "--type", "--package", "--metadata", "--connections", "--json", "--quiet",
-        "--verbose", "--user-agent", "--header", "--max-time", "--max-size"}) {
+        "--verbose", "--user-agent", "--header", "--max-time", "--max-size", "--index"}) {
     EXPECT_THAT(downloadHelp.text, HasSubstr(word));
   }
 }
