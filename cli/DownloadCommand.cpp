@@ -91,7 +91,7 @@ class Download {
   }
 
   int downloadMissing(const PackageList& packages) {
-    prepare(packages);
+    warnOfNameCollisions(packages, repositoryURL_, console_);
     const PackageList missing = queue_.missingPackagesFromPackages(packages, options_.folder);
     alreadyPresent_ = packages.size() - missing.size();
     const std::string scan =
@@ -112,7 +112,7 @@ class Download {
     for (const std::string& identifier : options_.packages) {
       if (!hasPackage(named, identifier)) fail("No such package: " + identifier);
     }
-    prepare(named);
+    warnOfNameCollisions(named, repositoryURL_, console_);
     reportSpace(queue_.missingPackagesFromPackages(named, options_.folder), options_.folder,
                 console_);
     run(named, "Downloading");
@@ -121,11 +121,6 @@ class Download {
   }
 
  private:
-  void prepare(const PackageList& packages) {
-    // The place for what is done to the folder before the first download.
-    warnOfNameCollisions(packages, repositoryURL_, console_);
-  }
-
   void run(const PackageList& packages, std::string_view action) {
     const auto showProgress = [this, action](std::uint64_t completed, std::uint64_t total,
                                              std::uint64_t failed, std::uint64_t skipped,
