@@ -18,11 +18,10 @@
 #include "cli/LoadFailures.h"
 #include "cli/Options.h"
 #include "cli/Sessions.h"
-#include "platform/File.h"
 #include "platform/SystemLog.h"
 #include "platform/Text.h"
 #include "platform/URL.h"
-#include "repository/RepoParser.h"
+#include "repository/IndexFile.h"
 #include "repository/RepositoryFetcher.h"
 
 namespace tolvane {
@@ -65,26 +64,6 @@ ConsoleSettings consoleSettings(const Options& options, ConsoleSettings settings
   // The system log writes to standard error too, and knows nothing of a line that stays last.
   settings.statusLine = settings.statusLine && !options.quiet && !options.verbose;
   return settings;
-}
-
-struct IndexFileResult {
-  PackageList packages;
-  std::optional<Error> error;
-};
-
-// Reads an APT index, unpacked by the ending of its path.
-IndexFileResult readIndexFile(const std::string& path, std::string_view choice) {
-  const auto failed = [](const char* why) {
-    return IndexFileResult{{}, Error{std::string(kRepositoryFetcherErrorDomain), 404, why}};
-  };
-  if (choice != kAPTChoice && choice != kAutoDetectChoice) return failed("not an APT index");
-  std::string bytes;
-  if (const std::optional<Error> error = appendFile(path, bytes)) return {{}, error};
-  std::optional<std::string> text = RepositoryFetcher::stringFromData(std::move(bytes), path);
-  if (!text) return failed("it cannot be decoded");
-  PackageList packages = RepoParser::parsePackagesText(std::move(*text));
-  if (packages.empty()) return failed("it names no package");
-  return {std::move(packages), std::nullopt};
 }
 
 // Waits for the list; no value when the repository could not be loaded, for whatever reason. Then
