@@ -155,7 +155,6 @@ void Transfer::setUp(CURLSH* share) {
   curl_easy_setopt(easy_, CURLOPT_WRITEFUNCTION, onBody);
   curl_easy_setopt(easy_, CURLOPT_WRITEDATA, this);
   trustCertificates();
-  if (task_->acceptsEncodings) curl_easy_setopt(easy_, CURLOPT_ACCEPT_ENCODING, "");
   if (task_->onFreshConnection) curl_easy_setopt(easy_, CURLOPT_FRESH_CONNECT, 1L);
   if (task_->request.body) setUpBody(*task_->request.body);
   setUpHeaders();
@@ -189,6 +188,7 @@ void Transfer::setUpHeaders() {
         own, [&](const auto& field) { return equalsIgnoringASCIICase(field.first, name); });
     if (!isReplaced) addHeader(name, value);
   }
+  if (task_->acceptsEncodings) addHeader("Accept-Encoding", "gzip");
   if (headers_) curl_easy_setopt(easy_, CURLOPT_HTTPHEADER, headers_);
 }
 
@@ -251,11 +251,43 @@ std::optional<Error> Transfer::readHeader(std::string_view line) {
     fields_.clear();
     location_.reset();
   } else if (line == "\r\n" || line == "\n") {
-    headComplete_ = statusCode_ >= 200;
-    headEnd_ = lastActivity_;
-    if (headComplete_) onHead_(*this);
+    return endHead();
   } else {
     keepField(line);
+  }
+  return std::nullopt;
+}
+
+std::optional<Error> Transfer::endHead() {
+  if (statusCode_ < 200) return std::nullopt;  // interim
+  headComplete_ = true;
+  headEnd_ = lastActivity_;
+  onHead_(*this);
+  if (hasContradictingLengths()) return urlError(kURLErrorBadServerResponse);
+  return task_->acceptsEncodings && !isRedirect() ? prepareDecoding() : std::nullopt;
+}
+
+// Of several lengths libcurl takes the last one. Where they differ, none can be trusted (RFC 9112,
+// section 6.3).
+bool Transfer::hasContradictingLengths() const {
+  std::optional<std::string> length;
+  for (const auto& [name, value] : fields_) {
+    if (equalsIgnoringASCIICase(name, "transfer-encoding")) return false;  // says where it ends
+    if (!equalsIgnoringASCIICase(name, "content-length")) continue;
+    if (length.value_or(value) != value || value.find(',') != std::string::npos) return true;
+    length = value;
+  }
+  return false;
+}
+
+std::optional<Error> Transfer::prepareDecoding() {
+  for (const auto& [name, value] : fields_) {
+    if (!equalsIgnoringASCIICase(name, "content-encoding")) continue;
+    if (value.empty() || equalsIgnoringASCIICase(value, "identity")) continue;
+    const bool isGzip =
+        equalsIgnoringASCIICase(value, "gzip") || equalsIgnoringASCIICase(value, "x-gzip");
+    if (!isGzip || coding_) return urlError(kURLErrorCannotDecodeContentData);
+    coding_ = std::make_unique<GzipCoding>();
   }
   return std::nullopt;
 }
@@ -296,16 +328,19 @@ std::optional<Error> Transfer::receiveInFile(std::string_view bytes) {
 }
 
 std::optional<Error> Transfer::receiveInMemory(std::string_view bytes) {
-  if (bytes.size() > task_->session->configuration.maximumBodySize - body_.size())
-    return urlError(kURLErrorDataLengthExceedsMaximum);
+  const std::size_t maximumSize = task_->session->configuration.maximumBodySize;
   try {
+    if (coding_) return coding_->append(bytes, body_, maximumSize);
+    if (bytes.size() > maximumSize - body_.size()) {
+      return urlError(kURLErrorDataLengthExceedsMaximum);
+    }
     if (body_.empty()) {
       curl_off_t length = -1;
       curl_easy_getinfo(easy_, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
       if (length > 0)
         reserveLarge(body_, std::min(static_cast<std::size_t>(length), kLargestReservation));
     }
-    appendLarge(body_, bytes, task_->session->configuration.maximumBodySize);
+    appendLarge(body_, bytes, maximumSize);
   } catch (const std::bad_alloc&) {
     return posixError(ENOMEM);
   }
@@ -391,6 +426,7 @@ TransferOutcome Transfer::finish(CURLcode result) {
     if (isRedirectRefusal(outcome.error)) outcome.response.reset();
   } else if (result == CURLE_OK && headComplete_) {
     if (task_->isDownload() && !file_.isOpen()) outcome.error = file_.open(task_->folder);
+    if (coding_ && coding_->isCut()) outcome.error = urlError(kURLErrorCannotDecodeContentData);
   } else if (!task_->resent && wasLeftUnprocessed(result)) {
     task_->resent = true;
     // Other kept connections may be as dead as this one was. Over HTTP/2 a hundred requests may

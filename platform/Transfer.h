@@ -9,6 +9,7 @@
 #include <string>
 #include <string_view>
 
+#include "platform/ContentCoding.h"
 #include "platform/TransferOutcome.h"
 #include "platform/TransferTask.h"
 
@@ -59,6 +60,9 @@ class Transfer {
   void trustCertificates();
   std::optional<Error> readHeader(std::string_view line);
   void keepField(std::string_view line);
+  std::optional<Error> endHead();
+  bool hasContradictingLengths() const;
+  std::optional<Error> prepareDecoding();
   std::optional<Error> receive(std::string_view bytes);
   std::optional<Error> receiveInFile(std::string_view bytes);
   std::optional<Error> receiveInMemory(std::string_view bytes);
@@ -88,6 +92,7 @@ class Transfer {
   bool receivedAnything_ = false;
   int socketError_ = 0;  // errno of a socket that could not be had
   char errorText_[CURL_ERROR_SIZE] = "";
+  std::unique_ptr<GzipCoding> coding_;  // of a body in memory that has one
   std::string body_;
   TemporaryFile file_;
   std::uint64_t fileSize_ = 0;

@@ -107,7 +107,7 @@ class URLSession {
 
   virtual ~URLSession() = default;
 
-  // Reads the answer into memory. HTTP content encodings are asked for and undone, except where
+  // Reads the answer into memory. The content coding gzip is asked for and undone, except where
   // the URL's path ends in ".gz", ".bz2" or ".xz". A body of more than maximumBodySize ends
   // with kURLErrorDataLengthExceedsMaximum, one for which there is no memory with ENOMEM.
   virtual void dataTask(URLRequest request, DataCompletion completion) = 0;

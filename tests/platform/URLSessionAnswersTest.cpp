@@ -133,6 +133,59 @@ TEST_F(URLSessionAnswers, AContentEncodingIsAskedForAndUndoneInMemory) {
   EXPECT_NE(server_.requests().back().header("Accept-Encoding").find("gzip"), std::string::npos);
 }
 
+TEST_F(URLSessionAnswers, AContentEncodingIsUndoneHoweverItsBytesArrive) {
+  std::string text;
+  for (int i = 0; i < 2000; ++i) text += "Package: p" + std::to_string(i * i) + "\n";
+  const std::string packed = gzipped(text);
+  server_.on("/Packages", [packed](const LoopbackRequest&, LoopbackConnection& connection) {
+    connection.write(responseHead(
+        200, {{"Content-Length", std::to_string(packed.size())}, {"Content-Encoding", "X-GZip"}}));
+    for (std::size_t at = 0; at < packed.size(); at += 7) connection.write(packed.substr(at, 7));
+  });
+  EXPECT_EQ(get(server_.url("/Packages")).body, text);
+}
+
+TEST_F(URLSessionAnswers, AContentEncodingThatIsCutIsAnErrorThoughTheBodyIsWhole) {
+  const std::string packed = gzipped("Package: a\nFilename: a.deb\n\nPackage: b\n");
+  for (const std::size_t kept :
+       {std::size_t{1}, std::size_t{9}, packed.size() / 2, packed.size() - 9, packed.size() - 1}) {
+    server_.onAnyOther(respond(200, packed.substr(0, kept), {{"Content-Encoding", "gzip"}}));
+    const DataReply reply = get(server_.url("/Packages"));
+    EXPECT_EQ(reply.error, urlError(-1016, "cannot decode content data")) << kept;
+    EXPECT_EQ(reply.body, "") << kept;
+  }
+}
+
+TEST_F(URLSessionAnswers, BytesBehindAnEncodedBodyArePassedOver) {
+  server_.onAnyOther(respond(200, gzipped("text") + "x", {{"Content-Encoding", "gzip"}}));
+  EXPECT_EQ(get(server_.url("/Packages")).body, "text");
+}
+
+TEST_F(URLSessionAnswers, AnEmptyBodyHasNoEncodingToUndo) {
+  server_.onAnyOther(respond(404, "", {{"Content-Encoding", "gzip"}}));
+  const DataReply reply = get(server_.url("/Packages"));
+  EXPECT_EQ(reply.error, std::nullopt);
+  EXPECT_EQ(reply.status(), 404);
+}
+
+TEST_F(URLSessionAnswers, AnEncodingThatWasNotAskedForIsAnError) {
+  for (const char* coding : {"br", "deflate", "gzip, gzip", "zstd"}) {
+    server_.onAnyOther(respond(200, gzipped("text"), {{"Content-Encoding", coding}}));
+    EXPECT_EQ(get(server_.url("/Packages")).error, urlError(-1016, "cannot decode content data"))
+        << coding;
+  }
+  server_.onAnyOther(respond(200, "text", {{"Content-Encoding", "identity"}}));
+  EXPECT_EQ(get(server_.url("/Packages")).body, "text");
+}
+
+TEST_F(URLSessionAnswers, WhatAnEncodingStandsForIsBounded) {
+  const std::string packed = gzipped(std::string(1000, 'x'));
+  server_.onAnyOther(respond(200, packed, {{"Content-Encoding", "gzip"}}));
+  EXPECT_EQ(get(server_.url("/Packages"), {.maximumBodySize = 1000}).body.size(), 1000U);
+  EXPECT_EQ(get(server_.url("/Packages"), {.maximumBodySize = 999}).error,
+            urlError(-1103, "resource exceeds maximum size"));
+}
+
 TEST_F(URLSessionAnswers, APackedIndexIsTakenAsItWasStored) {
   const std::string packed = gzipped("Package: a\n");
   for (const char* target : {"/Packages.gz", "/Packages.bz2", "/Packages.xz", "/Packages.gz?v=1"}) {

@@ -104,6 +104,21 @@ TEST_F(URLSessionHeads, ABodyWithoutALengthEndsWithItsConnection) {
   EXPECT_EQ(bytesOf(reply), "body");
 }
 
+TEST_F(URLSessionHeads, LengthsThatContradictEachOtherAreAnError) {
+  for (const char* lengths :
+       {"Content-Length: 8\r\nContent-Length: 4\r\n", "Content-Length: 4\r\ncontent-length: 8\r\n",
+        "Content-Length: 4, 8\r\n", "Content-Length: 8, 8\r\n"}) {
+    server_.onAnyOther(hangUp(kOK + std::string(lengths) + "\r\nwholebod"));
+    const DownloadReply reply = download(server_.url("/file"));
+    EXPECT_EQ(reply.error, urlError(-1011, "bad server response")) << lengths;
+    EXPECT_FALSE(reply.file.isOpen()) << lengths;
+    EXPECT_EQ(get(server_.url("/data")).error, urlError(-1011, "bad server response")) << lengths;
+  }
+  server_.onAnyOther(
+      hangUp(kOK + std::string("Content-Length: 4\r\nContent-Length: 4\r\n\r\nbody")));
+  EXPECT_EQ(get(server_.url("/data")).body, "body");
+}
+
 TEST_F(URLSessionHeads, AHeadWithoutEndIsAnErrorAndNoMemoryIsSpentOnIt) {
   server_.onAnyOther([](const LoopbackRequest&, LoopbackConnection& connection) {
     connection.write(kOK);
