@@ -182,13 +182,13 @@ void Transfer::setUpHeaders() {
   const bool isTheirServer =
       !configuration.headers.empty() && configuration.headersOrigin == task_->request.url->origin();
   const HeaderFields own = isTheirServer ? configuration.headers : HeaderFields();
+  if (task_->acceptsEncodings) addHeader("Accept-Encoding", "gzip");
   for (const auto& [name, value] : own) addHeader(name, value);
   for (const auto& [name, value] : task_->request.headers) {
     const bool isReplaced = std::ranges::any_of(
         own, [&](const auto& field) { return equalsIgnoringASCIICase(field.first, name); });
     if (!isReplaced) addHeader(name, value);
   }
-  if (task_->acceptsEncodings) addHeader("Accept-Encoding", "gzip");
   if (headers_) curl_easy_setopt(easy_, CURLOPT_HTTPHEADER, headers_);
 }
 

@@ -78,7 +78,10 @@ class ProgramLimits : public testing::Test {
 
  private:
   static std::vector<std::string> asUserUnder(const std::vector<std::string>& limits) {
-    std::vector<std::string> words{"setpriv", "--reuid=61234", "--regid=61234", "--clear-groups"};
+    // A user of this process's own, since a limit of threads counts all that one user runs.
+    const std::string user = std::to_string(60000 + ::getpid() % 5000);
+    std::vector<std::string> words{"setpriv", "--reuid=" + user, "--regid=" + user,
+                                   "--clear-groups"};
     if (!limits.empty()) words.emplace_back("prlimit");
     words.insert(words.end(), limits.begin(), limits.end());
     return words;
