@@ -2,6 +2,7 @@
 #include "platform/File.h"
 
 #include <cerrno>
+#include <climits>
 #include <exception>
 #include <filesystem>
 #include <memory>
@@ -17,6 +18,7 @@ namespace tolvane {
 namespace {
 
 constexpr std::size_t kReadPart = std::size_t{256} << 10;
+constexpr std::size_t kAlwaysShortEnough = 128;  // in bytes, for a name on every file system
 
 bool isUsablePath(const std::string& path) {
   return !path.empty() && path.find('\0') == std::string::npos;
@@ -92,6 +94,7 @@ std::optional<Error> appendFile(const std::string& path, std::string& bytes) {
 
 std::optional<Error> createFolder(const std::string& path) {
   if (!isUsablePath(path)) return posixError(EINVAL);
+  if (isFolder(path)) return std::nullopt;
   const std::string existing = nearestExistingFolder(path);
   std::error_code failure;
   std::filesystem::create_directories(path, failure);
@@ -103,9 +106,10 @@ std::optional<Error> createFolder(const std::string& path) {
 }
 
 bool isNameTooLong(const std::string& path) {
+  const std::size_t length = std::filesystem::path(path).filename().native().size();
+  if (length <= kAlwaysShortEnough && path.size() < PATH_MAX) return false;
   const std::string folder = nearestExistingFolder(folderOf(path));
   const long longest = ::pathconf(folder.c_str(), _PC_NAME_MAX);
-  const std::size_t length = std::filesystem::path(path).filename().native().size();
   if (longest > 0 && length > static_cast<std::size_t>(longest)) return true;
   struct stat status {};
   return ::lstat(path.c_str(), &status) != 0 && errno == ENAMETOOLONG;
