@@ -65,9 +65,12 @@ bool lockOwn(int descriptor) {
   return tryLock(descriptor) || errno != EWOULDBLOCK;
 }
 
-// Opened for writing, which some network file systems want of an exclusive lock.
+// Opened for writing, which some network file systems want of an exclusive lock; another user's file
+// may be open to reading alone.
 void removeIfNobodyHolds(const std::string& path) {
-  const FileDescriptor file(path.c_str(), O_WRONLY | O_NOFOLLOW | O_NONBLOCK);
+  const bool isWritable = ::faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0;
+  const FileDescriptor file(path.c_str(),
+                            (isWritable ? O_WRONLY : O_RDONLY) | O_NOFOLLOW | O_NONBLOCK);
   if (file.isOpen() && isRegularAndLinked(file.get()) && tryLock(file.get())) {
     ::unlink(path.c_str());
   }

@@ -243,6 +243,16 @@ TEST_P(TemporaryFileTest, TheFirstOpenInAFolderRemovesWhatAKilledProcessLeft) {
   EXPECT_THAT(folder_.names(), ElementsAre("name"));
 }
 
+TEST_P(TemporaryFileTest, AStaleFileOfAnotherUserGoesAsWell) {
+  if (::geteuid() != 0) GTEST_SKIP() << "takes another user";
+  folder_.write(kStaleName, "left behind");
+  std::filesystem::permissions(folder_.path(), std::filesystem::perms::all);
+  ASSERT_EQ(::seteuid(65534), 0);
+  TemporaryFile::removeStale(folder_.path());
+  ASSERT_EQ(::seteuid(0), 0);
+  EXPECT_THAT(folder_.names(), ElementsAre());
+}
+
 TEST_P(TemporaryFileTest, AFileThatALiveProcessHoldsIsNotStale) {
   folder_.write(kStaleName, "in use");
   const FileDescriptor holder(folder_.path(kStaleName).c_str(), O_RDONLY);
