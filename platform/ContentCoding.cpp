@@ -36,19 +36,22 @@ std::optional<Error> GzipCoding::append(std::string_view bytes, std::string& tex
   // zlib only reads its input; its type does not say so.
   zlib.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(bytes.data()));
   zlib.avail_in = static_cast<uInt>(bytes.size());
-  hasBegun_ = hasBegun_ || !bytes.empty();
-  while (!hasEnded_) {
+  bool isPieceFull = false;
+  while (zlib.avail_in > 0 || isPieceFull) {
+    if (!isInside_ && inflateReset(&zlib) != Z_OK) throw std::bad_alloc();
+    isInside_ = true;
     zlib.next_out = reinterpret_cast<Bytef*>(stream_->piece);
     zlib.avail_out = kPiece;
     const int result = inflate(&zlib, Z_NO_FLUSH);
     const std::size_t count = kPiece - zlib.avail_out;
     if (count > maximumSize - text.size()) return urlError(kURLErrorDataLengthExceedsMaximum);
     appendLarge(text, {stream_->piece, count}, maximumSize);
-    hasEnded_ = result == Z_STREAM_END;
-    if (result == Z_BUF_ERROR) break;  // all that can be said so far
     if (result == Z_MEM_ERROR) throw std::bad_alloc();
-    if (result != Z_OK && !hasEnded_) return urlError(kURLErrorCannotDecodeContentData);
-    if (zlib.avail_in == 0 && zlib.avail_out > 0) break;
+    if (result != Z_OK && result != Z_STREAM_END && result != Z_BUF_ERROR) {
+      return urlError(kURLErrorCannotDecodeContentData);
+    }
+    isInside_ = result != Z_STREAM_END;
+    isPieceFull = isInside_ && zlib.avail_out == 0;  // more may stand behind it
   }
   return std::nullopt;
 }

@@ -20,20 +20,20 @@ class GzipCoding {
   GzipCoding(const GzipCoding&) = delete;
   GzipCoding& operator=(const GzipCoding&) = delete;
 
-  // Appends what the bytes stand for to `text`. kURLErrorCannotDecodeContentData for bytes that
-  // are no gzip, kURLErrorDataLengthExceedsMaximum for more than maximumSize bytes of text. Bytes
-  // behind the stream's end are passed over. Throws std::bad_alloc.
+  // Appends what the bytes stand for to `text`: of all members, where there are several (RFC 1952).
+  // kURLErrorCannotDecodeContentData for bytes that are no gzip, also behind the last member,
+  // kURLErrorDataLengthExceedsMaximum for more than maximumSize bytes of text. Throws
+  // std::bad_alloc.
   std::optional<Error> append(std::string_view bytes, std::string& text, std::size_t maximumSize);
 
-  // Whether a stream that has begun has not come to its end.
-  bool isCut() const { return hasBegun_ && !hasEnded_; }
+  // Whether a member that has begun has not come to its end.
+  bool isCut() const { return isInside_; }
 
  private:
   struct Stream;
 
   std::unique_ptr<Stream> stream_;
-  bool hasBegun_ = false;
-  bool hasEnded_ = false;
+  bool isInside_ = false;  // a member
 };
 
 }  // namespace tolvane

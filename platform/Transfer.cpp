@@ -3,12 +3,15 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <cstdlib>
 #include <limits>
 #include <memory>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <new>
+#include <set>
+#include <sstream>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -155,6 +158,9 @@ void Transfer::setUp(CURLSH* share) {
   curl_easy_setopt(easy_, CURLOPT_WRITEFUNCTION, onBody);
   curl_easy_setopt(easy_, CURLOPT_WRITEDATA, this);
   trustCertificates();
+  if (task_->withoutHTTP2) {
+    curl_easy_setopt(easy_, CURLOPT_HTTP_VERSION, long{CURL_HTTP_VERSION_1_1});
+  }
   if (task_->onFreshConnection) curl_easy_setopt(easy_, CURLOPT_FRESH_CONNECT, 1L);
   if (task_->request.body) setUpBody(*task_->request.body);
   setUpHeaders();
@@ -184,10 +190,11 @@ void Transfer::setUpHeaders() {
   const HeaderFields own = isTheirServer ? configuration.headers : HeaderFields();
   if (task_->acceptsEncodings) addHeader("Accept-Encoding", "gzip");
   for (const auto& [name, value] : own) addHeader(name, value);
-  for (const auto& [name, value] : task_->request.headers) {
-    const bool isReplaced = std::ranges::any_of(
-        own, [&](const auto& field) { return equalsIgnoringASCIICase(field.first, name); });
-    if (!isReplaced) addHeader(name, value);
+  for (const auto& field : task_->request.headers) {
+    const bool isReplaced = std::ranges::any_of(own, [&field](const auto& replacement) {
+      return equalsIgnoringASCIICase(replacement.first, field.first);
+    });
+    if (!isReplaced) addHeader(field.first, field.second);
   }
   if (headers_) curl_easy_setopt(easy_, CURLOPT_HTTPHEADER, headers_);
 }
@@ -264,30 +271,67 @@ std::optional<Error> Transfer::endHead() {
   headEnd_ = lastActivity_;
   onHead_(*this);
   if (hasContradictingLengths()) return urlError(kURLErrorBadServerResponse);
-  return task_->acceptsEncodings && !isRedirect() ? prepareDecoding() : std::nullopt;
+  if (isRedirect()) return std::nullopt;
+  if (needsHTTP1()) {
+    task_->withoutHTTP2 = true;
+    return urlError(kURLErrorNetworkConnectionLost);
+  }
+  return task_->acceptsEncodings ? prepareDecoding() : std::nullopt;
 }
 
-// Of several lengths libcurl takes the last one. Where they differ, none can be trusted (RFC 9112,
-// section 6.3).
+// libcurl 7.88 says OK of an HTTP/2 stream that its connection left unfinished, where several
+// streams were on it. A length shows that; where there is none, HTTP/1.1 says where a body ends.
+bool Transfer::needsHTTP1() const {
+  const bool hasBody = statusCode_ != 204 && statusCode_ != 304;
+  const bool isUsed = task_->isDownload() || isSuccess(statusCode_);
+  return multiplexed_ && hasBody && isUsed && !contentLength();
+}
+
+// The body's length as the head gives it.
+std::optional<std::uint64_t> Transfer::contentLength() const {
+  for (const auto& [name, value] : fields_) {
+    std::uint64_t length = 0;
+    const char* const end = value.data() + value.size();
+    const bool isLength = equalsIgnoringASCIICase(name, "content-length");
+    if (isLength && std::from_chars(value.data(), end, length).ec == std::errc()) return length;
+  }
+  return std::nullopt;
+}
+
+// What libcurl calls a success.
+bool Transfer::isWhole() const {
+  if (!headComplete_) return false;
+  const bool hasBody = statusCode_ != 204 && statusCode_ != 304;
+  return !multiplexed_ || !hasBody || contentLength().value_or(received_) == received_;
+}
+
+// Of several lengths libcurl takes the last one, and of a list in one field the first. Where they
+// differ, none can be trusted (RFC 9112, section 6.3).
 bool Transfer::hasContradictingLengths() const {
-  std::optional<std::string> length;
+  std::set<std::string> lengths;
   for (const auto& [name, value] : fields_) {
     if (equalsIgnoringASCIICase(name, "transfer-encoding")) return false;  // says where it ends
     if (!equalsIgnoringASCIICase(name, "content-length")) continue;
-    if (length.value_or(value) != value || value.find(',') != std::string::npos) return true;
-    length = value;
+    std::istringstream list(value);
+    for (std::string length; std::getline(list, length, ',');) {
+      lengths.emplace(trimWhitespaceAndNewlines(length));
+    }
   }
-  return false;
+  return lengths.size() > 1;
 }
 
 std::optional<Error> Transfer::prepareDecoding() {
   for (const auto& [name, value] : fields_) {
     if (!equalsIgnoringASCIICase(name, "content-encoding")) continue;
-    if (value.empty() || equalsIgnoringASCIICase(value, "identity")) continue;
-    const bool isGzip =
-        equalsIgnoringASCIICase(value, "gzip") || equalsIgnoringASCIICase(value, "x-gzip");
-    if (!isGzip || coding_) return urlError(kURLErrorCannotDecodeContentData);
-    coding_ = std::make_unique<GzipCoding>();
+    const auto isCoding = [&coding = value](const char* known) {
+      return equalsIgnoringASCIICase(coding, known);
+    };
+    if (value.empty() || isCoding("identity") || isCoding("none")) continue;
+    if ((isCoding("gzip") || isCoding("x-gzip")) && !coding_) {
+      coding_ = std::make_unique<GzipCoding>();
+    } else if (isSuccess(statusCode_)) {  // of a failure the status says enough
+      return urlError(kURLErrorCannotDecodeContentData);
+    }
   }
   return std::nullopt;
 }
@@ -313,6 +357,7 @@ std::size_t Transfer::onBody(const char* bytes, std::size_t size, std::size_t co
 std::optional<Error> Transfer::receive(std::string_view bytes) {
   lastActivity_ = TransferClock::now();
   receivedAnything_ = true;
+  received_ += bytes.size();
   return task_->isDownload() ? receiveInFile(bytes) : receiveInMemory(bytes);
 }
 
@@ -335,10 +380,8 @@ std::optional<Error> Transfer::receiveInMemory(std::string_view bytes) {
       return urlError(kURLErrorDataLengthExceedsMaximum);
     }
     if (body_.empty()) {
-      curl_off_t length = -1;
-      curl_easy_getinfo(easy_, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
-      if (length > 0)
-        reserveLarge(body_, std::min(static_cast<std::size_t>(length), kLargestReservation));
+      const std::size_t length = contentLength().value_or(0);
+      if (length > 0) reserveLarge(body_, std::min(length, kLargestReservation));
     }
     appendLarge(body_, bytes, maximumSize);
   } catch (const std::bad_alloc&) {
@@ -408,23 +451,27 @@ Error Transfer::errorFor(CURLcode result) const {
   if (result == CURLE_OK) return urlError(kURLErrorNetworkConnectionLost);
   if (result == CURLE_COULDNT_CONNECT && socketError_ != 0) return posixError(socketError_);
   Error error = urlErrorForCurlCode(result);
-  error.detail = errorText_[0] != '\0' ? errorText_ : curl_easy_strerror(result);
+  // It may name a proxy, with the password that its address had.
+  error.detail = withoutPasswords(errorText_[0] != '\0' ? errorText_ : curl_easy_strerror(result));
   return error;
 }
 
 TransferOutcome Transfer::finish(CURLcode result) {
   TransferOutcome outcome;
+  const bool isSuccessful = result == CURLE_OK && isWhole();
   if (headComplete_) {
     outcome.response =
         URLResponse{statusCode_, wasCutShort(), task_->request.url, std::move(fields_)};
   }
-  if (failure_) {
+  if (failure_ && task_->withoutHTTP2 && multiplexed_) {
+    outcome.sendAgain = true;
+  } else if (failure_) {
     outcome.error = std::move(failure_);
   } else if (isRedirect()) {  // however its body ended
     outcome.error = followRedirect();
     outcome.sendAgain = !outcome.error;
     if (isRedirectRefusal(outcome.error)) outcome.response.reset();
-  } else if (result == CURLE_OK && headComplete_) {
+  } else if (isSuccessful) {
     if (task_->isDownload() && !file_.isOpen()) outcome.error = file_.open(task_->folder);
     if (coding_ && coding_->isCut()) outcome.error = urlError(kURLErrorCannotDecodeContentData);
   } else if (!task_->resent && wasLeftUnprocessed(result)) {

@@ -62,6 +62,9 @@ class Transfer {
   void keepField(std::string_view line);
   std::optional<Error> endHead();
   bool hasContradictingLengths() const;
+  bool needsHTTP1() const;
+  std::optional<std::uint64_t> contentLength() const;
+  bool isWhole() const;
   std::optional<Error> prepareDecoding();
   std::optional<Error> receive(std::string_view bytes);
   std::optional<Error> receiveInFile(std::string_view bytes);
@@ -96,6 +99,7 @@ class Transfer {
   std::string body_;
   TemporaryFile file_;
   std::uint64_t fileSize_ = 0;
+  std::uint64_t received_ = 0;    // of the body, before a coding is undone
   std::optional<Error> failure_;  // ours, which made libcurl stop
 };
 

@@ -24,7 +24,8 @@ class TransferInbox {
   void stop();
   bool isStopped();
 
-  // Downloaded files whose completion has not run yet, and whether a start waits for that.
+  // Downloaded files of all sessions whose completion has not run, and whether a start waits for
+  // that.
   std::atomic<int> filesAtHand{0};
   std::atomic<bool> startBlocked{false};
 

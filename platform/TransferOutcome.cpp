@@ -8,6 +8,11 @@
 
 namespace tolvane {
 
+void noteFileAtHand(TransferSession& session, int change) {
+  session.filesAtHand += change;
+  session.inbox->filesAtHand += change;
+}
+
 void deliver(TransferOutcome outcome) {
   auto shared = std::make_shared<TransferOutcome>(std::move(outcome));
   const std::shared_ptr<TransferSession> session = shared->task->session;
@@ -21,7 +26,7 @@ void deliver(TransferOutcome outcome) {
     }
     std::get<URLSession::DownloadCompletion>(task.completion)(
         std::move(shared->file), shared->response, std::move(shared->error));
-    --session->inbox->filesAtHand;
+    noteFileAtHand(*session, -1);
     if (session->inbox->startBlocked.exchange(false)) session->inbox->wake();
   });
 }

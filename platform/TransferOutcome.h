@@ -19,8 +19,11 @@ struct TransferOutcome {
   TemporaryFile file;  // of a download without error
 };
 
+// Counts a downloaded file whose completion has still to run, or (-1) has run.
+void noteFileAtHand(TransferSession& session, int change);
+
 // Hands the outcome to the task's completion, on the session's callback queue. A download's counts
-// among the inbox's filesAtHand until then.
+// among the files at hand until then.
 void deliver(TransferOutcome outcome);
 
 // The same, once the file's bytes are on the disk.

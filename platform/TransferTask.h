@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <deque>
 #include <memory>
@@ -31,6 +32,7 @@ struct TransferTask {
   int redirects = 0;
   bool resent = false;             // after a server had left it unprocessed
   bool onFreshConnection = false;  // and not on one that is kept
+  bool withoutHTTP2 = false;       // which had no length for its body
 
   bool isDownload() const {
     return std::holds_alternative<URLSession::DownloadCompletion>(completion);
@@ -51,6 +53,7 @@ struct TransferSession {
   URLSessionConfiguration configuration;
   SerialQueue callbackQueue;
   std::shared_ptr<TransferInbox> inbox;
+  std::atomic<int> filesAtHand{0};  // downloaded, and its completion has not run
 
   // ------------------------------------------------
   std::unordered_map<std::string, TransferHost> hosts;

@@ -26,9 +26,11 @@ namespace {
 
 constexpr int kStreamsPerConnection = 100;
 constexpr long kKeptConnections = 128;
-// Files under way and files whose completion has not run. New transfers wait for the completions,
-// so a slow disk or a slow hash never piles up open files.
+// Of one session: files under way and files whose completion has not run. New transfers wait for
+// the completions, so a slow disk or a slow hash never piles up open files, and holds up no other
+// session.
 constexpr int kMaximumOpenFiles = 256;
+constexpr int kManyOpenFiles = 1 << 20;
 constexpr int kDescriptorsOfTransfer = 4;  // a name look-up has as many; then a socket and a file
 constexpr int kDescriptorsOfOthers = 8;    // hashing, flushes, timers
 constexpr auto kQuickTransfer = std::chrono::seconds(1);
@@ -43,12 +45,12 @@ int openDescriptors() {
   return failure ? 3 : static_cast<int>(std::distance(begin(entries), end(entries)));
 }
 
-// As many files as the process's limit of descriptors has room for.
+// Of all sessions together: as many files as the process's limit of descriptors has room for.
 int maximumOpenFiles() {
   rlimit limit{};
-  if (::getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur > INT_MAX) return kMaximumOpenFiles;
+  if (::getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur > INT_MAX) return kManyOpenFiles;
   const int left = static_cast<int>(limit.rlim_cur) - openDescriptors() - kDescriptorsOfOthers;
-  return std::clamp(left / kDescriptorsOfTransfer, 1, kMaximumOpenFiles);
+  return std::clamp(left / kDescriptorsOfTransfer, 1, kManyOpenFiles);
 }
 
 }  // namespace
@@ -89,6 +91,7 @@ class Transport::Driver {
   std::unordered_map<TransferSession*, std::shared_ptr<TransferSession>> sessions_;
   std::set<std::pair<TransferSession*, std::string>> startable_;
   std::unordered_set<std::string> multiplexedServers_;
+  std::unordered_set<std::string> lengthlessServers_;  // give no length of files over HTTP/2
   long connectionLimit_ = 0;
 
   const Transfer::HeadObserver onHead_ = [this](const Transfer& transfer) { noteHead(transfer); };
@@ -183,8 +186,10 @@ Transport::Driver::Start Transport::Driver::startOne(TransferSession& session,
   // Said before it is checked, so that a completion in between is not missed, and never taken back:
   // another server may be waiting for it. To wake once too often does no harm.
   inbox_->startBlocked = true;
-  const int atHand = static_cast<int>(active_.size()) + inbox_->filesAtHand;
-  if (atHand >= maximumOpenFiles_) return Start::tooManyFiles;
+  const int ofAll = static_cast<int>(active_.size()) + inbox_->filesAtHand;
+  if (session.active + session.filesAtHand >= kMaximumOpenFiles || ofAll >= maximumOpenFiles_) {
+    return Start::tooManyFiles;
+  }
 
   std::unique_ptr<TransferTask> task = std::move(tasks.front());
   tasks.pop_front();
@@ -202,6 +207,9 @@ Transport::Driver::Start Transport::Driver::startOne(TransferSession& session,
 }
 
 void Transport::Driver::start(std::unique_ptr<TransferTask> task) {
+  if (task->isDownload() && lengthlessServers_.contains(task->request.url->origin())) {
+    task->withoutHTTP2 = true;
+  }
   CURL* easy = nullptr;
   if (idleHandles_.empty()) {
     easy = curl_easy_init();
@@ -219,7 +227,7 @@ void Transport::Driver::start(std::unique_ptr<TransferTask> task) {
 }
 
 void Transport::Driver::refuse(std::unique_ptr<TransferTask> task, Error error) {
-  if (task->isDownload()) ++inbox_->filesAtHand;
+  if (task->isDownload()) noteFileAtHand(*task->session, 1);
   TransferOutcome outcome;
   outcome.task = std::move(task);
   outcome.error = std::move(error);
@@ -286,11 +294,12 @@ void Transport::Driver::finish(Transfer* transfer, CURLcode result) {
   startable_.emplace(session.get(), server);
 
   if (outcome.sendAgain) {
+    if (outcome.task->withoutHTTP2 && outcome.task->isDownload()) lengthlessServers_.insert(server);
     enqueue(std::move(outcome.task), true);
   } else if (!outcome.task->isDownload()) {
     deliver(std::move(outcome));
   } else {
-    ++inbox_->filesAtHand;
+    noteFileAtHand(*session, 1);
     if (outcome.error) {
       deliver(std::move(outcome));
     } else {

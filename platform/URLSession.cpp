@@ -70,7 +70,7 @@ class TransportSession : public URLSession {
       session_->inbox->submit(std::move(task));
       return;
     }
-    if (task->isDownload()) ++session_->inbox->filesAtHand;
+    if (task->isDownload()) noteFileAtHand(*session_, 1);
     outcome.task = std::move(task);
     deliver(std::move(outcome));
   }

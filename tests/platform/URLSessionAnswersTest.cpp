@@ -156,9 +156,25 @@ TEST_F(URLSessionAnswers, AContentEncodingThatIsCutIsAnErrorThoughTheBodyIsWhole
   }
 }
 
-TEST_F(URLSessionAnswers, BytesBehindAnEncodedBodyArePassedOver) {
-  server_.onAnyOther(respond(200, gzipped("text") + "x", {{"Content-Encoding", "gzip"}}));
-  EXPECT_EQ(get(server_.url("/Packages")).body, "text");
+TEST_F(URLSessionAnswers, AllMembersOfAnEncodedBodyAreUndone) {
+  const std::string members = gzipped("one ") + gzipped("") + gzipped(std::string(200000, 'x'));
+  server_.onAnyOther(respond(200, members, {{"Content-Encoding", "gzip"}}));
+  EXPECT_EQ(get(server_.url("/Packages")).body, "one " + std::string(200000, 'x'));
+}
+
+TEST_F(URLSessionAnswers, BytesBehindAnEncodedBodyAreAnError) {
+  for (const char* behind : {"x", "more bytes than a member's head has"}) {
+    server_.onAnyOther(respond(200, gzipped("text") + behind, {{"Content-Encoding", "gzip"}}));
+    EXPECT_EQ(get(server_.url("/Packages")).error, urlError(-1016, "cannot decode content data"))
+        << behind;
+  }
+}
+
+TEST_F(URLSessionAnswers, OfAFailureInAnUnknownEncodingTheStatusIsTheAnswer) {
+  server_.onAnyOther(respond(404, "?", {{"Content-Encoding", "br"}}));
+  const DataReply reply = get(server_.url("/Packages"));
+  EXPECT_EQ(reply.error, std::nullopt);
+  EXPECT_EQ(reply.status(), 404);
 }
 
 TEST_F(URLSessionAnswers, AnEmptyBodyHasNoEncodingToUndo) {
@@ -174,8 +190,10 @@ TEST_F(URLSessionAnswers, AnEncodingThatWasNotAskedForIsAnError) {
     EXPECT_EQ(get(server_.url("/Packages")).error, urlError(-1016, "cannot decode content data"))
         << coding;
   }
-  server_.onAnyOther(respond(200, "text", {{"Content-Encoding", "identity"}}));
-  EXPECT_EQ(get(server_.url("/Packages")).body, "text");
+  for (const char* none : {"identity", "none", ""}) {
+    server_.onAnyOther(respond(200, "text", {{"Content-Encoding", none}}));
+    EXPECT_EQ(get(server_.url("/Packages")).body, "text") << none;
+  }
 }
 
 TEST_F(URLSessionAnswers, WhatAnEncodingStandsForIsBounded) {
