@@ -17,6 +17,7 @@ namespace {
 constexpr auto kInterval = std::chrono::seconds(1);
 
 struct State {
+  std::mutex flushing;  // so that who comes second waits for what the first has taken
   std::mutex mutex;
   std::set<std::string> folders;  // with names that may not be on the disk
   bool isScheduled = false;
@@ -34,7 +35,13 @@ bool isLoss(int errorNumber) {
   return errorNumber == EIO || errorNumber == ENOSPC || errorNumber == EDQUOT;
 }
 
+// Where no file can be opened for the moment, the folder's turn comes again.
+bool isWorthAnotherTry(int errorNumber) {
+  return errorNumber == EMFILE || errorNumber == ENFILE || errorNumber == ENOMEM;
+}
+
 void flushNoted() {
+  const std::lock_guard flushing(state().flushing);
   std::set<std::string> folders;
   {
     const std::lock_guard lock(state().mutex);
@@ -43,9 +50,11 @@ void flushNoted() {
   }
   for (const std::string& path : folders) {
     const FileDescriptor folder(path.c_str(), O_RDONLY | O_DIRECTORY);
-    if (!folder.isOpen() || ::fsync(folder.get()) == 0 || !isLoss(errno)) continue;
+    if (folder.isOpen() && ::fsync(folder.get()) == 0) continue;
+    const int failure = errno;
     const std::lock_guard lock(state().mutex);
-    if (!state().error) state().error = posixError(errno);
+    if (!folder.isOpen() && isWorthAnotherTry(failure)) state().folders.insert(path);
+    if (isLoss(failure) && !state().error) state().error = posixError(failure);
   }
 }
 

@@ -32,7 +32,7 @@ constexpr auto kLongestWait = std::chrono::seconds(2);
 
 struct Record {
   // Held while a name is made as well, so that none appears once removeAll() has the lock.
-  std::timed_mutex mutex;
+  std::recursive_timed_mutex mutex;
   std::set<std::string> ownPaths;
   std::set<std::string> sweptFolders;
 };
@@ -65,8 +65,8 @@ bool lockOwn(int descriptor) {
   return tryLock(descriptor) || errno != EWOULDBLOCK;
 }
 
-// Opened for writing, which some network file systems want of an exclusive lock; another user's file
-// may be open to reading alone.
+// Opened for writing, which some network file systems want of an exclusive lock; another user's
+// file may be open to reading alone.
 void removeIfNobodyHolds(const std::string& path) {
   const bool isWritable = ::faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0;
   const FileDescriptor file(path.c_str(),
@@ -132,9 +132,11 @@ void HiddenNames::release(const std::string& path) {
   record().ownPaths.erase(path);
 }
 
-std::unique_lock<std::timed_mutex> HiddenNames::removeAll() {
-  // A thread that ends the process by an exception may have the lock itself.
+std::unique_lock<std::recursive_timed_mutex> HiddenNames::removeAll() {
+  // A thread that ends the process by an exception may have the lock itself. Another one may stand
+  // still on a disk that has gone; what it makes then, a later process removes.
   std::unique_lock lock(record().mutex, kLongestWait);
+  if (!lock.owns_lock()) return lock;
   for (const std::string& path : record().ownPaths) ::unlink(path.c_str());
   return lock;
 }

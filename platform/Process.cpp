@@ -73,6 +73,7 @@ void noteSignal(int signal) {
 // The process's end by the signal itself, so that a shell that started it ends its loop too.
 [[noreturn]] void dieOf(int signal) {
   const auto noMoreNames = TemporaryFile::removeAll();
+  if (::isatty(STDERR_FILENO) == 1) say("\n");  // behind a line that stays last
   std::signal(signal, SIG_DFL);
   for (;;) ::raise(signal);
 }
