@@ -6,7 +6,9 @@
 #include <cstdint>
 #include <fmt/format.h>
 #include <iterator>
+#include <map>
 #include <memory>
+#include <mutex>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
@@ -91,7 +93,7 @@ class Download {
   }
 
   int downloadMissing(const PackageList& packages) {
-    warnOfNameCollisions(packages, repositoryURL_, console_);
+    warnOfNameCollisions(packages, {}, repositoryURL_, console_);
     const PackageList missing = queue_.missingPackagesFromPackages(packages, options_.folder);
     alreadyPresent_ = packages.size() - missing.size();
     const std::string scan =
@@ -112,7 +114,7 @@ class Download {
     for (const std::string& identifier : options_.packages) {
       if (!hasPackage(named, identifier)) fail("No such package: " + identifier);
     }
-    warnOfNameCollisions(named, repositoryURL_, console_);
+    warnOfNameCollisions(packages, options_.packages, repositoryURL_, console_);
     reportSpace(queue_.missingPackagesFromPackages(named, options_.folder), options_.folder,
                 console_);
     run(named, "Downloading");
@@ -143,12 +145,27 @@ class Download {
 
   void observe(const PackageOutcome& outcome) {
     failures_.add(outcome);
+    if (outcome.package.installer4Package()) warnOfReplacedFile(outcome);
     // Refused transfers are how the run is cancelled here: cancelAllDownloads() would discard the
     // packages that wait, so that the run had neither an end nor a number for them.
     if (const std::optional<std::string> reason = gate_->closeFor(outcome)) {
       console_.leaveOut(*reason);  // or each package would say it twice
       console_.append("Packages that have not started are not tried: " + *reason, "warning");
     }
+  }
+
+  // The name of a ZIP file is known when it arrives, so no warning can come before.
+  void warnOfReplacedFile(const PackageOutcome& outcome) {
+    if (outcome.request.localPath.empty()) return;
+    const std::string title =
+        fmt::format("{} {}", outcome.package.packageName(), outcome.package.version());
+    const std::lock_guard lock(savedMutex_);
+    const auto [saved, isNew] = saved_.try_emplace(outcome.request.localPath, title);
+    if (isNew) return;
+    console_.append(fmt::format("{} has replaced the file of {}, since both have one file name: {}",
+                                title, saved->second, outcome.request.localPath),
+                    "warning");
+    saved->second = title;
   }
 
   // In the same folder, and after the downloads: each of the two has sessions of its own, and in
@@ -194,10 +211,12 @@ class Download {
   Console& console_;
   std::ostream& output_;
   RunLoop mainQueue_;
-  const std::shared_ptr<DestinationGate> gate_ = std::make_shared<DestinationGate>();
+  const std::shared_ptr<DestinationGate> gate_ = std::make_shared<DestinationGate>(options_.folder);
   URLSessionFactory sessionFactory_;
   DownloadQueueManager queue_;
   FailureReport failures_;
+  std::mutex savedMutex_;
+  std::map<std::string, std::string> saved_;  // by path: the Installer 4 package that it holds
   DownloadCounters counters_;
   std::uint64_t alreadyPresent_ = 0;
   std::atomic<bool> hasFailed_ = false;  // apart from the packages that are counted

@@ -55,7 +55,7 @@ nlohmann::ordered_json FailureReport::json() const {
   for (const Failure& failure : failures_) {
     list.push_back({{"package", failure.package.packageName()},
                     {"version", failure.package.version()},
-                    {"filename", failure.package.filename()},
+                    {"filename", withoutPasswords(failure.package.filename())},
                     {"url", failure.url},
                     {"reason", failure.error.description},
                     {"domain", failure.error.domain},

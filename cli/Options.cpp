@@ -12,6 +12,7 @@
 #include "cli/ExitStatus.h"
 #include "cli/OptionValues.h"
 #include "platform/TerminalText.h"
+#include "platform/URL.h"
 
 namespace tolvane {
 
@@ -44,8 +45,9 @@ void addTransferOptions(CLI::App& command, Options& options) {
       .add_option_function<int>(
           "--max-time",
           [&options](int seconds) { options.maxTime = std::chrono::seconds(seconds); },
-          "The longest that one transfer may take, 0 for any time; by default 300 for a package "
-          "and 60 for an index")
+          "The longest that one transfer of any kind may take, 0 for any time; without it a "
+          "package "
+          "may take 300, an index 60 or 120, other files a week")
       ->type_name("SECONDS")
       ->check(CLI::Range(0, kMaximumSeconds));
 }
@@ -132,11 +134,27 @@ void refuseOptionsAsValues(const CLI::App& app, const std::vector<std::string>& 
 std::string printableLines(const std::string& text) {
   std::istringstream lines(text);
   std::string result;
-  for (std::string line; std::getline(lines, line);) result += printable(line) + '\n';
+  for (std::string line; std::getline(lines, line);)
+    result += printable(withoutPasswords(line)) + '\n';
   return result;
 }
 
+// Words that were not expected. One with a blank may be a header field that has lost its option,
+// and a secret with it.
+std::string unexpectedWords(const CLI::App& app) {
+  std::string text = "Not expected:";
+  for (const std::string& word : app.remaining(true)) {
+    const bool isShown = word.find(' ') == std::string::npos;
+    text += " " + (isShown ? word.substr(0, word.starts_with("-") ? word.find('=') : word.npos)
+                           : std::string("(a text with a blank in it)"));
+  }
+  return text + "\nRun with --help for more information.\n";
+}
+
 UsageAnswer answerTo(const CLI::App& app, const CLI::ParseError& error) {
+  if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError)) {
+    return {printableLines(unexpectedWords(app)), kExitUsage};
+  }
   std::ostringstream output, errors;
   const int status = app.exit(error, output, errors);
   if (status == 0) return {output.str(), kExitDone};

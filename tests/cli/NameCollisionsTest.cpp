@@ -15,15 +15,17 @@ namespace {
 using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::SizeIs;
 
 PackageEntry package(const std::string& name, const std::string& filename) {
   return PackageEntry({{"Package", name}, {"Version", "1.0"}, {"Filename", filename}});
 }
 
-std::vector<std::string> warnings(const std::vector<PackageEntry>& packages) {
+std::vector<std::string> warnings(const std::vector<PackageEntry>& packages,
+                                  const std::vector<std::string>& identifiers = {}) {
   std::ostringstream stream;
   Console console(stream, {.warningsOnly = true});
-  warnOfNameCollisions(packages, *URL::parse("http://user:secret@h/repo"), console);
+  warnOfNameCollisions(packages, identifiers, *URL::parse("http://user:secret@h/repo"), console);
   return consoleMessages(stream.str());
 }
 
@@ -32,6 +34,16 @@ TEST(NameCollisions, TwoPackagesWithOneFileNameAreNamedWithTheirAddresses) {
                         package("b", "http://other/x.deb")}),
               ElementsAre("a 1.0 and b 1.0 have one file name, x.deb, and one file will stand "
                           "for both: http://user:***@h/repo/one/x.deb and http://other/x.deb"));
+}
+
+TEST(NameCollisions, ANamedPackageIsHeldAgainstAllOfTheRepository) {
+  const std::vector<PackageEntry> packages{package("a", "1/x.deb"), package("b", "2/x.deb"),
+                                           package("c", "1/y.deb"), package("d", "2/y.deb"),
+                                           package("e", "Release")};
+  EXPECT_THAT(warnings(packages), SizeIs(3));
+  EXPECT_THAT(warnings(packages, {"b"}), ElementsAre(testing::StartsWith("a 1.0 and b 1.0 have")));
+  EXPECT_THAT(warnings(packages, {"e", "other"}), ElementsAre(testing::StartsWith("e 1.0 has")));
+  EXPECT_THAT(warnings(packages, {"other"}), IsEmpty());
 }
 
 TEST(NameCollisions, TwoPackagesWithOneAddressAreNone) {
@@ -126,7 +138,8 @@ TEST(NameCollisions, AreWarnedOfBeforeEachRun) {
   };
   EXPECT_THAT(messages({}), ElementsAre(warning));
   EXPECT_THAT(messages({"--package", "a", "--package", "b"}), Contains(warning));
-  EXPECT_THAT(messages({"--package", "a"}), IsEmpty()) << "the other is not selected";
+  EXPECT_THAT(messages({"--package", "a"}), Contains(warning)) << "whichever is selected";
+  EXPECT_THAT(messages({"--package", "c"}), IsEmpty());
 }
 
 }  // namespace

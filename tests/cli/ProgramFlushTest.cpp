@@ -2,6 +2,7 @@
 // In which order the program asks the system for things, as strace sees it.
 #include <cstdlib>
 #include <filesystem>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <map>
 #include <regex>
@@ -108,6 +109,21 @@ TEST(ProgramFlush, TheFolderIsFlushedBehindTheLastNameAndNotOnceAFile) {
   EXPECT_LE(own.flushes.size(), 10U);
   EXPECT_FALSE(folderFlushes(traces.read("trace"), real).flushes.empty())
       << "the name of the new folder stands in the one above it";
+}
+
+TEST(ProgramFlush, AFolderThatTheDiskLosesIsAFailure) {
+  if (!canTrace()) GTEST_SKIP() << "strace is not installed, or not permitted";
+  LoopbackServer server;
+  server.on("/Packages", respond(200, stanza("a", trueChecks())));
+  server.on("/debs/a.deb", respond(200, kPackageBody));
+  const TemporaryFolder folder, traces;
+  const CommandResult result =
+      runProgram({"download", server.url("/"), folder.path()},
+                 {.startedBy = {"strace", "-f", "-o", traces.path("trace"), "-e", "trace=fsync",
+                                "-e", "inject=fsync:error=EIO"}});
+  EXPECT_EQ(result.status, kExitFailed);
+  EXPECT_THAT(result.errorOutput,
+              testing::HasSubstr("Could not flush the folder: Input/output error"));
 }
 
 }  // namespace

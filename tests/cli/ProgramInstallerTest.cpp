@@ -114,5 +114,30 @@ TEST(ProgramInstaller, WaitsForTheMetadataThatIsSlowerThanThePackages) {
               Contains(EndsWith("[Metadata] Archived 2 metadata files, 21 missing/failed.")));
 }
 
+TEST(ProgramInstaller, WarnsOfAZIPFileThatReplacesThatOfAnotherPackage) {
+  LoopbackServer server;
+  const auto dictionary = [](const std::string& entries) {
+    return "<plist><dict>" + entries + "</dict></plist>";
+  };
+  std::string packages;
+  for (const std::string name : {"a", "b"}) {
+    packages += "<dict><key>identifier</key><string>" + name + "</string><key>url</key><string>" +
+                server.url("/info/" + name + ".plist") + "</string></dict>";
+    server.on("/info/" + name + ".plist",
+              respond(200, dictionary("<key>location</key><string>" +
+                                      server.url("/" + name + "/package.zip") + "</string>")));
+    server.on("/" + name + "/package.zip", respond(200, "PK of " + name));
+  }
+  server.on("/info/index.plist",
+            respond(200, dictionary("<key>packages</key><array>" + packages + "</array>")));
+  const TemporaryFolder folder;
+  const CommandResult result =
+      runProgram({"download", server.url("/"), folder.path(), "--type", "installer4", "--quiet"});
+  EXPECT_EQ(result.status, kExitDone);
+  EXPECT_EQ(folder.names().size(), 1U);
+  EXPECT_THAT(result.errorOutput, testing::HasSubstr("has replaced the file of "));
+  EXPECT_THAT(result.errorOutput, testing::HasSubstr(folder.path("package.zip")));
+}
+
 }  // namespace
 }  // namespace tolvane
