@@ -14,6 +14,7 @@
 #include <string_view>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 #include <utility>
 
@@ -32,7 +33,7 @@ constexpr auto kLongestWait = std::chrono::seconds(2);
 
 struct Record {
   // Held while a name is made as well, so that none appears once removeAll() has the lock.
-  std::recursive_timed_mutex mutex;
+  std::recursive_mutex mutex;
   std::set<std::string> ownPaths;
   std::set<std::string> sweptFolders;
 };
@@ -132,11 +133,15 @@ void HiddenNames::release(const std::string& path) {
   record().ownPaths.erase(path);
 }
 
-std::unique_lock<std::recursive_timed_mutex> HiddenNames::removeAll() {
+std::unique_lock<std::recursive_mutex> HiddenNames::removeAll() {
   // A thread that ends the process by an exception may have the lock itself. Another one may stand
   // still on a disk that has gone; what it makes then, a later process removes.
-  std::unique_lock lock(record().mutex, kLongestWait);
-  if (!lock.owns_lock()) return lock;
+  std::unique_lock lock(record().mutex, std::defer_lock);
+  const auto end = std::chrono::steady_clock::now() + kLongestWait;
+  while (!lock.try_lock()) {
+    if (std::chrono::steady_clock::now() > end) return lock;
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
   for (const std::string& path : record().ownPaths) ::unlink(path.c_str());
   return lock;
 }

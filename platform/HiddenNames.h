@@ -30,7 +30,7 @@ class HiddenNames {
   static void release(const std::string& path);
 
   // Removes the files of all paths on record. No name can be made while the lock is held.
-  [[nodiscard]] static std::unique_lock<std::recursive_timed_mutex> removeAll();
+  [[nodiscard]] static std::unique_lock<std::recursive_mutex> removeAll();
 
   // Removes what killed processes have left in the folder, the first time that this process asks.
   static void removeStale(const std::string& folder);

@@ -113,7 +113,7 @@ std::optional<Error> TemporaryFile::moveTo(const std::string& path) {
   return std::nullopt;
 }
 
-std::unique_lock<std::recursive_timed_mutex> TemporaryFile::removeAll() {
+std::unique_lock<std::recursive_mutex> TemporaryFile::removeAll() {
   return HiddenNames::removeAll();
 }
 

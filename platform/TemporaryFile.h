@@ -43,7 +43,7 @@ class TemporaryFile {
 
   // Removes the hidden names that this process has made and not yet moved or removed. For a
   // process that ends at once, on any thread: while the lock is held, no file gets a hidden name.
-  [[nodiscard]] static std::unique_lock<std::recursive_timed_mutex> removeAll();
+  [[nodiscard]] static std::unique_lock<std::recursive_mutex> removeAll();
 
   // Removes the hidden names in `folder` that killed processes have left, once a process. Names
   // that a living process holds stay. open() does the same for its folder.

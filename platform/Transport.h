@@ -14,11 +14,12 @@ class TransferInbox;
 //
 // HTTP/2 is spoken where a TLS server offers it: a distant server then answers a hundred requests
 // in the time of one. An answer over it that gives no length of its body is asked for again over
-// HTTP/1.1, because libcurl 7.88 does not always notice that such a body is cut. A GET that a server left unprocessed because it was ending the connection is
-// sent once more. Of 200,000 transfers under AddressSanitizer (libcurl 7.88, nginx 1.22), with
-// streams reset, starved and refused and connections ended among them, none was lost, called its
-// completion twice or touched memory that was not its own. An answer that libcurl has read and not
-// handed on, as it does now and then over HTTP/2, is late by a tenth of a second at most.
+// HTTP/1.1, because libcurl 7.88 does not always notice that such a body is cut. A GET that a
+// server left unprocessed because it was ending the connection is sent once more. Of 200,000
+// transfers under AddressSanitizer (libcurl 7.88, nginx 1.22), with streams reset, starved and
+// refused and connections ended among them, none was lost, called its completion twice or touched
+// memory that was not its own. An answer that libcurl has read and not handed on, as it does now
+// and then over HTTP/2, is late by a tenth of a second at most.
 class Transport {
  public:
   Transport();
