@@ -10,8 +10,6 @@
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <new>
-#include <set>
-#include <sstream>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -308,16 +306,20 @@ bool Transfer::isWhole() const {
 // Of several lengths libcurl takes the last one, and of a list in one field the first. Where they
 // differ, none can be trusted (RFC 9112, section 6.3).
 bool Transfer::hasContradictingLengths() const {
-  std::set<std::string> lengths;
+  std::optional<std::string_view> first;
+  bool differ = false;
   for (const auto& [name, value] : fields_) {
     if (equalsIgnoringASCIICase(name, "transfer-encoding")) return false;  // says where it ends
     if (!equalsIgnoringASCIICase(name, "content-length")) continue;
-    std::istringstream list(value);
-    for (std::string length; std::getline(list, length, ',');) {
-      lengths.emplace(trimWhitespaceAndNewlines(length));
+    for (std::size_t begin = 0, end = 0; end != std::string::npos; begin = end + 1) {
+      end = value.find(',', begin);
+      const std::string_view length =
+          trimWhitespaceAndNewlines(std::string_view(value).substr(begin, end - begin));
+      differ = differ || first.value_or(length) != length;
+      first = length;
     }
   }
-  return lengths.size() > 1;
+  return differ;
 }
 
 std::optional<Error> Transfer::prepareDecoding() {
