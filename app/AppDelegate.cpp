@@ -9,7 +9,7 @@
 #include <cstdlib>
 #include <utility>
 
-#include "platform/SystemLog.h"
+#include "base/SystemLog.h"
 #include "ui/Strings.h"
 
 namespace tolvane {

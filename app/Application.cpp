@@ -14,8 +14,8 @@
 #include "app/MainWindow.h"
 #include "app/SQLiteContainer.h"
 #include "app/VersionInfo.h"
-#include "platform/Bundle.h"
-#include "platform/FolderFlush.h"
+#include "base/Configuration.h"
+#include "base/FolderFlush.h"
 #include "ui/DialogSheets.h"
 #include "ui/QtMainQueue.h"
 #include "ui/Strings.h"
@@ -87,7 +87,7 @@ int runApplication(int argc, char** argv) {
   MessageBoxAlerts alerts;
   const auto openInBrowser = [](const QUrl& address) { QDesktopServices::openUrl(address); };
   AppDelegate delegate(alerts, {makeStore, openInBrowser, QApplication::windowIcon(),
-                                versionInfo(Bundle::mainBundle(), buildVersion())});
+                                versionInfo(Configuration::current().infoPath, buildVersion())});
   MainWindow window(mainQueue, sheets);
   delegate.addWindow(&window);
   ApplicationEvents events(delegate, kLastWindowClosed, [&] { window.saveSettings(); });

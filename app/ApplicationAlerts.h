@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-#include "platform/Error.h"
+#include "base/Error.h"
 #include "ui/Sheets.h"
 
 namespace tolvane {

@@ -29,9 +29,8 @@ QString widthKey(const PackageTableModel& model, int column) {
 
 }  // namespace
 
-MainWindow::MainWindow(MainQueue& mainQueue, Sheets& sheets,
-                       const URLSessionFactory& sessionFactory)
-    : controller_(new ViewController(mainQueue, sheets, sessionFactory, this)) {
+MainWindow::MainWindow(MainQueue& mainQueue, Sheets& sheets, const HTTPClientFactory& clientFactory)
+    : controller_(new ViewController(mainQueue, sheets, clientFactory, this)) {
   setObjectName(QStringLiteral("mainWindow"));
   setWindowTitle(QStringLiteral("Tolvane"));
   setCentralWidget(controller_);

@@ -5,8 +5,8 @@
 #include <QMainWindow>
 #include <QTimer>
 
-#include "platform/MainQueue.h"
-#include "platform/URLSession.h"
+#include "async/MainQueue.h"
+#include "http/HTTPClient.h"
 #include "ui/Sheets.h"
 #include "ui/ViewController.h"
 
@@ -19,7 +19,7 @@ class MainWindow : public QMainWindow {
 
  public:
   MainWindow(MainQueue& mainQueue, Sheets& sheets,
-             const URLSessionFactory& sessionFactory = makeURLSession);
+             const HTTPClientFactory& clientFactory = makeHTTPClient);
 
   ViewController& controller() const { return *controller_; }
 

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/Error.h"
+#include "base/Error.h"
 
 namespace tolvane {
 

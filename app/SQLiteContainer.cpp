@@ -7,7 +7,7 @@
 #include <sqlite3.h>
 #include <utility>
 
-#include "platform/Text.h"
+#include "base/Text.h"
 #include "ui/Strings.h"
 
 namespace tolvane {

@@ -2,16 +2,31 @@
 #include "app/VersionInfo.h"
 
 #include <fmt/format.h>
+#include <string_view>
+
+#include "base/File.h"
+#include "base/SystemLog.h"
+#include "plist/PropertyListFile.h"
 
 namespace tolvane {
+
+namespace {
+
+std::string infoText(const std::string& path, std::string_view key) {
+  const PropertyListText value = textInPropertyListFile(path, key);
+  if (value.error) SystemLog::write("[MAIN] Could not read {}: {}", path, describe(value.error));
+  return value.text;
+}
+
+}  // namespace
 
 VersionInfo buildVersion() {
   return {TOLVANE_SHORT_VERSION, TOLVANE_BUILD_NUMBER};
 }
 
-VersionInfo versionInfo(const Bundle& bundle, const VersionInfo& otherwise) {
-  if (!bundle.hasInfo()) return otherwise;
-  return {bundle.infoText("CFBundleShortVersionString"), bundle.infoText("CFBundleVersion")};
+VersionInfo versionInfo(const std::string& infoPath, const VersionInfo& otherwise) {
+  if (!fileExists(infoPath)) return otherwise;
+  return {infoText(infoPath, "CFBundleShortVersionString"), infoText(infoPath, "CFBundleVersion")};
 }
 
 std::string versionLine(const VersionInfo& version) {

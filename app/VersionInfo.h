@@ -3,8 +3,6 @@
 
 #include <string>
 
-#include "platform/Bundle.h"
-
 namespace tolvane {
 
 // What is said of the program's version; "" where nothing is said.
@@ -16,8 +14,9 @@ struct VersionInfo {
 // As the build was told.
 VersionInfo buildVersion();
 
-// What the bundle says, be it nothing; a program that is no bundle has its version from the build.
-VersionInfo versionInfo(const Bundle& bundle, const VersionInfo& otherwise);
+// What the information property list at the path says, be it nothing; a program without one has its
+// version from the build.
+VersionInfo versionInfo(const std::string& infoPath, const VersionInfo& otherwise);
 
 // "Version 1.2 (34)"; "Beta Release" where there is no short version.
 std::string versionLine(const VersionInfo& version);

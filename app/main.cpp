@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "app/Application.h"
-#include "platform/Process.h"
-#include "platform/SystemLog.h"
+#include "base/Process.h"
+#include "base/SystemLog.h"
 
 int main(int argc, char** argv) {
   tolvane::prepareProcess();

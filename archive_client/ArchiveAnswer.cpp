@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "archive_client/AnswerEncoding.h"
-#include "platform/PropertyList.h"
-#include "platform/Text.h"
+#include "base/Text.h"
+#include "plist/PropertyList.h"
 
 namespace tolvane {
 

@@ -9,9 +9,9 @@
 #include "archive_client/ArchiveAnswer.h"
 #include "archive_client/CentralArchiveErrors.h"
 #include "archive_client/CheckRequestBody.h"
+#include "base/SystemLog.h"
+#include "base/URL.h"
 #include "model/CrawlerLogger.h"
-#include "platform/SystemLog.h"
-#include "platform/URL.h"
 
 namespace tolvane {
 
@@ -25,7 +25,7 @@ constexpr std::size_t kLongestAnswer = std::size_t{128} << 20;
 constexpr std::size_t kLongestPreview = 1000;
 
 // A server may refuse what it has not seen to its end, but it has nothing yet to call a success.
-std::optional<Error> errorInHaste(std::string_view answer, const URLResponse& response) {
+std::optional<Error> errorInHaste(std::string_view answer, const HTTPResponse& response) {
   if (!response.cutRequestShort || !ArchiveAnswer(answer).isOK()) return std::nullopt;
   return Error{std::string(kURLErrorDomain), kURLErrorNetworkConnectionLost,
                "The server answered before the whole request was sent."};
@@ -82,7 +82,7 @@ void readCheckAnswer(std::string_view body,
   completion(std::move(missing), std::nullopt);
 }
 
-void finishCheck(std::string_view body, const std::optional<URLResponse>& response,
+void finishCheck(std::string_view body, const std::optional<HTTPResponse>& response,
                  std::optional<Error> error,
                  const CentralArchiveClient::CheckCompletion& completion) {
   const int status = statusOf(response);
@@ -131,7 +131,7 @@ TokenResult readTokenAnswer(std::string_view body) {
 }
 
 // Logs every failure.
-TokenResult tokenResultOf(std::string_view body, const std::optional<URLResponse>& response,
+TokenResult tokenResultOf(std::string_view body, const std::optional<HTTPResponse>& response,
                           std::optional<Error> error) {
   SystemLog::write("[CentralArchive] Upload token HTTP status: {}", statusOf(response));
   if (error) {
@@ -165,11 +165,11 @@ struct CentralArchiveClient::Token {
 };
 
 CentralArchiveClient::CentralArchiveClient(std::string apiBaseURL, std::string apiSecret,
-                                           URLSessionFactory sessionFactory)
+                                           HTTPClientFactory clientFactory)
     : apiBaseURL_(std::move(apiBaseURL)),
       apiSecret_(std::move(apiSecret)),
       token_(std::make_shared<Token>()),
-      sessionFactory_(std::move(sessionFactory)) {}
+      clientFactory_(std::move(clientFactory)) {}
 
 std::string CentralArchiveClient::uploadToken() const {
   return token_->get();
@@ -208,13 +208,13 @@ void CentralArchiveClient::checkRepositoryURL(std::string_view repositoryURL,
   SystemLog::write("[CentralArchive] JSON body size: {} bytes", body->size());
   CrawlerLogger::logInfo(
       fmt::format("Central archive check request prepared ({} bytes)", body->size()));
-  URLRequest request{std::move(url),
-                     {{"Content-Type", "application/json"},
-                      {"X-Archive-Secret", canBeSent(apiSecret_) ? apiSecret_ : ""}},
-                     std::move(body)};
+  HTTPRequest request{std::move(url),
+                      {{"Content-Type", "application/json"},
+                       {"X-Archive-Secret", canBeSent(apiSecret_) ? apiSecret_ : ""}},
+                      std::move(body)};
   send(std::move(request), seconds(60), seconds(120),
        [completion = std::move(completion)](const std::string& answer,
-                                            const std::optional<URLResponse>& response,
+                                            const std::optional<HTTPResponse>& response,
                                             std::optional<Error> error) {
          finishCheck(answer, response, std::move(error), completion);
        });
@@ -235,10 +235,10 @@ void CentralArchiveClient::requestUploadTokenForRepositoryURL(
                 encodingError("Could not encode upload token request."));
   }
   CrawlerLogger::logInfo(fmt::format("Requesting upload token for {} package(s)", packageCount));
-  URLRequest request{std::move(url), {{"Content-Type", "application/json"}}, std::move(body)};
+  HTTPRequest request{std::move(url), {{"Content-Type", "application/json"}}, std::move(body)};
   send(std::move(request), seconds(60), seconds(120),
        [token = token_, completion = std::move(completion)](
-           const std::string& answer, const std::optional<URLResponse>& response,
+           const std::string& answer, const std::optional<HTTPResponse>& response,
            std::optional<Error> error) {
          TokenResult result = tokenResultOf(answer, response, std::move(error));
          if (result.token) {
@@ -249,20 +249,21 @@ void CentralArchiveClient::requestUploadTokenForRepositoryURL(
        });
 }
 
-void CentralArchiveClient::send(URLRequest request, seconds requestTimeout, seconds resourceTimeout,
-                                URLSession::DataCompletion completion) const {
-  URLSessionConfiguration configuration;
+void CentralArchiveClient::send(HTTPRequest request, seconds requestTimeout,
+                                seconds resourceTimeout,
+                                HTTPClient::BodyCompletion completion) const {
+  HTTPOptions configuration;
   configuration.timeoutIntervalForRequest = requestTimeout;
   configuration.timeoutIntervalForResource = resourceTimeout;
   configuration.maximumBodySize = kLongestAnswer;
-  sessionFactory_(configuration)
-      ->dataTask(std::move(request),
-                 [completion = std::move(completion)](std::string answer,
-                                                      const std::optional<URLResponse>& response,
-                                                      std::optional<Error> error) {
-                   if (!error && response) error = errorInHaste(answer, *response);
-                   completion(std::move(answer), response, std::move(error));
-                 });
+  clientFactory_(configuration)
+      ->send(std::move(request),
+             [completion = std::move(completion)](std::string answer,
+                                                  const std::optional<HTTPResponse>& response,
+                                                  std::optional<Error> error) {
+               if (!error && response) error = errorInHaste(answer, *response);
+               completion(std::move(answer), response, std::move(error));
+             });
 }
 
 std::optional<std::pair<std::string, std::string>> CentralArchiveClient::uploadCredential() const {

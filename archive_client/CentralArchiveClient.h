@@ -11,9 +11,9 @@
 #include <string_view>
 #include <vector>
 
+#include "base/Error.h"
+#include "http/HTTPClient.h"
 #include "model/PackageEntry.h"
-#include "platform/Error.h"
-#include "platform/URLSession.h"
 
 namespace tolvane {
 
@@ -48,7 +48,7 @@ class CentralArchiveClient {
   using UploadCompletion = std::function<void(bool uploaded, std::optional<Error>)>;
 
   explicit CentralArchiveClient(std::string apiBaseURL, std::string apiSecret,
-                                URLSessionFactory sessionFactory = makeURLSession);
+                                HTTPClientFactory clientFactory = makeHTTPClient);
 
   CentralArchiveClient(const CentralArchiveClient&) = delete;  // the token is one client's
   CentralArchiveClient& operator=(const CentralArchiveClient&) = delete;
@@ -98,14 +98,14 @@ class CentralArchiveClient {
  private:
   struct Token;
 
-  void send(URLRequest request, std::chrono::seconds requestTimeout,
-            std::chrono::seconds resourceTimeout, URLSession::DataCompletion completion) const;
+  void send(HTTPRequest request, std::chrono::seconds requestTimeout,
+            std::chrono::seconds resourceTimeout, HTTPClient::BodyCompletion completion) const;
   std::optional<std::pair<std::string, std::string>> uploadCredential() const;
 
   std::string apiBaseURL_;
   std::string apiSecret_;
   std::shared_ptr<Token> token_;  // also of the requests under way
-  URLSessionFactory sessionFactory_;
+  HTTPClientFactory clientFactory_;
 };
 
 }  // namespace tolvane

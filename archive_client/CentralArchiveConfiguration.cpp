@@ -1,22 +1,42 @@
 // SPDX-License-Identifier: MIT
 #include "archive_client/CentralArchiveConfiguration.h"
 
+#include <sys/stat.h>
+
 #include "archive_client/CentralArchiveErrors.h"
-#include "platform/PropertyListFile.h"
+#include "base/SystemLog.h"
+#include "plist/PropertyListFile.h"
 
 namespace tolvane {
+
+namespace {
+
+std::string secretIn(const std::string& path) {
+  const PropertyListText secret = textInPropertyListFile(path, kCentralArchiveAPISecretKey);
+  if (secret.error) SystemLog::write("[MAIN] Could not read {}: {}", path, describe(secret.error));
+  return secret.text;
+}
+
+void warnIfOthersCanRead(const std::string& path) {
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0 || (status.st_mode & (S_IRGRP | S_IROTH)) == 0) return;
+  SystemLog::write("[MAIN] Others can read {}, which may hold a secret.", path);
+}
+
+}  // namespace
 
 std::string_view centralArchiveBaseURL() {
   return TOLVANE_CENTRAL_ARCHIVE_URL;
 }
 
-std::string centralArchiveAPISecret(const Bundle& bundle, const UserDefaults& defaults) {
-  std::string secret = bundle.infoText(kCentralArchiveAPISecretKey);
+std::string centralArchiveAPISecret(const Configuration& configuration) {
+  std::string secret = secretIn(configuration.infoPath);
   if (!secret.empty()) {
     // Such a list is there to be read by all, as long as it holds no secret.
-    tellIfOthersCanRead(bundle.infoPath());
+    warnIfOthersCanRead(configuration.infoPath);
   } else {
-    secret = defaults.stringForKey(kCentralArchiveAPISecretKey);
+    warnIfOthersCanRead(configuration.defaultsPath);
+    secret = secretIn(configuration.defaultsPath);
   }
   return canBeSent(secret) ? secret : "";
 }

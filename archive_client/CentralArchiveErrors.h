@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "base/Error.h"
 #include "model/PackageEntry.h"
-#include "platform/Error.h"
 
 // What the client's three requests have in common. Internal to this folder.
 namespace tolvane {

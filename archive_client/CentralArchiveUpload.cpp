@@ -6,12 +6,12 @@
 #include "archive_client/ArchiveAnswer.h"
 #include "archive_client/CentralArchiveClient.h"
 #include "archive_client/CentralArchiveErrors.h"
+#include "base/File.h"
+#include "base/SystemLog.h"
+#include "base/Text.h"
+#include "base/URL.h"
+#include "base/UUID.h"
 #include "model/CrawlerLogger.h"
-#include "platform/File.h"
-#include "platform/SystemLog.h"
-#include "platform/Text.h"
-#include "platform/URL.h"
-#include "platform/UUID.h"
 
 namespace tolvane {
 
@@ -75,7 +75,7 @@ std::optional<UploadForm> makeForm(const PackageEntry& package, std::string_view
   return std::nullopt;
 }
 
-void finishUpload(std::string_view body, const std::optional<URLResponse>& response,
+void finishUpload(std::string_view body, const std::optional<HTTPResponse>& response,
                   std::optional<Error> error,
                   const CentralArchiveClient::UploadCompletion& completion) {
   SystemLog::write("[CentralArchive] Upload HTTP status: {}", statusOf(response));
@@ -122,13 +122,13 @@ void CentralArchiveClient::uploadPackage(const PackageEntry& package,
     return completion(false, archiveError(2002, "Could not read local package file for upload."));
   }
   SystemLog::write("[CentralArchive] Uploading {} ({} bytes)", form->filename, form->fileSize);
-  URLRequest request{
+  HTTPRequest request{
       std::move(url),
       {std::move(*credential), {"Content-Type", "multipart/form-data; boundary=" + form->boundary}},
       std::move(form->body)};
   send(std::move(request), seconds(120), seconds(600),
        [completion = std::move(completion)](const std::string& answer,
-                                            const std::optional<URLResponse>& response,
+                                            const std::optional<HTTPResponse>& response,
                                             std::optional<Error> error) {
          finishUpload(answer, response, std::move(error), completion);
        });

@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "archive_client/CentralArchiveErrors.h"
-#include "platform/Text.h"
+#include "base/Text.h"
 
 namespace tolvane {
 

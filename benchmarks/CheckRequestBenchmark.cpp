@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "archive_client/CentralArchiveClient.h"
-#include "tests/support/InstantSession.h"
+#include "tests/support/InstantClient.h"
 
 namespace tolvane {
 namespace {
@@ -36,14 +36,13 @@ const std::vector<PackageEntry>& packages() {
 }
 
 // Keeps the size of what it is asked to send.
-class MeasuringSession : public InstantSession {
+class MeasuringSession : public InstantClient {
  public:
-  MeasuringSession(const std::string& body, std::size_t& size)
-      : InstantSession(body), size_(size) {}
+  MeasuringSession(const std::string& body, std::size_t& size) : InstantClient(body), size_(size) {}
 
-  void dataTask(URLRequest request, DataCompletion completion) override {
+  void send(HTTPRequest request, BodyCompletion completion) override {
     size_ = request.body->size();
-    InstantSession::dataTask(std::move(request), std::move(completion));
+    InstantClient::send(std::move(request), std::move(completion));
   }
 
  private:

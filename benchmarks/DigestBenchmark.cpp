@@ -4,7 +4,7 @@
 #include <fstream>
 #include <string>
 
-#include "platform/Digest.h"
+#include "base/Digest.h"
 
 namespace tolvane {
 namespace {

@@ -12,7 +12,7 @@
 
 #include "benchmarks/GeneratedPackageList.h"
 #include "repository/Installer3RepositoryFetcher.h"
-#include "tests/support/InstantSession.h"
+#include "tests/support/InstantClient.h"
 
 namespace tolvane {
 namespace {
@@ -20,7 +20,7 @@ namespace {
 // A whole repository from its bytes into records, whose end is outside the time.
 void fetchRepository(benchmark::State& state, const std::string& list) {
   const Installer3RepositoryFetcher fetcher(
-      [&list](const URLSessionConfiguration&) { return std::make_shared<InstantSession>(list); });
+      [&list](const HTTPOptions&) { return std::make_shared<InstantClient>(list); });
   std::vector<PackageEntry> packages;
   for (auto round : state) {
     state.PauseTiming();

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "benchmarks/GeneratedPackageList.h"
-#include "platform/PropertyList.h"
+#include "plist/PropertyList.h"
 
 namespace tolvane {
 namespace {

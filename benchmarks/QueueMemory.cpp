@@ -17,11 +17,11 @@
 #include <thread>
 #include <utility>
 
+#include "async/RunLoop.h"
+#include "base/NotificationCenter.h"
 #include "benchmarks/GeneratedIndex.h"
 #include "download/DownloadQueueManager.h"
 #include "model/CrawlerLogger.h"
-#include "platform/NotificationCenter.h"
-#include "platform/RunLoop.h"
 #include "repository/RepoParser.h"
 
 namespace tolvane {

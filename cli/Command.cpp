@@ -11,6 +11,9 @@
 #include <utility>
 #include <variant>
 
+#include "base/SystemLog.h"
+#include "base/Text.h"
+#include "base/URL.h"
 #include "cli/DownloadCommand.h"
 #include "cli/ExitStatus.h"
 #include "cli/LineLimit.h"
@@ -18,9 +21,6 @@
 #include "cli/LoadFailures.h"
 #include "cli/Options.h"
 #include "cli/Sessions.h"
-#include "platform/SystemLog.h"
-#include "platform/Text.h"
-#include "platform/URL.h"
 #include "repository/IndexFile.h"
 #include "repository/RepositoryFetcher.h"
 
@@ -69,12 +69,10 @@ ConsoleSettings consoleSettings(const Options& options, ConsoleSettings settings
 // Waits for the list; no value when the repository could not be loaded, for whatever reason. Then
 // the console says what the requests came to.
 std::optional<PackageList> fetchPackages(RepositoryType type, const URL& url,
-                                         const URLSessionFactory& sessionFactory,
-                                         Console& console) {
+                                         const HTTPClientFactory& clientFactory, Console& console) {
   const auto promise = std::make_shared<std::promise<std::optional<PackageList>>>();
   const auto failures = std::make_shared<LoadFailures>();
-  RepositoryFetcher(sessionFactory,
-                    [failures](const IndexAnswer& answer) { failures->add(answer); })
+  RepositoryFetcher(clientFactory, [failures](const IndexAnswer& answer) { failures->add(answer); })
       .fetchPackagesOfChosenKind(
           choiceOf(type), url,
           [promise](std::optional<PackageList> packages, const std::optional<Error>&) {
@@ -109,8 +107,8 @@ int runOptions(const Options& options, const CommandEnvironment& environment) {
   const auto console = std::make_shared<Console>(environment.errorOutput,
                                                  consoleSettings(options, environment.console));
   const auto logBus = showLogBus(console);
-  const URLSessionFactory sessions =
-      sessionsOfRun(options, *url, console, environment.sessionFactory);
+  const HTTPClientFactory sessions =
+      sessionsOfRun(options, *url, console, environment.clientFactory);
   const std::optional<PackageList> packages =
       options.indexFile ? readPackages(options, *console)
                         : fetchPackages(options.type, *url, sessions, *console);

@@ -6,13 +6,13 @@
 #include <vector>
 
 #include "cli/Console.h"
-#include "platform/URLSession.h"
+#include "http/HTTPClient.h"
 
 namespace tolvane {
 
 // What the command has from its process.
 struct CommandEnvironment {
-  URLSessionFactory sessionFactory;
+  HTTPClientFactory clientFactory;
   std::ostream& output;
   std::ostream& errorOutput;
   ConsoleSettings console;

@@ -5,8 +5,8 @@
 #include <fmt/chrono.h>
 #include <utility>
 
+#include "base/TerminalText.h"
 #include "model/CrawlerLogger.h"
-#include "platform/TerminalText.h"
 
 namespace tolvane {
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/NotificationCenter.h"
+#include "base/NotificationCenter.h"
 
 namespace tolvane {
 

@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
-#include "platform/File.h"
-#include "platform/TemporaryFile.h"
+#include "base/File.h"
+#include "base/TemporaryFile.h"
 
 namespace tolvane {
 

@@ -15,6 +15,8 @@
 #include <string_view>
 #include <utility>
 
+#include "async/RunLoop.h"
+#include "base/FolderFlush.h"
 #include "cli/DestinationGate.h"
 #include "cli/ExitStatus.h"
 #include "cli/FailureReport.h"
@@ -25,8 +27,6 @@
 #include "download/DownloadCounters.h"
 #include "download/DownloadQueueManager.h"
 #include "download/RepositoryMetadataArchiver.h"
-#include "platform/FolderFlush.h"
-#include "platform/RunLoop.h"
 
 namespace tolvane {
 
@@ -61,9 +61,8 @@ nlohmann::ordered_json jsonObject(const DownloadCounters& counters, std::uint64_
 }
 
 // The factory for sessions whose transfers do not start once the gate is closed.
-URLSessionFactory behind(std::shared_ptr<const DestinationGate> gate, URLSessionFactory factory) {
-  return [gate = std::move(gate),
-          factory = std::move(factory)](URLSessionConfiguration configuration) {
+HTTPClientFactory behind(std::shared_ptr<const DestinationGate> gate, HTTPClientFactory factory) {
+  return [gate = std::move(gate), factory = std::move(factory)](HTTPOptions configuration) {
     configuration.refusal = [gate] { return gate->refusal(); };
     return factory(configuration);
   };
@@ -81,14 +80,14 @@ std::optional<std::string> metadataFailure(const MetadataOutcome& outcome) {
 // One download from its selection to its last text.
 class Download {
  public:
-  Download(const URL& repositoryURL, const Options& options,
-           const URLSessionFactory& sessionFactory, Console& console, std::ostream& output)
+  Download(const URL& repositoryURL, const Options& options, const HTTPClientFactory& clientFactory,
+           Console& console, std::ostream& output)
       : repositoryURL_(repositoryURL),
         options_(options),
         console_(console),
         output_(output),
-        sessionFactory_(sessionFactory),
-        queue_(mainQueue_, behind(gate_, sessionFactory)) {
+        clientFactory_(clientFactory),
+        queue_(mainQueue_, behind(gate_, clientFactory)) {
     queue_.setObserver([this](const PackageOutcome& outcome) { observe(outcome); });
   }
 
@@ -174,7 +173,7 @@ class Download {
     const auto observer = [this](const MetadataOutcome& outcome) {
       if (const std::optional<std::string> failure = metadataFailure(outcome)) fail(*failure);
     };
-    RepositoryMetadataArchiver(mainQueue_, sessionFactory_, observer)
+    RepositoryMetadataArchiver(mainQueue_, clientFactory_, observer)
         .archiveMetadataForRepositoryURL(
             repositoryURL_, options_.folder, [this](const auto& archived, const auto& missing) {
               const bool hasBegun = archived.size() + missing.size() ==
@@ -212,7 +211,7 @@ class Download {
   std::ostream& output_;
   RunLoop mainQueue_;
   const std::shared_ptr<DestinationGate> gate_ = std::make_shared<DestinationGate>(options_.folder);
-  URLSessionFactory sessionFactory_;
+  HTTPClientFactory clientFactory_;
   DownloadQueueManager queue_;
   FailureReport failures_;
   std::mutex savedMutex_;
@@ -225,9 +224,9 @@ class Download {
 }  // namespace
 
 int downloadPackages(const PackageList& packages, const URL& repositoryURL, const Options& options,
-                     const URLSessionFactory& sessionFactory, Console& console,
+                     const HTTPClientFactory& clientFactory, Console& console,
                      std::ostream& output) {
-  Download download(repositoryURL, options, sessionFactory, console, output);
+  Download download(repositoryURL, options, clientFactory, console, output);
   return options.packages.empty() ? download.downloadMissing(packages)
                                   : download.downloadNamed(packages);
 }

@@ -4,11 +4,11 @@
 #include <ostream>
 #include <vector>
 
+#include "base/URL.h"
 #include "cli/Console.h"
 #include "cli/Options.h"
+#include "http/HTTPClient.h"
 #include "model/PackageEntry.h"
-#include "platform/URL.h"
-#include "platform/URLSession.h"
 
 namespace tolvane {
 
@@ -20,7 +20,7 @@ namespace tolvane {
 // Where the folder turns out to be full or read-only, the packages whose transfer has not started
 // fail without one.
 int downloadPackages(const std::vector<PackageEntry>& packages, const URL& repositoryURL,
-                     const Options& options, const URLSessionFactory& sessionFactory,
+                     const Options& options, const HTTPClientFactory& clientFactory,
                      Console& console, std::ostream& output);
 
 }  // namespace tolvane

@@ -7,8 +7,8 @@
 #include <string_view>
 #include <unicode/utf8.h>
 
-#include "platform/TerminalText.h"
-#include "platform/Text.h"
+#include "base/TerminalText.h"
+#include "base/Text.h"
 
 namespace tolvane {
 

@@ -7,10 +7,10 @@
 #include <string>
 #include <string_view>
 
+#include "base/TerminalText.h"
 #include "cli/Json.h"
 #include "model/PackageSearch.h"
 #include "model/PackageWalk.h"
-#include "platform/TerminalText.h"
 
 namespace tolvane {
 

@@ -12,10 +12,10 @@
 #include <utility>
 #include <vector>
 
+#include "base/TextCase.h"
 #include "cli/LineLimit.h"
 #include "download/DownloadQueueManager.h"
 #include "download/RepositoryMetadataArchiver.h"
-#include "platform/TextCase.h"
 
 namespace tolvane {
 

@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
+#include "base/URL.h"
 #include "cli/Console.h"
 #include "model/PackageEntry.h"
-#include "platform/URL.h"
 
 namespace tolvane {
 

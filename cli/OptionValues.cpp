@@ -7,7 +7,7 @@
 #include <fmt/format.h>
 #include <limits>
 
-#include "platform/Text.h"
+#include "base/Text.h"
 
 namespace tolvane {
 

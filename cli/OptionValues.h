@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/URLSession.h"
+#include "http/HTTPClient.h"
 
 namespace tolvane {
 

@@ -9,10 +9,10 @@
 #include <sstream>
 #include <string_view>
 
+#include "base/TerminalText.h"
+#include "base/URL.h"
 #include "cli/ExitStatus.h"
 #include "cli/OptionValues.h"
-#include "platform/TerminalText.h"
-#include "platform/URL.h"
 
 namespace tolvane {
 

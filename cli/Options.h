@@ -8,7 +8,7 @@
 #include <variant>
 #include <vector>
 
-#include "platform/URLSession.h"
+#include "http/HTTPClient.h"
 
 namespace tolvane {
 

@@ -36,11 +36,11 @@ class InsecureRedirects {
 
 }  // namespace
 
-URLSessionFactory sessionsOfRun(const Options& options, const URL& repositoryURL,
-                                std::shared_ptr<Console> console, URLSessionFactory factory) {
+HTTPClientFactory sessionsOfRun(const Options& options, const URL& repositoryURL,
+                                std::shared_ptr<Console> console, HTTPClientFactory factory) {
   const auto redirects = std::make_shared<InsecureRedirects>(std::move(console));
   return [options, origin = repositoryURL.origin(), redirects,
-          factory = std::move(factory)](URLSessionConfiguration configuration) {
+          factory = std::move(factory)](HTTPOptions configuration) {
     configuration.userAgent = options.userAgent;
     configuration.headersOrigin = origin;
     configuration.headers = options.headers;

@@ -11,10 +11,10 @@
 #include <sys/statvfs.h>
 #include <unordered_set>
 
+#include "base/ByteCount.h"
+#include "base/File.h"
+#include "base/Text.h"
 #include "download/DownloadQueueManager.h"
-#include "platform/ByteCount.h"
-#include "platform/File.h"
-#include "platform/Text.h"
 
 namespace tolvane {
 

@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include <iostream>
 
+#include "base/Process.h"
 #include "cli/Command.h"
 #include "cli/StandardError.h"
-#include "platform/Process.h"
-#include "platform/URLSession.h"
+#include "http/HTTPClient.h"
 
 int main(int argc, char** argv) {
   tolvane::prepareProcess();
   std::ios::sync_with_stdio(false);
   return tolvane::runCommand(
       {argv + 1, argv + argc},
-      {tolvane::makeURLSession, std::cout, std::cerr, tolvane::consoleOfStandardError()});
+      {tolvane::makeHTTPClient, std::cout, std::cerr, tolvane::consoleOfStandardError()});
 }

@@ -5,14 +5,14 @@
 #include <chrono>
 #include <utility>
 
+#include "async/Dispatch.h"
+#include "base/Digest.h"
+#include "base/File.h"
+#include "base/SystemLog.h"
+#include "base/TemporaryFile.h"
+#include "base/Text.h"
 #include "download/FailureTexts.h"
 #include "model/CrawlerLogger.h"
-#include "platform/Digest.h"
-#include "platform/Dispatch.h"
-#include "platform/File.h"
-#include "platform/SystemLog.h"
-#include "platform/TemporaryFile.h"
-#include "platform/Text.h"
 
 namespace tolvane {
 
@@ -65,7 +65,7 @@ std::optional<Error> digestError(const PackageEntry& package, const std::string&
 
 // One package on its way. It holds what a transfer needs, so that the manager may go meanwhile.
 struct DownloadManager::Attempt {
-  std::shared_ptr<URLSession> session;
+  std::shared_ptr<HTTPClient> session;
   PackageEntry package;
   std::optional<URL> url;
   std::string localPath;
@@ -76,17 +76,17 @@ struct DownloadManager::Attempt {
   static void start(const std::shared_ptr<Attempt>& attempt);
 
  private:
-  void receive(TemporaryFile file, std::optional<URLResponse> response) const;
+  void receive(TemporaryFile file, std::optional<HTTPResponse> response) const;
   void succeed(const LastRequest& request) const;
   void fail(const LastRequest& request, const Error& error, const std::string& text) const;
 };
 
 void DownloadManager::Attempt::start(const std::shared_ptr<Attempt>& attempt) {
-  URLRequest request{attempt->url, {}};
+  HTTPRequest request{attempt->url, {}};
   request.maximumFileSize = maximumFileSize(attempt->package);
-  attempt->session->downloadTask(
+  attempt->session->download(
       std::move(request), folderOf(attempt->localPath),
-      [attempt](TemporaryFile file, std::optional<URLResponse> response,
+      [attempt](TemporaryFile file, std::optional<HTTPResponse> response,
                 const std::optional<Error>& error) {
         if (!error) {
           attempt->receive(std::move(file), std::move(response));
@@ -105,7 +105,7 @@ void DownloadManager::Attempt::start(const std::shared_ptr<Attempt>& attempt) {
 }
 
 void DownloadManager::Attempt::receive(TemporaryFile file,
-                                       std::optional<URLResponse> response) const {
+                                       std::optional<HTTPResponse> response) const {
   LastRequest request{url, std::move(response), ""};
   if (const std::optional<Error> error = file.moveTo(localPath)) {
     return fail(request, *error, moveFailureText(*error));
@@ -130,9 +130,9 @@ void DownloadManager::Attempt::fail(const LastRequest& request, const Error& err
   completion(false, std::nullopt, error);
 }
 
-DownloadManager::DownloadManager(const URLSessionFactory& sessionFactory)
-    : session_(sessionFactory({.timeoutIntervalForRequest = std::chrono::seconds(60),
-                               .timeoutIntervalForResource = std::chrono::seconds(300)})) {}
+DownloadManager::DownloadManager(const HTTPClientFactory& clientFactory)
+    : session_(clientFactory({.timeoutIntervalForRequest = std::chrono::seconds(60),
+                              .timeoutIntervalForResource = std::chrono::seconds(300)})) {}
 
 void DownloadManager::downloadPackage(const PackageEntry& package,
                                       const std::optional<URL>& repositoryURL,

@@ -8,11 +8,11 @@
 #include <string_view>
 #include <utility>
 
+#include "base/Error.h"
+#include "base/URL.h"
 #include "download/Outcome.h"
+#include "http/HTTPClient.h"
 #include "model/PackageEntry.h"
-#include "platform/Error.h"
-#include "platform/URL.h"
-#include "platform/URLSession.h"
 
 namespace tolvane {
 
@@ -34,7 +34,7 @@ class DownloadManager {
   using Completion =
       std::function<void(bool success, std::optional<std::string> localPath, std::optional<Error>)>;
 
-  explicit DownloadManager(const URLSessionFactory& sessionFactory = makeURLSession);
+  explicit DownloadManager(const HTTPClientFactory& clientFactory = makeHTTPClient);
   virtual ~DownloadManager() = default;
 
   // Before the first download.
@@ -77,7 +77,7 @@ class DownloadManager {
             const std::string& text) const;
 
   PackageObserver observer_;             // may be empty
-  std::shared_ptr<URLSession> session_;  // 60 seconds a wait, 300 seconds a transfer
+  std::shared_ptr<HTTPClient> session_;  // 60 seconds a wait, 300 seconds a transfer
 };
 
 }  // namespace tolvane

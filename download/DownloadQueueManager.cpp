@@ -10,12 +10,12 @@
 #include <string_view>
 #include <utility>
 
+#include "async/DispatchGroup.h"
+#include "base/File.h"
+#include "base/TemporaryFile.h"
+#include "base/Text.h"
 #include "download/DownloadCounters.h"
 #include "model/CrawlerLogger.h"
-#include "platform/DispatchGroup.h"
-#include "platform/File.h"
-#include "platform/TemporaryFile.h"
-#include "platform/Text.h"
 
 namespace tolvane {
 
@@ -205,14 +205,14 @@ void DownloadQueueManager::Run::postProgress() {
 }
 
 DownloadQueueManager::DownloadQueueManager(MainQueue& mainQueue,
-                                           const URLSessionFactory& sessionFactory)
-    : DownloadQueueManager(mainQueue, std::make_shared<DownloadManager>(sessionFactory),
-                           sessionFactory) {}
+                                           const HTTPClientFactory& clientFactory)
+    : DownloadQueueManager(mainQueue, std::make_shared<DownloadManager>(clientFactory),
+                           clientFactory) {}
 
 DownloadQueueManager::DownloadQueueManager(MainQueue& mainQueue,
                                            std::shared_ptr<DownloadManager> downloadManager,
-                                           const URLSessionFactory& sessionFactory)
-    : Installer4Retrieval(sessionFactory),
+                                           const HTTPClientFactory& clientFactory)
+    : Installer4Retrieval(clientFactory),
       mainQueue_(mainQueue),
       shared_(std::make_shared<Shared>()),
       queue_(kDefaultWidth) {

@@ -9,11 +9,11 @@
 #include <string>
 #include <vector>
 
+#include "async/MainQueue.h"
+#include "async/OperationQueue.h"
 #include "download/DownloadManager.h"
 #include "download/Installer4Retrieval.h"
 #include "model/PackageEntry.h"
-#include "platform/MainQueue.h"
-#include "platform/OperationQueue.h"
 
 namespace tolvane {
 
@@ -32,9 +32,9 @@ class DownloadQueueManager : public Installer4Retrieval {
                          std::uint64_t verified, std::uint64_t validationFailed)>;
 
   explicit DownloadQueueManager(MainQueue& mainQueue,
-                                const URLSessionFactory& sessionFactory = makeURLSession);
+                                const HTTPClientFactory& clientFactory = makeHTTPClient);
   DownloadQueueManager(MainQueue& mainQueue, std::shared_ptr<DownloadManager> downloadManager,
-                       const URLSessionFactory& sessionFactory = makeURLSession);
+                       const HTTPClientFactory& clientFactory = makeHTTPClient);
 
   // Told the end of every package that a run does not skip. Before the first run.
   void setObserver(const PackageObserver& observer);

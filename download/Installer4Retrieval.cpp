@@ -6,10 +6,10 @@
 #include <fmt/format.h>
 #include <utility>
 
-#include "platform/File.h"
-#include "platform/SystemLog.h"
-#include "platform/TemporaryFile.h"
-#include "platform/Text.h"
+#include "base/File.h"
+#include "base/SystemLog.h"
+#include "base/TemporaryFile.h"
+#include "base/Text.h"
 
 namespace tolvane {
 
@@ -56,8 +56,8 @@ void fail(const Installer4Retrieval::RetrievalCompletion& completion, std::optio
 
 }  // namespace
 
-Installer4Retrieval::Installer4Retrieval(const URLSessionFactory& sessionFactory)
-    : session_(sessionFactory(URLSessionConfiguration())) {}
+Installer4Retrieval::Installer4Retrieval(const HTTPClientFactory& clientFactory)
+    : session_(clientFactory(HTTPOptions())) {}
 
 void Installer4Retrieval::downloadInstaller4Package(const PackageEntry& package,
                                                     const std::optional<URL>& repositoryURL,
@@ -131,10 +131,11 @@ void Installer4Retrieval::fetchInstaller4PackageInfoFromURL(const std::optional<
                       installerError(kInvalidInfoURLError, "Invalid Installer package info URL."));
   }
   SystemLog::write("[Installer4] Fetching package info: {}", describe(url));
-  session_->dataTask(
-      uncachedRequest(url), [url, request = lastRequest_, completion = std::move(completion)](
-                                const std::string& body, const std::optional<URLResponse>& response,
-                                std::optional<Error> error) {
+  session_->send(
+      uncachedRequest(url),
+      [url, request = lastRequest_, completion = std::move(completion)](
+          const std::string& body, const std::optional<HTTPResponse>& response,
+          std::optional<Error> error) {
         if (request) *request = {url, response, ""};
         if (error) return completion(std::nullopt, std::move(error));
         const int status = statusOf(response);
@@ -179,10 +180,10 @@ void Installer4Retrieval::downloadInstaller4PackageZipFromURL(
   if (isNameTooLong(joinPath(destinationPath, name))) {
     return fail(completion, posixError(ENAMETOOLONG));
   }
-  session_->downloadTask(
+  session_->download(
       {url, {}}, destinationPath,
       [url, destinationPath, name, request = lastRequest_, completion = std::move(completion)](
-          TemporaryFile file, const std::optional<URLResponse>& response,
+          TemporaryFile file, const std::optional<HTTPResponse>& response,
           std::optional<Error> error) {
         if (request) *request = {url, response, ""};
         if (error) return fail(completion, std::move(error));

@@ -8,12 +8,12 @@
 #include <string_view>
 #include <utility>
 
+#include "base/Error.h"
+#include "base/URL.h"
 #include "download/Outcome.h"
+#include "http/HTTPClient.h"
 #include "model/PackageEntry.h"
-#include "platform/Error.h"
-#include "platform/PropertyList.h"
-#include "platform/URL.h"
-#include "platform/URLSession.h"
+#include "plist/PropertyList.h"
 
 namespace tolvane {
 
@@ -45,7 +45,7 @@ class Installer4Retrieval {
   using InfoCompletion =
       std::function<void(std::optional<PropertyList::Dictionary>, std::optional<Error>)>;
 
-  explicit Installer4Retrieval(const URLSessionFactory& sessionFactory);
+  explicit Installer4Retrieval(const HTTPClientFactory& clientFactory);
 
   // Told the end of every retrieval. Before the first one.
   void setObserver(PackageObserver observer) { observer_ = std::move(observer); }
@@ -92,7 +92,7 @@ class Installer4Retrieval {
 
   PackageObserver observer_;                  // may be empty
   std::shared_ptr<LastRequest> lastRequest_;  // of one retrieval, where somebody observes it
-  std::shared_ptr<URLSession> session_;       // with the default timeouts
+  std::shared_ptr<HTTPClient> session_;       // with the default timeouts
 };
 
 }  // namespace tolvane

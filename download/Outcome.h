@@ -5,10 +5,10 @@
 #include <optional>
 #include <string>
 
+#include "base/Error.h"
+#include "base/URL.h"
+#include "http/HTTPClient.h"
 #include "model/PackageEntry.h"
-#include "platform/Error.h"
-#include "platform/URL.h"
-#include "platform/URLSession.h"
 
 // What a download run and the saving of metadata report to whoever keeps account of them. An
 // observer is called on a background thread with no lock held, and may be called on several at
@@ -17,9 +17,9 @@ namespace tolvane {
 
 // The last request that was made for something; none where nothing was asked for.
 struct LastRequest {
-  std::optional<URL> url;               // as it was asked, before any redirect
-  std::optional<URLResponse> response;  // its answer
-  std::string localPath;                // of the file that was moved into place, "" without one
+  std::optional<URL> url;                // as it was asked, before any redirect
+  std::optional<HTTPResponse> response;  // its answer
+  std::string localPath;                 // of the file that was moved into place, "" without one
 };
 
 // The end of one package that the folder did not hold: once a package, before it is counted.

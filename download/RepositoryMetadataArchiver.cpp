@@ -5,12 +5,12 @@
 #include <mutex>
 #include <utility>
 
+#include "async/DispatchGroup.h"
+#include "base/File.h"
+#include "base/SystemLog.h"
+#include "base/TemporaryFile.h"
+#include "base/Text.h"
 #include "download/FailureTexts.h"
-#include "platform/DispatchGroup.h"
-#include "platform/File.h"
-#include "platform/SystemLog.h"
-#include "platform/TemporaryFile.h"
-#include "platform/Text.h"
 
 namespace tolvane {
 
@@ -24,7 +24,7 @@ struct Outcome {
 };
 
 // Saves what a success has brought. Where that fails, `error` says why.
-bool save(TemporaryFile file, const std::optional<URLResponse>& response,
+bool save(TemporaryFile file, const std::optional<HTTPResponse>& response,
           std::optional<Error>& error, const std::string& localPath) {
   if (error || !isSuccess(statusOf(response))) return false;
   error = file.moveTo(localPath);
@@ -34,11 +34,11 @@ bool save(TemporaryFile file, const std::optional<URLResponse>& response,
 }  // namespace
 
 RepositoryMetadataArchiver::RepositoryMetadataArchiver(MainQueue& mainQueue,
-                                                       const URLSessionFactory& sessionFactory,
+                                                       const HTTPClientFactory& clientFactory,
                                                        MetadataObserver observer)
     : mainQueue_(mainQueue),
       observer_(std::move(observer)),
-      session_(sessionFactory(URLSessionConfiguration())) {}
+      session_(clientFactory(HTTPOptions())) {}
 
 void RepositoryMetadataArchiver::archiveMetadataForRepositoryURL(
     const std::optional<URL>& repositoryURL, const std::string& destinationPath,
@@ -56,10 +56,10 @@ void RepositoryMetadataArchiver::archiveMetadataForRepositoryURL(
     createFolder(folder);  // the move says what is wrong with it
     group.enter();
     const std::optional<URL> url = URLForCandidatePath(path, repositoryURL);
-    session_->downloadTask(
+    session_->download(
         {url, {}}, folder,
         [outcome, group, path, localPath, url, observer = observer_](
-            TemporaryFile file, std::optional<URLResponse> response, std::optional<Error> error) {
+            TemporaryFile file, std::optional<HTTPResponse> response, std::optional<Error> error) {
           const bool saved = save(std::move(file), response, error, localPath);
           if (observer) {
             observer({path, {url, std::move(response), saved ? localPath : ""}, error});

@@ -8,10 +8,10 @@
 #include <string_view>
 #include <vector>
 
+#include "async/MainQueue.h"
+#include "base/URL.h"
 #include "download/Outcome.h"
-#include "platform/MainQueue.h"
-#include "platform/URL.h"
-#include "platform/URLSession.h"
+#include "http/HTTPClient.h"
 
 namespace tolvane {
 
@@ -25,7 +25,7 @@ class RepositoryMetadataArchiver {
   using Completion = std::function<void(const Paths& archived, const Paths& missing)>;
 
   explicit RepositoryMetadataArchiver(MainQueue& mainQueue,
-                                      const URLSessionFactory& sessionFactory = makeURLSession,
+                                      const HTTPClientFactory& clientFactory = makeHTTPClient,
                                       MetadataObserver observer = {});
 
   // Asks for all 23 paths at once, each saved under its relative path below the folder; a file that
@@ -45,7 +45,7 @@ class RepositoryMetadataArchiver {
  private:
   MainQueue& mainQueue_;
   MetadataObserver observer_;            // may be empty
-  std::shared_ptr<URLSession> session_;  // with the default timeouts
+  std::shared_ptr<HTTPClient> session_;  // with the default timeouts
 };
 
 }  // namespace tolvane

@@ -3,8 +3,8 @@
 
 #include <string>
 
-#include "platform/NotificationCenter.h"
-#include "platform/SystemLog.h"
+#include "base/NotificationCenter.h"
+#include "base/SystemLog.h"
 
 namespace tolvane {
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "model/PackageEntry.h"
 
-#include "platform/LargePages.h"
-#include "platform/Text.h"
+#include "base/LargePages.h"
+#include "base/Text.h"
 
 namespace tolvane {
 

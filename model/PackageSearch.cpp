@@ -6,8 +6,8 @@
 #include <cstddef>
 #include <string_view>
 
-#include "platform/Text.h"
-#include "platform/TextCase.h"
+#include "base/Text.h"
+#include "base/TextCase.h"
 
 namespace tolvane {
 

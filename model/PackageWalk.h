@@ -6,8 +6,8 @@
 #include <span>
 #include <utility>
 
+#include "base/SideBySide.h"
 #include "model/PackageEntry.h"
-#include "platform/SideBySide.h"
 
 namespace tolvane {
 

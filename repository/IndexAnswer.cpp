@@ -3,7 +3,7 @@
 
 #include <cerrno>
 
-#include "platform/SystemLog.h"
+#include "base/SystemLog.h"
 
 namespace tolvane {
 

@@ -5,16 +5,16 @@
 #include <optional>
 #include <string_view>
 
-#include "platform/Error.h"
-#include "platform/URL.h"
-#include "platform/URLSession.h"
+#include "base/Error.h"
+#include "base/URL.h"
+#include "http/HTTPClient.h"
 
 namespace tolvane {
 
 // One answer of a repository that is asked for its index, or what came instead of one.
 struct IndexAnswer {
   const std::optional<URL>& url;  // as it was asked, before any redirect
-  const std::optional<URLResponse>& response;
+  const std::optional<HTTPResponse>& response;
   std::string_view body;  // with an HTTP content encoding undone; valid during the call
   // Of the transfer. An index that was received but for which memory does not suffice is reported
   // a second time, without its body and with ENOMEM of kPOSIXErrorDomain.

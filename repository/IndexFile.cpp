@@ -5,9 +5,9 @@
 #include <fmt/format.h>
 #include <utility>
 
+#include "base/File.h"
+#include "base/SystemLog.h"
 #include "model/CrawlerLogger.h"
-#include "platform/File.h"
-#include "platform/SystemLog.h"
 #include "repository/Installer3RepositoryFetcher.h"
 #include "repository/Installer4RepositoryFetcher.h"
 #include "repository/PackagesIndex.h"

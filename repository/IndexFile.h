@@ -6,8 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include "base/Error.h"
 #include "model/PackageEntry.h"
-#include "platform/Error.h"
 
 namespace tolvane {
 

@@ -7,9 +7,9 @@
 #include <new>
 #include <utility>
 
+#include "async/Dispatch.h"
+#include "base/SystemLog.h"
 #include "model/CrawlerLogger.h"
-#include "platform/Dispatch.h"
-#include "platform/SystemLog.h"
 #include "repository/InstallerItem.h"
 
 namespace tolvane {
@@ -82,11 +82,11 @@ std::optional<PackageList> packagesIn(const PropertyList::List& items) {
 
 }  // namespace
 
-Installer3RepositoryFetcher::Installer3RepositoryFetcher(const URLSessionFactory& sessionFactory,
+Installer3RepositoryFetcher::Installer3RepositoryFetcher(const HTTPClientFactory& clientFactory,
                                                          IndexObserver observer)
     : observer_(std::move(observer)),
-      session_(sessionFactory({.timeoutIntervalForRequest = std::chrono::seconds(60),
-                               .timeoutIntervalForResource = std::chrono::seconds(120)})) {}
+      session_(clientFactory({.timeoutIntervalForRequest = std::chrono::seconds(60),
+                              .timeoutIntervalForResource = std::chrono::seconds(120)})) {}
 
 void Installer3RepositoryFetcher::fetchPackagesFromRepositoryURL(
     const std::optional<URL>& repositoryURL, Completion completion) const {
@@ -98,10 +98,10 @@ void Installer3RepositoryFetcher::fetchPackagesFromRepositoryURL(
   SystemLog::write("[Installer3] Fetching repository: {}", describe(repositoryURL));
   CrawlerLogger::logInfo(
       fmt::format("Fetching Installer 3 repository XML: {}", displayText(repositoryURL)));
-  session_->dataTask(
+  session_->send(
       uncachedRequest(repositoryURL),
       [self = *this, repositoryURL, retryCount, completion = std::move(completion)](
-          const std::string& body, const std::optional<URLResponse>& response,
+          const std::string& body, const std::optional<HTTPResponse>& response,
           std::optional<Error> error) {
         const IndexAnswer answer{repositoryURL, response, body, error};
         if (self.observer_) self.observer_(answer);

@@ -8,11 +8,11 @@
 #include <string_view>
 #include <vector>
 
+#include "base/Error.h"
+#include "base/URL.h"
+#include "http/HTTPClient.h"
 #include "model/PackageEntry.h"
-#include "platform/Error.h"
-#include "platform/PropertyList.h"
-#include "platform/URL.h"
-#include "platform/URLSession.h"
+#include "plist/PropertyList.h"
 #include "repository/IndexAnswer.h"
 
 namespace tolvane {
@@ -36,7 +36,7 @@ class Installer3RepositoryFetcher {
   // whose root is no dictionary. Called once, on a background thread; may be empty.
   using Completion = std::function<void(std::optional<PackageList>, std::optional<Error>)>;
 
-  explicit Installer3RepositoryFetcher(const URLSessionFactory& sessionFactory = makeURLSession,
+  explicit Installer3RepositoryFetcher(const HTTPClientFactory& clientFactory = makeHTTPClient,
                                        IndexObserver observer = {});
 
   // With two retries.
@@ -63,7 +63,7 @@ class Installer3RepositoryFetcher {
 
  private:
   IndexObserver observer_;               // may be empty
-  std::shared_ptr<URLSession> session_;  // 60 seconds a wait, 120 seconds a transfer
+  std::shared_ptr<HTTPClient> session_;  // 60 seconds a wait, 120 seconds a transfer
 };
 
 }  // namespace tolvane

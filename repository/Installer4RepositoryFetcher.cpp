@@ -6,8 +6,8 @@
 #include <new>
 #include <utility>
 
+#include "base/SystemLog.h"
 #include "model/CrawlerLogger.h"
-#include "platform/SystemLog.h"
 #include "repository/InstallerItem.h"
 
 namespace tolvane {
@@ -71,11 +71,11 @@ void reportSuccess(const PackageList& list, std::string_view url) {
 
 }  // namespace
 
-Installer4RepositoryFetcher::Installer4RepositoryFetcher(const URLSessionFactory& sessionFactory,
+Installer4RepositoryFetcher::Installer4RepositoryFetcher(const HTTPClientFactory& clientFactory,
                                                          IndexObserver observer)
     : observer_(std::move(observer)),
-      session_(sessionFactory({.timeoutIntervalForRequest = std::chrono::seconds(30),
-                               .timeoutIntervalForResource = std::chrono::seconds(60)})) {}
+      session_(clientFactory({.timeoutIntervalForRequest = std::chrono::seconds(30),
+                              .timeoutIntervalForResource = std::chrono::seconds(60)})) {}
 
 void Installer4RepositoryFetcher::fetchPackagesFromRepositoryURL(
     const std::optional<URL>& repositoryURL, Completion completion) const {
@@ -108,25 +108,25 @@ void Installer4RepositoryFetcher::tryIndexCandidatePaths(CandidatePaths paths, s
   std::optional<URL> url = URLForCandidatePath((*paths)[index], repositoryURL);
   SystemLog::write("[Installer4] Trying index: {}", describe(url));
   CrawlerLogger::logInfo(fmt::format("Trying Installer 4 index: {}", displayText(url)));
-  session_->dataTask(
-      uncachedRequest(url), [self = *this, paths = std::move(paths), index, repositoryURL, url,
-                             completion = std::move(completion)](
-                                const std::string& body, const std::optional<URLResponse>& response,
-                                const std::optional<Error>& error) {
-        const IndexAnswer answer{url, response, body, error};
-        if (self.observer_) self.observer_(answer);
-        const int status = statusOf(response);
-        SystemLog::write("[Installer4] Response for {} -> status={} error={} bytes={}",
-                         describe(url), status, describe(error), body.size());
-        Reading reading = readAnswer(body, status, error, displayText(url));
-        if (reading.outOfMemory) reportNotEnoughMemory(answer, self.observer_);
-        if (!reading.problem.empty()) CrawlerLogger::logWarning(reading.problem);
-        if (reading.packages.empty()) {
-          return self.tryIndexCandidatePaths(paths, index + 1, repositoryURL, completion);
-        }
-        reportSuccess(reading.packages, displayText(url));
-        if (completion) completion(std::move(reading.packages), std::nullopt);
-      });
+  session_->send(uncachedRequest(url), [self = *this, paths = std::move(paths), index,
+                                        repositoryURL, url, completion = std::move(completion)](
+                                           const std::string& body,
+                                           const std::optional<HTTPResponse>& response,
+                                           const std::optional<Error>& error) {
+    const IndexAnswer answer{url, response, body, error};
+    if (self.observer_) self.observer_(answer);
+    const int status = statusOf(response);
+    SystemLog::write("[Installer4] Response for {} -> status={} error={} bytes={}", describe(url),
+                     status, describe(error), body.size());
+    Reading reading = readAnswer(body, status, error, displayText(url));
+    if (reading.outOfMemory) reportNotEnoughMemory(answer, self.observer_);
+    if (!reading.problem.empty()) CrawlerLogger::logWarning(reading.problem);
+    if (reading.packages.empty()) {
+      return self.tryIndexCandidatePaths(paths, index + 1, repositoryURL, completion);
+    }
+    reportSuccess(reading.packages, displayText(url));
+    if (completion) completion(std::move(reading.packages), std::nullopt);
+  });
 }
 
 Reading Installer4RepositoryFetcher::readIndex(std::string_view bytes, std::string_view place) {

@@ -9,11 +9,11 @@
 #include <string_view>
 #include <vector>
 
+#include "base/Error.h"
+#include "base/URL.h"
+#include "http/HTTPClient.h"
 #include "model/PackageEntry.h"
-#include "platform/Error.h"
-#include "platform/PropertyList.h"
-#include "platform/URL.h"
-#include "platform/URLSession.h"
+#include "plist/PropertyList.h"
 #include "repository/IndexAnswer.h"
 
 namespace tolvane {
@@ -33,7 +33,7 @@ class Installer4RepositoryFetcher {
   // empty.
   using Completion = std::function<void(std::optional<PackageList>, std::optional<Error>)>;
 
-  explicit Installer4RepositoryFetcher(const URLSessionFactory& sessionFactory = makeURLSession,
+  explicit Installer4RepositoryFetcher(const HTTPClientFactory& clientFactory = makeHTTPClient,
                                        IndexObserver observer = {});
 
   void fetchPackagesFromRepositoryURL(const std::optional<URL>& repositoryURL,
@@ -69,7 +69,7 @@ class Installer4RepositoryFetcher {
 
  private:
   IndexObserver observer_;               // may be empty
-  std::shared_ptr<URLSession> session_;  // 30 seconds a wait, 60 seconds a transfer
+  std::shared_ptr<HTTPClient> session_;  // 30 seconds a wait, 60 seconds a transfer
 };
 
 }  // namespace tolvane

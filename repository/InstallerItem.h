@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "model/PackageEntry.h"
-#include "platform/PropertyList.h"
+#include "plist/PropertyList.h"
 
 // What the lists of both kinds of Installer repositories have in common.
 namespace tolvane {

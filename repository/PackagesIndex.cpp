@@ -5,9 +5,9 @@
 #include <new>
 #include <utility>
 
+#include "base/SystemLog.h"
+#include "base/Text.h"
 #include "model/CrawlerLogger.h"
-#include "platform/SystemLog.h"
-#include "platform/Text.h"
 #include "repository/RepoParser.h"
 
 namespace tolvane {

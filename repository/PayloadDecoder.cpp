@@ -10,7 +10,7 @@
 #include <new>
 #include <zlib.h>
 
-#include "platform/LargePages.h"
+#include "base/LargePages.h"
 
 namespace tolvane {
 

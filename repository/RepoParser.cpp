@@ -7,8 +7,8 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/SideBySide.h"
-#include "platform/Text.h"
+#include "base/SideBySide.h"
+#include "base/Text.h"
 
 // Where this reader is more lenient than the control-file syntax:
 // - A line may end in CR LF or CR as well.

@@ -8,8 +8,8 @@
 #include <new>
 #include <utility>
 
+#include "base/SystemLog.h"
 #include "model/CrawlerLogger.h"
-#include "platform/SystemLog.h"
 #include "repository/Installer3RepositoryFetcher.h"
 #include "repository/Installer4RepositoryFetcher.h"
 #include "repository/PackagesIndex.h"
@@ -78,7 +78,7 @@ std::optional<std::string> textOfUnpacked(std::optional<std::string> bytes) {
 // One candidate's answer.
 struct Answer {
   std::string body;
-  std::optional<URLResponse> response;
+  std::optional<HTTPResponse> response;
   std::optional<Error> error;
 };
 
@@ -127,8 +127,8 @@ std::optional<RepositoryFetcher::PackageList> readCandidate(Answer answer, std::
 
 }  // namespace
 
-RepositoryFetcher::RepositoryFetcher(URLSessionFactory sessionFactory, IndexObserver observer)
-    : sessionFactory_(std::move(sessionFactory)), observer_(std::move(observer)) {}
+RepositoryFetcher::RepositoryFetcher(HTTPClientFactory clientFactory, IndexObserver observer)
+    : clientFactory_(std::move(clientFactory)), observer_(std::move(observer)) {}
 
 void RepositoryFetcher::fetchPackagesOfChosenKind(std::string_view choice,
                                                   const std::optional<URL>& repositoryURL,
@@ -167,7 +167,7 @@ void RepositoryFetcher::fetchInstaller3PackagesFromRepositoryURL(
   SystemLog::write("[Crawler] Installer 3-only fetch called with: {}", describe(repositoryURL));
   CrawlerLogger::logInfo(
       fmt::format("Fetching Installer 3 repository: {}", displayText(repositoryURL)));
-  Installer3RepositoryFetcher(sessionFactory_, observer_)
+  Installer3RepositoryFetcher(clientFactory_, observer_)
       .fetchPackagesFromRepositoryURL(repositoryURL, std::move(completion));
 }
 
@@ -175,7 +175,7 @@ void RepositoryFetcher::tryInstaller4RepositoryURL(const std::optional<URL>& rep
                                                    Completion completion) const {
   SystemLog::write("[Crawler] Falling back to Installer 4 detection...");
   CrawlerLogger::logWarning("Falling back to Installer 4 detection...");
-  Installer4RepositoryFetcher(sessionFactory_, observer_)
+  Installer4RepositoryFetcher(clientFactory_, observer_)
       .fetchPackagesFromRepositoryURL(
           repositoryURL, [completion = std::move(completion)](std::optional<PackageList> packages,
                                                               std::optional<Error> error) {
@@ -215,11 +215,11 @@ void RepositoryFetcher::tryCandidatePaths(CandidatePaths paths, std::size_t inde
   const std::optional<URL> url = URLForCandidatePath((*paths)[index], repositoryURL);
   SystemLog::write("[Crawler] Trying: {}", describe(url));
   CrawlerLogger::logInfo(fmt::format("Trying package index: {}", displayText(url)));
-  freshSession()->dataTask(uncachedRequest(url), [fetcher = *this, paths, index, repositoryURL,
-                                                  fallbackToInstaller4, completion,
-                                                  url](std::string body,
-                                                       const std::optional<URLResponse>& response,
-                                                       std::optional<Error> error) {
+  freshSession()->send(uncachedRequest(url), [fetcher = *this, paths, index, repositoryURL,
+                                              fallbackToInstaller4, completion,
+                                              url](std::string body,
+                                                   const std::optional<HTTPResponse>& response,
+                                                   std::optional<Error> error) {
     if (fetcher.observer_) fetcher.observer_({url, response, body, error});
     Answer answer{std::move(body), response, std::move(error)};
     std::optional<PackageList> packages;
@@ -244,9 +244,9 @@ std::optional<URL> RepositoryFetcher::URLForCandidatePath(std::string_view path,
   return urlForCandidatePath(path, repositoryURL);
 }
 
-std::shared_ptr<URLSession> RepositoryFetcher::freshSession() const {
-  return sessionFactory_({.timeoutIntervalForRequest = std::chrono::seconds(30),
-                          .timeoutIntervalForResource = std::chrono::seconds(60)});
+std::shared_ptr<HTTPClient> RepositoryFetcher::freshSession() const {
+  return clientFactory_({.timeoutIntervalForRequest = std::chrono::seconds(30),
+                         .timeoutIntervalForResource = std::chrono::seconds(60)});
 }
 
 std::optional<std::string> RepositoryFetcher::stringFromTextData(std::string bytes) {

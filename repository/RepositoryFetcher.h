@@ -8,10 +8,10 @@
 #include <string_view>
 #include <vector>
 
+#include "base/Error.h"
+#include "base/URL.h"
+#include "http/HTTPClient.h"
 #include "model/PackageEntry.h"
-#include "platform/Error.h"
-#include "platform/URL.h"
-#include "platform/URLSession.h"
 #include "repository/IndexAnswer.h"
 
 namespace tolvane {
@@ -39,7 +39,7 @@ class RepositoryFetcher {
   using CandidatePaths = std::shared_ptr<const std::vector<std::string>>;
   using Completion = std::function<void(std::optional<PackageList>, std::optional<Error>)>;
 
-  explicit RepositoryFetcher(URLSessionFactory sessionFactory = makeURLSession,
+  explicit RepositoryFetcher(HTTPClientFactory clientFactory = makeHTTPClient,
                              IndexObserver observer = {});
 
   // The one of the four fetches below that fits the choice; any other text counts as APT.
@@ -90,7 +90,7 @@ class RepositoryFetcher {
                                                 const std::optional<URL>& repositoryURL);
 
   // A new session for one candidate: 30 seconds a wait, 60 seconds a transfer.
-  std::shared_ptr<URLSession> freshSession() const;
+  std::shared_ptr<HTTPClient> freshSession() const;
 
   // The text of a payload, or no value when it cannot be decoded. Text is UTF-8 (a leading
   // byte-order mark is dropped) or else ISO 8859-1.
@@ -103,7 +103,7 @@ class RepositoryFetcher {
   static std::optional<std::string> stringFromData(std::string bytes, std::string_view path);
 
  private:
-  URLSessionFactory sessionFactory_;
+  HTTPClientFactory clientFactory_;
   IndexObserver observer_;  // may be empty
 };
 

@@ -4,7 +4,7 @@
 #include <memory>
 #include <utility>
 
-#include "platform/MainQueue.h"
+#include "async/MainQueue.h"
 
 namespace tolvane {
 

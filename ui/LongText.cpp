@@ -4,7 +4,7 @@
 #include <QTextBoundaryFinder>
 #include <algorithm>
 
-#include "platform/Text.h"
+#include "base/Text.h"
 #include "ui/Strings.h"
 
 namespace tolvane {

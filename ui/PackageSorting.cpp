@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <utility>
 
-#include "platform/Text.h"
+#include "base/Text.h"
 #include "ui/PackageTexts.h"
 #include "ui/TextKeys.h"
 

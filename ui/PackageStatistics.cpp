@@ -7,8 +7,8 @@
 #include <limits>
 #include <string_view>
 
+#include "base/Text.h"
 #include "model/PackageWalk.h"
-#include "platform/Text.h"
 
 namespace tolvane {
 

@@ -4,8 +4,8 @@
 #include <array>
 #include <utility>
 
-#include "platform/ByteCount.h"
-#include "platform/Text.h"
+#include "base/ByteCount.h"
+#include "base/Text.h"
 
 namespace tolvane {
 

@@ -6,7 +6,7 @@
 #include <deque>
 #include <mutex>
 
-#include "platform/MainQueue.h"
+#include "async/MainQueue.h"
 
 namespace tolvane {
 

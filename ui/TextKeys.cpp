@@ -6,7 +6,7 @@
 #include <unicode/ucol.h>
 #include <unicode/unistr.h>
 
-#include "platform/TextCase.h"
+#include "base/TextCase.h"
 
 namespace tolvane {
 

@@ -7,16 +7,16 @@
 
 #include "archive_client/CentralArchiveClient.h"
 #include "archive_client/CentralArchiveConfiguration.h"
+#include "base/SystemLog.h"
 #include "model/CrawlerLogger.h"
-#include "platform/SystemLog.h"
 
 namespace tolvane {
 
 ViewController::ViewController(MainQueue& mainQueue, Sheets& sheets,
-                               const URLSessionFactory& sessionFactory, QWidget* parent)
+                               const HTTPClientFactory& clientFactory, QWidget* parent)
     : QWidget(parent), mainQueue_(mainQueue), sheets_(sheets) {
   setAcceptDrops(true);
-  viewDidLoad(sessionFactory);
+  viewDidLoad(clientFactory);
 }
 
 ViewController::~ViewController() {
@@ -26,15 +26,15 @@ ViewController::~ViewController() {
   qDeleteAll(findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly));
 }
 
-void ViewController::viewDidLoad(const URLSessionFactory& sessionFactory) {
+void ViewController::viewDidLoad(const HTTPClientFactory& clientFactory) {
   SystemLog::write("[UI] viewDidLoad");
   logToken_ = NotificationCenter::defaultCenter().addObserver(
       CrawlerLoggerDidLogMessageNotification, crawlerLoggerDidLogMessage());
-  fetcher_ = std::make_unique<RepositoryFetcher>(sessionFactory);
-  queueManager_ = std::make_unique<DownloadQueueManager>(mainQueue_, sessionFactory);
-  metadataArchiver_ = std::make_unique<RepositoryMetadataArchiver>(mainQueue_, sessionFactory);
+  fetcher_ = std::make_unique<RepositoryFetcher>(clientFactory);
+  queueManager_ = std::make_unique<DownloadQueueManager>(mainQueue_, clientFactory);
+  metadataArchiver_ = std::make_unique<RepositoryMetadataArchiver>(mainQueue_, clientFactory);
   centralArchiveClient_ = std::make_unique<CentralArchiveClient>(
-      std::string(centralArchiveBaseURL()), centralArchiveAPISecret(), sessionFactory);
+      std::string(centralArchiveBaseURL()), centralArchiveAPISecret(), clientFactory);
   buildInterface();
   updateMinimumWindowSize();
 }

@@ -13,14 +13,14 @@
 
 #include "archive_client/CentralArchiveClient.h"
 #include "archive_client/CentralArchiveConfiguration.h"
+#include "async/MainQueue.h"
+#include "base/NotificationCenter.h"
+#include "base/URL.h"
 #include "download/DownloadCounters.h"
 #include "download/DownloadQueueManager.h"
 #include "download/RepositoryMetadataArchiver.h"
+#include "http/HTTPClient.h"
 #include "model/PackageEntry.h"
-#include "platform/MainQueue.h"
-#include "platform/NotificationCenter.h"
-#include "platform/URL.h"
-#include "platform/URLSession.h"
 #include "repository/RepositoryFetcher.h"
 #include "ui/ConsoleMessage.h"
 #include "ui/DownloadTexts.h"
@@ -48,7 +48,7 @@ class ViewController : public QWidget {
 
   // The main queue and the sheets outlive the controller.
   ViewController(MainQueue& mainQueue, Sheets& sheets,
-                 const URLSessionFactory& sessionFactory = makeURLSession,
+                 const HTTPClientFactory& clientFactory = makeHTTPClient,
                  QWidget* parent = nullptr);
   ~ViewController() override;
 
@@ -152,7 +152,7 @@ class ViewController : public QWidget {
   void showEvent(QShowEvent* event) override;
 
  private:
-  void viewDidLoad(const URLSessionFactory& sessionFactory);
+  void viewDidLoad(const HTTPClientFactory& clientFactory);
   void viewDidLayout();
 
   void buildInterface();

@@ -1,14 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include <QFile>
-#include <QStandardPaths>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 #include <utility>
 
 #include "archive_client/CentralArchiveClient.h"
-#include "platform/File.h"
-#include "platform/SystemLog.h"
-#include "platform/Text.h"
+#include "base/File.h"
+#include "base/SystemLog.h"
+#include "base/Text.h"
 #include "ui/MissingEntries.h"
 #include "ui/ViewController.h"
 
@@ -81,9 +79,8 @@ ViewController::PackageList ViewController::packagesForMissingArchiveEntries() c
 }
 
 std::string ViewController::centralArchiveTemporaryFolder() {
-  const QString caches = QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation);
   std::string folder =
-      joinPath(QFile::encodeName(caches).toStdString(), "Tolvane/CentralArchiveUploads");
+      joinPath(Configuration::current().cacheFolder, "Tolvane/CentralArchiveUploads");
   createFolder(folder);  // where that fails, downloads into it and uploads from it tell
   return folder;
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "platform/SystemLog.h"
+#include "base/SystemLog.h"
 #include "ui/ViewController.h"
 
 // What the window's controls are joined to.

@@ -2,7 +2,7 @@
 #include <fmt/format.h>
 #include <utility>
 
-#include "platform/SystemLog.h"
+#include "base/SystemLog.h"
 #include "ui/ViewController.h"
 
 // What all workflows that download have in common, from the first disabled button to the last

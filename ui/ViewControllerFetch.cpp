@@ -2,8 +2,8 @@
 #include <fmt/format.h>
 #include <utility>
 
-#include "platform/SystemLog.h"
-#include "platform/Text.h"
+#include "base/SystemLog.h"
+#include "base/Text.h"
 #include "ui/Strings.h"
 #include "ui/ViewController.h"
 

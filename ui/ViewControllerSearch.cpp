@@ -3,9 +3,9 @@
 #include <span>
 #include <vector>
 
+#include "base/ByteCount.h"
 #include "model/PackageSearch.h"
 #include "model/PackageWalk.h"
-#include "platform/ByteCount.h"
 #include "ui/Strings.h"
 #include "ui/ViewController.h"
 

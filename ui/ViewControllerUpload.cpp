@@ -5,9 +5,9 @@
 #include <utility>
 
 #include "archive_client/CentralArchiveClient.h"
-#include "platform/File.h"
-#include "platform/SystemLog.h"
-#include "platform/Text.h"
+#include "base/File.h"
+#include "base/SystemLog.h"
+#include "base/Text.h"
 #include "ui/ViewController.h"
 
 // Uploads to the central archive, strictly one after another.

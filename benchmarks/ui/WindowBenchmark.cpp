@@ -11,8 +11,8 @@
 #include <unistd.h>
 #include <vector>
 
+#include "async/RunLoop.h"
 #include "benchmarks/ui/GeneratedRepository.h"
-#include "platform/RunLoop.h"
 #include "ui/ViewController.h"
 
 // What a person waits for in the window with a large repository, up to the painted picture, on a

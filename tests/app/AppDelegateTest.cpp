@@ -8,7 +8,7 @@
 #include <thread>
 
 #include "app/AppDelegate.h"
-#include "platform/SystemLog.h"
+#include "base/SystemLog.h"
 #include "tests/app/ScriptedStore.h"
 #include "tests/support/LogRecorder.h"
 #include "ui/Strings.h"

@@ -9,7 +9,7 @@
 
 #include "app/MainMenu.h"
 #include "app/MainWindow.h"
-#include "platform/RunLoop.h"
+#include "async/RunLoop.h"
 #include "tests/app/ScriptedStore.h"
 #include "tests/ui/support/Packages.h"
 #include "tests/ui/support/PaintCounter.h"

@@ -10,7 +10,7 @@
 #include "app/Application.h"
 #include "app/MainMenu.h"
 #include "app/MainWindow.h"
-#include "platform/RunLoop.h"
+#include "async/RunLoop.h"
 #include "tests/ui/support/Packages.h"
 #include "ui/DialogSheets.h"
 #include "ui/Strings.h"

@@ -14,7 +14,7 @@ class Version : public testing::Test {
     return lineFor(build);
   }
   std::string lineFor(const VersionInfo& build) {
-    return versionLine(versionInfo(Bundle(folder.path("tolvane")), build));
+    return versionLine(versionInfo(folder.path("Info.plist"), build));
   }
 
   TemporaryFolder folder;

@@ -4,36 +4,42 @@
 
     check_sources.py ROOT
 
-A folder includes only itself and what stands below it; an include in quotes is written from the
-root and names a file that is there; the window's toolkit is seen by ui and app alone; and every
-source says its licence. Prints one line a breach and exits with 1 if there is any.
+A folder includes only itself and the layers before it; an include in quotes is written from the
+root and names a file that is there; only ui and app include Qt; and every source says its licence.
+Prints one line a breach and exits with 1 if there is any.
 """
 import re
 import sys
 from pathlib import Path
 
-MIDDLE = ("repository", "download", "archive_client")
+FOUNDATION = ("base", "async", "http", "plist", "model")
+SERVICES = ("repository", "download", "archive_client")
+CORE = {*FOUNDATION, *SERVICES, "workflow"}
 
 # What each folder of the product may include besides itself.
 BELOW = {
-    "platform": set(),
-    "model": {"platform"},
-    **{folder: {"platform", "model"} for folder in MIDDLE},
-    "cli": {"platform", "model", *MIDDLE},
-    "ui": {"platform", "model", *MIDDLE},
-    "app": {"platform", "model", *MIDDLE, "ui"},
+    "base": set(),
+    "async": {"base"},
+    "http": {"base", "async"},
+    "plist": {"base"},
+    "model": {"base", "async"},
+    **{folder: set(FOUNDATION) for folder in SERVICES},
+    "workflow": {*FOUNDATION, *SERVICES},
+    "cli": CORE,
+    "ui": CORE,
+    "app": {*CORE, "ui"},
 }
 WINDOW_FOLDERS = {"ui", "app"}
-# These stand beside the product: they may include any of it, and none of it includes them.
-BESIDE = ("tests", "benchmarks")
-SCRIPT_FOLDERS = (*BELOW, *BESIDE, ".ci", "cmake", "packaging", "scripts")
+# These are no part of the product: they may include any of it, and none of it includes them.
+OUTSIDE = ("tests", "benchmarks")
+SCRIPT_FOLDERS = (*BELOW, *OUTSIDE, ".ci", "cmake", "packaging", "scripts")
 
 CODE = {".cpp", ".h"}
 CMAKE = {".cmake"}
 SCRIPTS = {".py", ".sh"}
 
 INCLUDE = re.compile(r'^\s*#\s*(?:include|include_next|import)\s*(["<])([^">]+)[">]')
-TOOLKIT_HEADER = re.compile(r"^(Q[A-Z]\w*|Qt\w*/.*|q[a-z]\w*\.h)$")
+QT_HEADER = re.compile(r"^(Q[A-Z]\w*|Qt\w*/.*|q[a-z]\w*\.h)$")
 LICENCE = "SPDX-License-Identifier: MIT"
 LICENCE_WITHIN_LINES = 2  # an interpreter's line may stand before it
 
@@ -61,16 +67,16 @@ def sources(root):
 
 def include_breach(root, file, target):
     """What is wrong with file's quoted include of target, or None."""
-    owner, floor = file.parts[0], target.split("/")[0]
-    if not (root / target).is_file() or floor not in (*BELOW, *BESIDE) or ".." in target.split("/"):
+    owner, layer = file.parts[0], target.split("/")[0]
+    if not (root / target).is_file() or layer not in (*BELOW, *OUTSIDE) or ".." in target.split("/"):
         return f'"{target}" is not a file\'s path from the root'
-    if owner in BELOW and floor != owner and floor not in BELOW[owner]:
+    if owner in BELOW and layer != owner and layer not in BELOW[owner]:
         return f'{owner} may not include "{target}"'
     return None
 
 
-def may_see_toolkit(file):
-    folder = file.parts[1] if file.parts[0] in BESIDE else file.parts[0]
+def may_include_qt(file):
+    folder = file.parts[1] if file.parts[0] in OUTSIDE else file.parts[0]
     return folder in WINDOW_FOLDERS
 
 
@@ -81,8 +87,8 @@ def code_breaches(root, file, lines):
             continue
         quote, target = include.groups()
         breach = include_breach(root, file, target) if quote == '"' else None
-        if TOOLKIT_HEADER.match(target) and not may_see_toolkit(file):
-            breach = f"only ui and app see the toolkit: <{target}>"
+        if QT_HEADER.match(target) and not may_include_qt(file):
+            breach = f"only ui and app may include Qt: <{target}>"
         if breach:
             yield f"{file}:{number}: {breach}"
 

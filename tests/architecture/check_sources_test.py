@@ -7,7 +7,7 @@ import tempfile
 import unittest
 from pathlib import Path
 
-from check_sources import BELOW, breaches
+from check_sources import BELOW, FOUNDATION, SERVICES, breaches
 
 SPDX = "// SPDX-License-Identifier: MIT\n"
 
@@ -17,8 +17,8 @@ class Scanner(unittest.TestCase):
         folder = tempfile.TemporaryDirectory()
         self.addCleanup(folder.cleanup)
         self.root = Path(folder.name)
-        for floor in (*BELOW, "tests/support"):
-            self.write(f"{floor}/Thing.h", "#pragma once\n#include <string>\n")
+        for layer in (*BELOW, "tests/support"):
+            self.write(f"{layer}/Thing.h", "#pragma once\n#include <string>\n")
 
     def write(self, path, text, licence=SPDX):
         file = self.root / path
@@ -40,25 +40,38 @@ class Scanner(unittest.TestCase):
         self.assertTrue(found[0].startswith(f"{file}:2: "), found[0])
         (self.root / file).unlink()
 
-    def test_a_folder_may_include_itself_and_what_stands_below_it(self):
-        self.assert_allowed("platform/New.cpp", '"platform/Thing.h"')
-        self.assert_allowed("model/New.cpp", '"platform/Thing.h"')
-        for middle in ("repository", "download", "archive_client"):
-            self.assert_allowed(f"{middle}/New.h", '"model/Thing.h"')
-            self.assert_allowed("cli/New.cpp", f'"{middle}/Thing.h"')
-            self.assert_allowed("ui/New.cpp", f'"{middle}/Thing.h"')
+    def test_a_folder_may_include_itself_and_the_layers_before_it(self):
+        self.assert_allowed("base/New.cpp", '"base/Thing.h"')
+        self.assert_allowed("http/New.cpp", '"async/Thing.h"')
+        self.assert_allowed("plist/New.cpp", '"base/Thing.h"')
+        self.assert_allowed("model/New.cpp", '"async/Thing.h"')
+        for service in SERVICES:
+            for layer in FOUNDATION:
+                self.assert_allowed(f"{service}/New.h", f'"{layer}/Thing.h"')
+            self.assert_allowed("workflow/New.cpp", f'"{service}/Thing.h"')
+        self.assert_allowed("cli/New.cpp", '"workflow/Thing.h"')
+        self.assert_allowed("ui/New.cpp", '"workflow/Thing.h"')
         self.assert_allowed("app/New.cpp", '"ui/Thing.h"')
 
-    def test_a_folder_may_not_include_what_stands_above_it(self):
-        self.assert_forbidden("platform/New.h", '"model/Thing.h"')
+    def test_a_folder_may_not_include_a_layer_after_it(self):
+        self.assert_forbidden("base/New.h", '"model/Thing.h"')
+        self.assert_forbidden("base/New.h", '"async/Thing.h"')
+        self.assert_forbidden("async/New.h", '"http/Thing.h"')
         self.assert_forbidden("model/New.h", '"repository/Thing.h"')
-        self.assert_forbidden("download/New.cpp", '"cli/Thing.h"')
+        self.assert_forbidden("download/New.cpp", '"workflow/Thing.h"')
+        self.assert_forbidden("workflow/New.cpp", '"cli/Thing.h"')
+        self.assert_forbidden("workflow/New.cpp", '"ui/Thing.h"')
         self.assert_forbidden("ui/New.cpp", '"app/Thing.h"')
 
-    def test_the_three_middle_folders_do_not_include_each_other(self):
-        middle = ("repository", "download", "archive_client")
-        for owner in middle:
-            for other in middle:
+    def test_property_lists_and_records_know_no_http(self):
+        for folder in ("plist", "model"):
+            self.assert_forbidden(f"{folder}/New.h", '"http/Thing.h"')
+        self.assert_forbidden("plist/New.h", '"async/Thing.h"')
+        self.assert_forbidden("http/New.h", '"plist/Thing.h"')
+
+    def test_the_services_do_not_include_each_other(self):
+        for owner in SERVICES:
+            for other in SERVICES:
                 if owner != other:
                     self.assert_forbidden(f"{owner}/New.cpp", f'"{other}/Thing.h"')
 
@@ -68,25 +81,26 @@ class Scanner(unittest.TestCase):
         self.assert_forbidden("app/New.cpp", '"cli/Thing.h"')
 
     def test_the_product_does_not_include_its_tests_and_tests_may_include_all_of_it(self):
-        self.assert_forbidden("platform/New.cpp", '"tests/support/Thing.h"')
+        self.assert_forbidden("base/New.cpp", '"tests/support/Thing.h"')
         for folder in BELOW:
             self.assert_allowed("tests/support/New.cpp", f'"{folder}/Thing.h"')
 
     def test_an_include_not_written_from_the_root_is_reported(self):
-        self.assert_forbidden("platform/New.cpp", '"Thing.h"')
-        self.assert_forbidden("model/New.cpp", '"../platform/Thing.h"')
-        self.assert_forbidden("model/New.cpp", '"platform/../model/Thing.h"')
+        self.assert_forbidden("base/New.cpp", '"Thing.h"')
+        self.assert_forbidden("model/New.cpp", '"../base/Thing.h"')
+        self.assert_forbidden("model/New.cpp", '"base/../model/Thing.h"')
         self.assert_forbidden("tests/support/New.cpp", '"Thing.h"')
 
     def test_an_include_of_a_file_that_is_not_there_is_reported(self):
-        self.assert_forbidden("model/New.cpp", '"platform/Absent.h"')
+        self.assert_forbidden("model/New.cpp", '"base/Absent.h"')
 
     def test_a_file_of_a_sub_folder_obeys_the_rules_of_its_folder(self):
-        self.assert_forbidden("platform/deeper/New.cpp", '"model/Thing.h"')
+        self.assert_forbidden("base/deeper/New.cpp", '"model/Thing.h"')
 
-    def test_only_ui_and_app_and_their_tests_see_the_toolkit(self):
+    def test_only_ui_and_app_and_their_tests_include_qt(self):
         for header in ("<QString>", "<QtWidgets/QWidget>", "<qglobal.h>", '"QString"'):
-            self.assert_forbidden("platform/New.cpp", header)
+            self.assert_forbidden("base/New.cpp", header)
+        self.assert_forbidden("workflow/New.cpp", "<QObject>")
         self.assert_forbidden("cli/New.cpp", "<QObject>")
         self.assert_forbidden("tests/cli/New.cpp", "<QObject>")
         self.assert_allowed("ui/New.cpp", "<QString>")
@@ -94,17 +108,17 @@ class Scanner(unittest.TestCase):
         self.assert_allowed("tests/ui/New.cpp", "<QTest>")
 
     def test_blanks_in_an_include_hide_nothing(self):
-        self.write("platform/New.h", '  #  include   "model/Thing.h"\n')
-        self.assertEqual(self.found(), ['platform/New.h:2: platform may not include "model/Thing.h"'])
+        self.write("base/New.h", '  #  include   "model/Thing.h"\n')
+        self.assertEqual(self.found(), ['base/New.h:2: base may not include "model/Thing.h"'])
 
     def test_a_source_without_its_licence_is_reported_whatever_its_language(self):
-        self.write("platform/New.cpp", "", licence="")
-        self.write("platform/CMakeLists.txt", "", licence="# no licence\n")
+        self.write("base/New.cpp", "", licence="")
+        self.write("base/CMakeLists.txt", "", licence="# no licence\n")
         self.write("scripts/new", "", licence="#!/bin/sh\n")
         self.write("cmake/New.cmake", "", licence="")
         self.assertEqual(
             [line.split(":")[0] for line in self.found()],
-            ["platform/CMakeLists.txt", "platform/New.cpp", "cmake/New.cmake", "scripts/new"],
+            ["base/CMakeLists.txt", "base/New.cpp", "cmake/New.cmake", "scripts/new"],
         )
 
     def test_a_file_that_is_no_source_needs_no_licence(self):
@@ -114,10 +128,10 @@ class Scanner(unittest.TestCase):
     def test_the_command_ends_with_1_on_a_breach_and_with_0_without_one(self):
         command = [sys.executable, str(Path(__file__).with_name("check_sources.py")), self.root]
         self.assertEqual(subprocess.run(command, capture_output=True).returncode, 0)
-        self.write("platform/New.h", '#include "model/Thing.h"\n')
+        self.write("base/New.h", '#include "model/Thing.h"\n')
         run = subprocess.run(command, capture_output=True, text=True)
         self.assertEqual(run.returncode, 1)
-        self.assertIn('platform/New.h:2: platform may not include "model/Thing.h"', run.stdout)
+        self.assertIn('base/New.h:2: base may not include "model/Thing.h"', run.stdout)
 
     def test_a_folder_without_sources_proves_nothing(self):
         with tempfile.TemporaryDirectory() as empty:

@@ -14,7 +14,7 @@
 #include "archive_client/CentralArchiveClient.h"
 #include "tests/archive_client/CredentialWatch.h"
 #include "tests/support/LogRecorder.h"
-#include "tests/support/ScriptedURLSession.h"
+#include "tests/support/ScriptedHTTPClient.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace tolvane {
@@ -99,7 +99,7 @@ class ArchiveFixture : public testing::Test {
   // As the script's sessions fail.
   static ScriptedAnswer timeout() { return failingAnswer(-1001, "The request timed out."); }
 
-  ScriptedURLSession session_;
+  ScriptedHTTPClient session_;
   LogRecorder log_;
   TemporaryFolder folder_;
   PackageEntry package_;

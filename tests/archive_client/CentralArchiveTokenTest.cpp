@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <nlohmann/json.hpp>
 
+#include "base/NotificationCenter.h"
 #include "model/CrawlerLogger.h"
-#include "platform/NotificationCenter.h"
 #include "tests/archive_client/ArchiveFixture.h"
 
 namespace tolvane {

@@ -2,7 +2,7 @@
 #include <cstdio>
 #include <sys/stat.h>
 
-#include "platform/File.h"
+#include "base/File.h"
 #include "tests/archive_client/ArchiveFixture.h"
 
 namespace tolvane {

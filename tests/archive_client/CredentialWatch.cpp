@@ -7,7 +7,7 @@
 #include <iterator>
 #include <memory>
 
-#include "platform/SystemLog.h"
+#include "base/SystemLog.h"
 #include "tests/support/LogRecorder.h"
 
 namespace tolvane {

@@ -22,7 +22,7 @@ using testing::Not;
 using testing::SizeIs;
 
 void expectRefusal(const std::vector<std::string>& arguments, const std::string& text) {
-  const ScriptedURLSession session;
+  const ScriptedHTTPClient session;
   const CommandResult result = runScripted(session, arguments);
   EXPECT_EQ(result.status, kExitUsage);
   EXPECT_EQ(result.output, "");
@@ -46,7 +46,7 @@ TEST(Command, RefusesAURLWithoutASchemeOrAHost) {
 }
 
 TEST(Command, TrimsTheURL) {
-  ScriptedURLSession session;
+  ScriptedHTTPClient session;
   session.answer("http://repo.example/Packages", {200, stanza("a")});
   const CommandResult result = runScripted(session, {"list", " \n\thttp://repo.example \r\n"});
   EXPECT_EQ(result.status, kExitDone);
@@ -65,7 +65,7 @@ TEST(Command, RefusesAnAddressThatCanNeverWork) {
 TEST(Command, TakesEveryPortThatThereIs) {
   for (const char* url : {"http://repo.example:1", "HTTP://repo.example:65535",
                           "https://repo.example:", "http://repo.example:0080"}) {
-    ScriptedURLSession session;
+    ScriptedHTTPClient session;
     session.answer(std::string(url) + "/Packages", {200, stanza("a")});
     EXPECT_EQ(runScripted(session, {"list", url}).status, kExitDone);
   }
@@ -75,7 +75,7 @@ TEST(Command, ARepositoryWithoutAnIndexCannotBeLoaded) {
   for (const std::vector<std::string>& arguments :
        {std::vector<std::string>{"list", kRepository, "--type", "apt", "--json"},
         std::vector<std::string>{"download", kRepository, "folder", "--type", "apt"}}) {
-    const ScriptedURLSession session;
+    const ScriptedHTTPClient session;
     const CommandResult result = runScripted(session, arguments);
     EXPECT_EQ(result.status, kExitNotLoaded);
     EXPECT_EQ(result.output, "");
@@ -85,7 +85,7 @@ TEST(Command, ARepositoryWithoutAnIndexCannotBeLoaded) {
 }
 
 TEST(Command, SaysWhyARepositoryCouldNotBeLoadedAlsoWhenQuiet) {
-  ScriptedURLSession session;
+  ScriptedHTTPClient session;
   Error expired{std::string(kURLErrorDomain), kURLErrorServerCertificateUntrusted, "untrusted",
                 "SSL certificate problem: certificate has expired"};
   session.answer("http://repo.example/Packages", {0, "", expired});
@@ -105,7 +105,7 @@ TEST(Command, SaysWhyARepositoryCouldNotBeLoadedAlsoWhenQuiet) {
 }
 
 TEST(Command, SaysNothingOfFailedRequestsWhereTheRepositoryWasLoaded) {
-  ScriptedURLSession session;
+  ScriptedHTTPClient session;
   session.answer("http://repo.example/Packages.gz", failingAnswer(kURLErrorTimedOut, "timed out"));
   session.answer("http://repo.example/dists/ios/main/binary-iphoneos-arm/Packages",
                  {200, stanza("a")});
@@ -131,7 +131,7 @@ TEST(Command, PrintsWrongUsageToStandardError) {
 }
 
 TEST(Command, FailsWhenItsOutputCannotBeWritten) {
-  ScriptedURLSession session;
+  ScriptedHTTPClient session;
   session.answer("http://repo.example/Packages", {200, stanza("a")});
   std::ostringstream output, errorOutput;
   output.setstate(std::ios::badbit);
@@ -142,7 +142,7 @@ TEST(Command, FailsWhenItsOutputCannotBeWritten) {
 }
 
 TEST(Command, QuietLeavesWarningsAndErrors) {
-  ScriptedURLSession session;
+  ScriptedHTTPClient session;
   session.answer("http://repo.example/Packages", {200, "no package in here\n"});
   const CommandResult result =
       runScripted(session, {"list", kRepository, "--type", "apt", "--quiet"});
@@ -156,7 +156,7 @@ TEST(Command, QuietLeavesWarningsAndErrors) {
 
 // The limits to one host of the sessions that a download makes after that of its index.
 std::vector<int> connectionLimits(const std::vector<std::string>& options) {
-  ScriptedURLSession session;
+  ScriptedHTTPClient session;
   session.answer("http://repo.example/Packages", {200, stanza("a")});
   const TemporaryFolder folder;
   std::vector<std::string> arguments{"download", kRepository, folder.path()};

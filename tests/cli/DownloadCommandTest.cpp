@@ -20,7 +20,7 @@ using testing::IsEmpty;
 using testing::Not;
 
 // A repository with these stanzas whose every file is good.
-void serve(ScriptedURLSession& session, const std::vector<std::string>& names) {
+void serve(ScriptedHTTPClient& session, const std::vector<std::string>& names) {
   std::string index;
   for (const std::string& name : names) {
     index += stanza(name, trueChecks());
@@ -30,7 +30,7 @@ void serve(ScriptedURLSession& session, const std::vector<std::string>& names) {
 }
 
 TEST(DownloadCommand, TakesWhatTheFolderLacks) {
-  ScriptedURLSession session;
+  ScriptedHTTPClient session;
   serve(session, {"a", "b", "c"});
   const TemporaryFolder folder;
   folder.write("b.deb", "whatever stands here");
@@ -46,7 +46,7 @@ TEST(DownloadCommand, TakesWhatTheFolderLacks) {
 }
 
 TEST(DownloadCommand, EndsWithTheScanWhereNothingLacks) {
-  ScriptedURLSession session;
+  ScriptedHTTPClient session;
   serve(session, {"a", "b"});
   const TemporaryFolder folder;
   folder.write("a.deb", "");
@@ -59,7 +59,7 @@ TEST(DownloadCommand, EndsWithTheScanWhereNothingLacks) {
 }
 
 TEST(DownloadCommand, CountsInJSON) {
-  ScriptedURLSession session;
+  ScriptedHTTPClient session;
   serve(session, {"a", "b", "c"});
   const TemporaryFolder folder;
   folder.write("b.deb", "");
@@ -72,7 +72,7 @@ TEST(DownloadCommand, CountsInJSON) {
 }
 
 TEST(DownloadCommand, CountsInJSONWhereNothingLacks) {
-  ScriptedURLSession session;
+  ScriptedHTTPClient session;
   serve(session, {"a"});
   const TemporaryFolder folder;
   folder.write("a.deb", "");
@@ -85,7 +85,7 @@ TEST(DownloadCommand, CountsInJSONWhereNothingLacks) {
 }
 
 TEST(DownloadCommand, ExitsWithOneWhenAPackageFails) {
-  ScriptedURLSession session;
+  ScriptedHTTPClient session;
   session.answer(std::string(kRepository) + "Packages", {200, stanza("a") + stanza("b")});
   session.answer(std::string(kRepository) + "debs/a.deb", {200, kPackageBody});
   session.answer(std::string(kRepository) + "debs/b.deb",
@@ -99,7 +99,7 @@ TEST(DownloadCommand, ExitsWithOneWhenAPackageFails) {
 }
 
 TEST(DownloadCommand, TakesEveryEntryOfANamedPackage) {
-  ScriptedURLSession session;
+  ScriptedHTTPClient session;
   const std::string root = kRepository;
   session.answer(root + "Packages",
                  {200, stanza("a") + stanza("b") + "Package: a\nFilename: debs/a2.deb\n\n"});
@@ -116,7 +116,7 @@ TEST(DownloadCommand, TakesEveryEntryOfANamedPackage) {
 }
 
 TEST(DownloadCommand, CountsANamedPackageThatIsThereAsSkipped) {
-  ScriptedURLSession session;
+  ScriptedHTTPClient session;
   serve(session, {"a", "b", "c"});
   const TemporaryFolder folder;
   folder.write("a.deb", "");
@@ -131,7 +131,7 @@ TEST(DownloadCommand, CountsANamedPackageThatIsThereAsSkipped) {
 }
 
 TEST(DownloadCommand, APackageThatTheRepositoryDoesNotHaveIsAFailure) {
-  ScriptedURLSession session;
+  ScriptedHTTPClient session;
   serve(session, {"a"});
   const TemporaryFolder folder;
   const CommandResult result =
@@ -144,7 +144,7 @@ TEST(DownloadCommand, APackageThatTheRepositoryDoesNotHaveIsAFailure) {
 }
 
 TEST(DownloadCommand, APackageThatIsNotThereDoesNotKeepTheOthersFromComing) {
-  ScriptedURLSession session;
+  ScriptedHTTPClient session;
   serve(session, {"a", "b"});
   const TemporaryFolder folder;
   const CommandResult result = runScripted(
@@ -158,7 +158,7 @@ TEST(DownloadCommand, APackageThatIsNotThereDoesNotKeepTheOthersFromComing) {
 }
 
 TEST(DownloadCommand, MakesTheFolder) {
-  ScriptedURLSession session;
+  ScriptedHTTPClient session;
   serve(session, {"a"});
   const TemporaryFolder folder;
   runScripted(session, {"download", kRepository, folder.path("new/deep")});
@@ -166,7 +166,7 @@ TEST(DownloadCommand, MakesTheFolder) {
 }
 
 TEST(DownloadCommand, AFileInPlaceOfTheFolderFailsEachPackage) {
-  ScriptedURLSession session;
+  ScriptedHTTPClient session;
   serve(session, {"a", "b"});
   const TemporaryFolder folder;
   folder.write("taken", "a file");
@@ -178,7 +178,7 @@ TEST(DownloadCommand, AFileInPlaceOfTheFolderFailsEachPackage) {
 }
 
 TEST(DownloadCommand, ANameThatWouldLeaveTheFolderFails) {
-  ScriptedURLSession session;
+  ScriptedHTTPClient session;
   session.answer(std::string(kRepository) + "Packages", {200, "Package: a\nFilename: debs/..\n\n"});
   session.answer(std::string(kRepository) + "debs/..", {200, kPackageBody});
   const TemporaryFolder folder;
@@ -190,7 +190,7 @@ TEST(DownloadCommand, ANameThatWouldLeaveTheFolderFails) {
 }
 
 TEST(DownloadCommand, ShowsItsProgressOnATerminal) {
-  ScriptedURLSession session;
+  ScriptedHTTPClient session;
   serve(session, {"a", "b"});
   const TemporaryFolder folder;
   ConsoleSettings terminal;
@@ -205,7 +205,7 @@ TEST(DownloadCommand, ShowsItsProgressOnATerminal) {
 }
 
 TEST(DownloadCommand, ANamedDownloadHasItsOwnProgressText) {
-  ScriptedURLSession session;
+  ScriptedHTTPClient session;
   serve(session, {"a"});
   const TemporaryFolder folder;
   ConsoleSettings terminal;
@@ -216,7 +216,7 @@ TEST(DownloadCommand, ANamedDownloadHasItsOwnProgressText) {
 }
 
 TEST(DownloadCommand, ShowsNoProgressWhenQuiet) {
-  ScriptedURLSession session;
+  ScriptedHTTPClient session;
   serve(session, {"a"});
   const TemporaryFolder folder;
   ConsoleSettings terminal;

@@ -22,8 +22,8 @@ using testing::IsEmpty;
 const std::string kRoot = kRepository;
 
 // A repository whose packages p0, p1 and so on answer with a lost connection.
-ScriptedURLSession failing(int count) {
-  ScriptedURLSession session;
+ScriptedHTTPClient failing(int count) {
+  ScriptedHTTPClient session;
   std::string index;
   for (int i = 0; i < count; ++i) {
     const std::string name = "p" + std::to_string(i);
@@ -51,7 +51,7 @@ PackageEntry package() {
 }
 
 TEST(FailureReport, FollowsTheLastLineOfTheRun) {
-  const ScriptedURLSession session = failing(1);
+  const ScriptedHTTPClient session = failing(1);
   const TemporaryFolder folder;
   std::ostringstream both;
   runCommand({"download", kRepository, folder.path(), "--quiet"},
@@ -63,7 +63,7 @@ TEST(FailureReport, FollowsTheLastLineOfTheRun) {
 }
 
 TEST(FailureReport, NamesTwentyAndCountsTheOthers) {
-  const ScriptedURLSession session = failing(23);
+  const ScriptedHTTPClient session = failing(23);
   const TemporaryFolder folder;
   const CommandResult result =
       runScripted(session, {"download", kRepository, folder.path(), "--quiet"});
@@ -73,7 +73,7 @@ TEST(FailureReport, NamesTwentyAndCountsTheOthers) {
 }
 
 TEST(FailureReport, HasAllOfThemInJSON) {
-  const ScriptedURLSession session = failing(23);
+  const ScriptedHTTPClient session = failing(23);
   const TemporaryFolder folder;
   const CommandResult result =
       runScripted(session, {"download", kRepository, folder.path(), "--json"});
@@ -84,7 +84,8 @@ TEST(FailureReport, HasAllOfThemInJSON) {
 
 TEST(FailureReport, IsEmptyWhereNothingFailed) {
   FailureReport report;
-  report.add({package(), {URL::parse("http://h/"), URLResponse{200}, "a.deb"}, true, std::nullopt});
+  report.add(
+      {package(), {URL::parse("http://h/"), HTTPResponse{200}, "a.deb"}, true, std::nullopt});
   std::ostringstream stream;
   Console console(stream, {});
   report.show(console, "the folder");
@@ -95,15 +96,16 @@ TEST(FailureReport, IsEmptyWhereNothingFailed) {
 TEST(FailureReport, SaysWhatBecomesOfAnInvalidFile) {
   const Error mismatch{"DownloadManager", 2004, "SHA256 mismatch for a."};
   EXPECT_THAT(
-      shown(package(), {URL::parse("http://h/a.deb"), URLResponse{200}, "a.deb"}, mismatch),
+      shown(package(), {URL::parse("http://h/a.deb"), HTTPResponse{200}, "a.deb"}, mismatch),
       ElementsAre("Invalid: a 1.0, http://h/a.deb: SHA256 mismatch for a.",
                   "Invalid files stay in the folder and count as present at the next run."));
 }
 
 TEST(FailureReport, AFileThatVanishedIsNotCalledInvalid) {
   const Error vanished{"DownloadManager", 2001, "Downloaded file does not exist."};
-  EXPECT_THAT(shown(package(), {URL::parse("http://h/a.deb"), URLResponse{200}, "a.deb"}, vanished),
-              ElementsAre("Failed: a 1.0, http://h/a.deb: Downloaded file does not exist."));
+  EXPECT_THAT(
+      shown(package(), {URL::parse("http://h/a.deb"), HTTPResponse{200}, "a.deb"}, vanished),
+      ElementsAre("Failed: a 1.0, http://h/a.deb: Downloaded file does not exist."));
 }
 
 TEST(FailureReport, HasNoAddressWhereNothingWasAskedFor) {
@@ -121,7 +123,7 @@ TEST(FailureReport, AFailureWithoutAnErrorIsUnknown) {
 }
 
 TEST(FailureReport, ShowsNoPassword) {
-  const LastRequest request{URL::parse("http://user:secret@h/a.deb"), URLResponse{503}, ""};
+  const LastRequest request{URL::parse("http://user:secret@h/a.deb"), HTTPResponse{503}, ""};
   EXPECT_THAT(shown(package(), request, Error{"D", 1, "reason"}),
               ElementsAre("Failed: a 1.0, http://user:***@h/a.deb: reason"));
   FailureReport report;

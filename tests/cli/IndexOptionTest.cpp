@@ -17,7 +17,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 TEST(IndexOption, AListComesFromTheFileAndNothingIsAskedFor) {
-  const ScriptedURLSession session;
+  const ScriptedHTTPClient session;
   const TemporaryFolder folder;
   const std::string index = folder.write("Packages.bz2", bzip2ed(stanza("a") + stanza("b")));
   for (const char* type : {"auto", "apt"}) {
@@ -30,7 +30,7 @@ TEST(IndexOption, AListComesFromTheFileAndNothingIsAskedFor) {
 }
 
 TEST(IndexOption, ADownloadAsksForThePackagesAlone) {
-  ScriptedURLSession session;
+  ScriptedHTTPClient session;
   session.answer("http://repo.example/debs/a.deb", {.body = kPackageBody});
   const TemporaryFolder folder, indexes;
   const std::string index = indexes.write("Packages", stanza("a", trueChecks()));
@@ -42,7 +42,7 @@ TEST(IndexOption, ADownloadAsksForThePackagesAlone) {
 }
 
 TEST(IndexOption, AFileThatGivesNoListIsARepositoryThatCouldNotBeLoaded) {
-  const ScriptedURLSession session;
+  const ScriptedHTTPClient session;
   const TemporaryFolder folder;
   folder.write("empty", "");
   folder.write("x.gz", "this is not gzip");

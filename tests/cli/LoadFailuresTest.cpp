@@ -12,7 +12,7 @@ using testing::IsEmpty;
 
 const std::optional<URL> kAddress = URL::parse("http://repo.example/Packages");
 
-void add(LoadFailures& failures, std::optional<URLResponse> response,
+void add(LoadFailures& failures, std::optional<HTTPResponse> response,
          const std::optional<Error>& error) {
   failures.add({kAddress, response, "", error});
 }
@@ -32,7 +32,7 @@ TEST(LoadFailures, HaveTheLibrarysWordsOrElseTheErrors) {
 TEST(LoadFailures, AreEachThereOnceInTheOrderInWhichTheyCame) {
   LoadFailures failures;
   for (const int status : {503, 404, 503, 503, 404}) {
-    add(failures, URLResponse{status}, std::nullopt);
+    add(failures, HTTPResponse{status}, std::nullopt);
   }
   EXPECT_THAT(failures.lines(),
               ElementsAre("HTTP status 503 (3 requests)", "HTTP status 404 (2 requests)"));
@@ -50,13 +50,13 @@ TEST(LoadFailures, AreOneWhereOnlyTheTimeDiffers) {
 
 TEST(LoadFailures, AnAnswerThatIsNoIndexIsNone) {
   LoadFailures failures;
-  add(failures, URLResponse{200}, std::nullopt);
+  add(failures, HTTPResponse{200}, std::nullopt);
   EXPECT_THAT(failures.lines(), IsEmpty());
 }
 
 TEST(LoadFailures, AnErrorOutweighsItsAnswersStatus) {
   LoadFailures failures;
-  add(failures, URLResponse{200}, errorWith(""));
+  add(failures, HTTPResponse{200}, errorWith(""));
   EXPECT_THAT(failures.lines(), ElementsAre("The request timed out. (1 request)"));
 }
 

@@ -46,7 +46,7 @@ class Metadata : public testing::Test {
   }
 
   const TemporaryFolder folder_;
-  ScriptedURLSession session_;
+  ScriptedHTTPClient session_;
   const LogRecorder log_;
 };
 
@@ -99,7 +99,7 @@ TEST_F(Metadata, IsSavedAlsoWhereNoNamedPackageExists) {
 }
 
 TEST_F(Metadata, IsNotAskedForWhereTheRepositoryCouldNotBeLoaded) {
-  const ScriptedURLSession session;
+  const ScriptedHTTPClient session;
   const CommandResult result = runScripted(
       session, {"download", kRepository, folder_.path(), "--type", "apt", "--metadata"});
   EXPECT_EQ(result.status, kExitNotLoaded);
@@ -133,7 +133,7 @@ TEST_F(Metadata, IsSavedBesideNamedPackagesToo) {
 }
 
 TEST_F(Metadata, ThatTheServerDoesNotHaveIsNoFailure) {
-  ScriptedURLSession session;
+  ScriptedHTTPClient session;
   session.answer("http://repo.example/Packages", {.body = stanza("a")});
   session.answer("http://repo.example/Packages", {.status = 404});
   session.answer("http://repo.example/Release", {.status = 410});

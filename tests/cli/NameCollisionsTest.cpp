@@ -120,7 +120,7 @@ TEST(NameCollisions, AreTwentyLinesAtMostInTheOrderOfTheList) {
 
 // The packages are there; the warnings come also where nothing lacks.
 TEST(NameCollisions, AreWarnedOfBeforeEachRun) {
-  ScriptedURLSession session;
+  ScriptedHTTPClient session;
   session.answer("http://repo.example/Packages",
                  {.body = "Package: a\nVersion: 1\nFilename: one/x.deb\n\n"
                           "Package: b\nVersion: 2\nFilename: two/x.deb\n\n" +

@@ -22,7 +22,7 @@ const std::string kInstaller4Index =
     "{ packages = ({ identifier = org.example.b; name = B; version = 2; "
     "url = \"http://repo.example/info/b.plist\"; }); }";
 
-CommandResult list(const ScriptedURLSession& session, const char* type) {
+CommandResult list(const ScriptedHTTPClient& session, const char* type) {
   return runScripted(session, {"list", kRepository, "--type", type, "--json"});
 }
 
@@ -36,7 +36,7 @@ std::vector<std::string> identifiers(const CommandResult& result) {
 }
 
 TEST(RepositoryTypes, EachTypeReadsItsOwnKindOfRepository) {
-  ScriptedURLSession session;
+  ScriptedHTTPClient session;
   session.answer("http://repo.example/", {.body = kInstaller3List});
   session.answer("http://repo.example/info/index.plist", {.body = kInstaller4Index});
   session.answer("http://repo.example/Packages", {.body = stanza("c")});
@@ -49,7 +49,7 @@ TEST(RepositoryTypes, EachTypeReadsItsOwnKindOfRepository) {
 }
 
 TEST(RepositoryTypes, TheTypeIsDetectedWhereNoneIsGiven) {
-  ScriptedURLSession session;
+  ScriptedHTTPClient session;
   session.answer("http://repo.example/info/index.plist", {.body = kInstaller4Index});
   const CommandResult result = runScripted(session, {"list", kRepository, "--json"});
   EXPECT_EQ(result.status, kExitDone);
@@ -58,7 +58,7 @@ TEST(RepositoryTypes, TheTypeIsDetectedWhereNoneIsGiven) {
 }
 
 TEST(RepositoryTypes, ADetectionThatFindsNothingFails) {
-  const ScriptedURLSession session;
+  const ScriptedHTTPClient session;
   const CommandResult result = list(session, "auto");
   EXPECT_EQ(result.status, kExitNotLoaded);
   EXPECT_EQ(result.output, "");
@@ -66,7 +66,7 @@ TEST(RepositoryTypes, ADetectionThatFindsNothingFails) {
 }
 
 TEST(RepositoryTypes, ARepositoryThatGivesNeitherListNorErrorFails) {
-  ScriptedURLSession session;
+  ScriptedHTTPClient session;
   session.answer("http://repo.example/", {.body = "(a, b)"});
   const CommandResult result = list(session, "installer3");
   EXPECT_EQ(result.status, kExitNotLoaded);
@@ -76,7 +76,7 @@ TEST(RepositoryTypes, ARepositoryThatGivesNeitherListNorErrorFails) {
 }
 
 TEST(RepositoryTypes, AnEmptyListIsNoFailure) {
-  ScriptedURLSession session;
+  ScriptedHTTPClient session;
   session.answer("http://repo.example/", {.body = "{ packages = (); }"});
   const CommandResult listed = list(session, "installer3");
   EXPECT_EQ(listed.status, kExitDone);
@@ -89,7 +89,7 @@ TEST(RepositoryTypes, AnEmptyListIsNoFailure) {
 }
 
 TEST(RepositoryTypes, AnInstaller3PackageIsDownloadedAndItsSizeChecked) {
-  ScriptedURLSession session;
+  ScriptedHTTPClient session;
   session.answer("http://repo.example/", {.body = kInstaller3List});
   session.answer("http://repo.example/files/a.zip", {.body = "PK"});
   session.answer("http://repo.example/files/a.zip", {.body = "PK and more"});
@@ -103,7 +103,7 @@ TEST(RepositoryTypes, AnInstaller3PackageIsDownloadedAndItsSizeChecked) {
 }
 
 TEST(RepositoryTypes, AnInstaller4PackageIsDownloadedThroughItsInformationList) {
-  ScriptedURLSession session;
+  ScriptedHTTPClient session;
   session.answer("http://repo.example/info/index.plist", {.body = kInstaller4Index});
   session.answer("http://repo.example/info/b.plist",
                  {.body = "{ location = \"http://repo.example/packages/b.zip\"; }"});

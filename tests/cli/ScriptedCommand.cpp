@@ -7,7 +7,7 @@
 
 namespace tolvane {
 
-CommandResult runScripted(const ScriptedURLSession& session,
+CommandResult runScripted(const ScriptedHTTPClient& session,
                           const std::vector<std::string>& arguments, ConsoleSettings console) {
   std::ostringstream output, errorOutput;
   const int status = runCommand(arguments, {session.factory(), output, errorOutput, console});

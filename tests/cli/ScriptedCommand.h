@@ -6,14 +6,14 @@
 
 #include "cli/Console.h"
 #include "tests/cli/CommandResult.h"
-#include "tests/support/ScriptedURLSession.h"
+#include "tests/support/ScriptedHTTPClient.h"
 
 namespace tolvane {
 
 inline constexpr const char* kRepository = "http://repo.example/";
 
 // Runs the command in this process over the scripted session.
-CommandResult runScripted(const ScriptedURLSession& session,
+CommandResult runScripted(const ScriptedHTTPClient& session,
                           const std::vector<std::string>& arguments, ConsoleSettings console = {});
 
 }  // namespace tolvane

@@ -63,7 +63,7 @@ TEST(SpaceReport, DoesNotCountAZIPFileThatIsThere) {
 }
 
 TEST(SpaceReport, OfANamedDownloadLeavesOutWhatIsThere) {
-  ScriptedURLSession session;
+  ScriptedHTTPClient session;
   session.answer("http://repo.example/Packages",
                  {.body = stanza("a", trueChecks()) + stanza("b", trueChecks())});
   const TemporaryFolder folder;

@@ -7,9 +7,9 @@
 #include <gtest/gtest.h>
 #include <thread>
 
+#include "base/NotificationCenter.h"
 #include "download/DownloadQueueManager.h"
 #include "model/CrawlerLogger.h"
-#include "platform/NotificationCenter.h"
 #include "tests/download/QueueRun.h"
 #include "tests/support/LogRecorder.h"
 #include "tests/support/LoopbackHandlers.h"

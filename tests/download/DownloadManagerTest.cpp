@@ -8,7 +8,7 @@
 #include "download/DownloadManager.h"
 #include "tests/download/Outcome.h"
 #include "tests/support/LogRecorder.h"
-#include "tests/support/ScriptedURLSession.h"
+#include "tests/support/ScriptedHTTPClient.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace tolvane {
@@ -66,7 +66,7 @@ class DownloadManagerTest : public testing::Test {
   const TemporaryFolder folder_;
   const std::string path_ = folder_.path("foo.deb");
   const std::optional<URL> repository_ = URL::parse("http://repo.example");
-  ScriptedURLSession session_;
+  ScriptedHTTPClient session_;
   DownloadManager manager_{session_.factory()};
   const LogRecorder log_;
 };

@@ -6,12 +6,12 @@
 #include <gtest/gtest.h>
 #include <memory>
 
+#include "base/NotificationCenter.h"
 #include "download/DownloadQueueManager.h"
 #include "model/CrawlerLogger.h"
-#include "platform/NotificationCenter.h"
 #include "tests/download/QueueRun.h"
 #include "tests/support/LogRecorder.h"
-#include "tests/support/ScriptedURLSession.h"
+#include "tests/support/ScriptedHTTPClient.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace tolvane {
@@ -68,7 +68,7 @@ class DownloadQueueCancellationTest : public testing::Test {
 
   const TemporaryFolder folder_;
   CountingRunLoop loop_;
-  ScriptedURLSession session_;
+  ScriptedHTTPClient session_;
   const LogRecorder log_;
 };
 

@@ -8,7 +8,7 @@
 #include "tests/support/LogRecorder.h"
 #include "tests/support/LoopbackHandlers.h"
 #include "tests/support/LoopbackServer.h"
-#include "tests/support/ScriptedURLSession.h"
+#include "tests/support/ScriptedHTTPClient.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace tolvane {
@@ -55,7 +55,7 @@ class DownloadQueueInstaller4Test : public testing::Test {
 
   const TemporaryFolder folder_;
   CountingRunLoop loop_;
-  ScriptedURLSession session_;
+  ScriptedHTTPClient session_;
   const QueueRun run_;
   const LogRecorder log_;
 };

@@ -6,7 +6,7 @@
 #include "download/DownloadQueueManager.h"
 #include "tests/download/QueueRun.h"
 #include "tests/support/LogRecorder.h"
-#include "tests/support/ScriptedURLSession.h"
+#include "tests/support/ScriptedHTTPClient.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace tolvane {
@@ -75,7 +75,7 @@ class DownloadQueueManagerTest : public testing::Test {
   const TemporaryFolder folder_;
   const std::optional<URL> repository_ = URL::parse("http://repo.example");
   CountingRunLoop loop_;
-  ScriptedURLSession session_;
+  ScriptedHTTPClient session_;
   DownloadQueueManager queue_{loop_, session_.factory()};
   const LogRecorder log_;
 };

@@ -128,7 +128,7 @@ TEST_F(Installer4RetrievalTest, BothStepsUseOneSessionWithTheDefaultTimeouts) {
   serve(kZip, "PK");
   retrieve();
   ASSERT_THAT(session_.configurations(), SizeIs(1));
-  const URLSessionConfiguration configuration = session_.configurations()[0];
+  const HTTPOptions configuration = session_.configurations()[0];
   EXPECT_EQ(configuration.timeoutIntervalForRequest, std::chrono::seconds(60));
   EXPECT_EQ(configuration.timeoutIntervalForResource, std::chrono::hours(7 * 24));
 }

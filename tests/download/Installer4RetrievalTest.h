@@ -10,7 +10,7 @@
 #include "download/Installer4Retrieval.h"
 #include "tests/support/CompletionProbe.h"
 #include "tests/support/LogRecorder.h"
-#include "tests/support/ScriptedURLSession.h"
+#include "tests/support/ScriptedHTTPClient.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace tolvane {
@@ -113,7 +113,7 @@ class Installer4RetrievalTest : public testing::Test {
 
   const TemporaryFolder folder_;
   const std::optional<URL> repository_ = URL::parse("http://repo.example");
-  ScriptedURLSession session_;
+  ScriptedHTTPClient session_;
   const LogRecorder log_;
 };
 

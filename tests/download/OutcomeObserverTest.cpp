@@ -9,7 +9,7 @@
 #include "download/DownloadQueueManager.h"
 #include "download/RepositoryMetadataArchiver.h"
 #include "tests/download/QueueRun.h"
-#include "tests/support/ScriptedURLSession.h"
+#include "tests/support/ScriptedHTTPClient.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace tolvane {
@@ -69,7 +69,7 @@ class OutcomeObserver : public testing::Test {
   }
 
   RunLoop loop_;
-  ScriptedURLSession session_;
+  ScriptedHTTPClient session_;
   const TemporaryFolder folder_;
   const std::optional<URL> repository_ = URL::parse("http://repo.example/");
 };

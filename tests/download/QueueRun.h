@@ -15,8 +15,8 @@
 #include <thread>
 #include <vector>
 
+#include "async/RunLoop.h"
 #include "download/DownloadQueueManager.h"
-#include "platform/RunLoop.h"
 
 namespace tolvane {
 

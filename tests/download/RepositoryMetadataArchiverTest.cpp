@@ -6,16 +6,16 @@
 #include <gtest/gtest.h>
 #include <thread>
 
+#include "async/RunLoop.h"
+#include "base/File.h"
+#include "base/Text.h"
 #include "download/RepositoryMetadataArchiver.h"
-#include "platform/File.h"
-#include "platform/RunLoop.h"
-#include "platform/Text.h"
 #include "tests/download/QueueRun.h"
 #include "tests/support/CompletionProbe.h"
 #include "tests/support/LogRecorder.h"
 #include "tests/support/LoopbackHandlers.h"
 #include "tests/support/LoopbackServer.h"
-#include "tests/support/ScriptedURLSession.h"
+#include "tests/support/ScriptedHTTPClient.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace tolvane {
@@ -53,7 +53,7 @@ class RepositoryMetadataArchiverTest : public testing::Test {
   }
 
   // The archiver is gone before its downloads end.
-  Archiving archive(const std::string& folder, const URLSessionFactory& factory,
+  Archiving archive(const std::string& folder, const HTTPClientFactory& factory,
                     const std::optional<URL>& url = URL::parse("http://repo.example")) {
     const CompletionProbe<Archiving> probe;
     RepositoryMetadataArchiver(loop_, factory)
@@ -70,7 +70,7 @@ class RepositoryMetadataArchiverTest : public testing::Test {
 
   const TemporaryFolder folder_;
   CountingRunLoop loop_;
-  ScriptedURLSession session_;
+  ScriptedHTTPClient session_;
   const LogRecorder log_;
 };
 
@@ -248,7 +248,7 @@ TEST_F(RepositoryMetadataArchiverTest, WithoutAURLEverythingIsMissing) {
 TEST_F(RepositoryMetadataArchiverTest, TheSessionAndItsRequestsAreThePlatformsDefault) {
   archive();
   ASSERT_THAT(session_.configurations(), SizeIs(1));
-  const URLSessionConfiguration configuration = session_.configurations()[0];
+  const HTTPOptions configuration = session_.configurations()[0];
   EXPECT_EQ(configuration.timeoutIntervalForRequest, std::chrono::seconds(60));
   EXPECT_EQ(configuration.timeoutIntervalForResource, std::chrono::hours(7 * 24));
   for (const ScriptedRequest& request : session_.requests()) {
@@ -316,7 +316,7 @@ TEST_F(RepositoryMetadataArchiverTest, ARealFlatRepositoryIsSavedByteForByte) {
   for (const char* name : {"Release", "InRelease", "Packages.xz"}) folder_.write(name, "old");
 
   const Archiving archiving =
-      archive(folder_.path(), makeURLSession, URL::parse(server.url("/repo")));
+      archive(folder_.path(), makeHTTPClient, URL::parse(server.url("/repo")));
   EXPECT_THAT(archiving.archived, UnorderedElementsAre("Packages.gz", "Release"));
   EXPECT_THAT(archiving.missing, SizeIs(21));
   EXPECT_EQ(folder_.read("Packages.gz"), packed);
@@ -340,7 +340,7 @@ TEST_F(RepositoryMetadataArchiverTest, TheListsAreInTheOrderInWhichTheDownloadsE
     respond(200, "index")(request, connection);
   });
   server.on("/Release", respond(200, "release"));
-  const Archiving archiving = archive(folder_.path(), makeURLSession, URL::parse(server.url("/")));
+  const Archiving archiving = archive(folder_.path(), makeHTTPClient, URL::parse(server.url("/")));
   EXPECT_THAT(archiving.archived, ElementsAre("Release", "Packages"));
   EXPECT_THAT(archiving.missing, SizeIs(21));
 }

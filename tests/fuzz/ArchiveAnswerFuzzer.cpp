@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "archive_client/ArchiveAnswer.h"
-#include "platform/Text.h"
+#include "base/Text.h"
 
 namespace tolvane {
 namespace {

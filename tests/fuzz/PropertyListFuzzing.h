@@ -3,8 +3,8 @@
 
 #include <cstdlib>
 
-#include "platform/PropertyListReaders.h"
-#include "platform/Text.h"
+#include "base/Text.h"
+#include "plist/PropertyListReaders.h"
 
 namespace tolvane {
 

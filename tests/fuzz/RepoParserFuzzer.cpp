@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "platform/Text.h"
+#include "base/Text.h"
 #include "repository/RepoParser.h"
 #include "repository/RepositoryFetcher.h"
 

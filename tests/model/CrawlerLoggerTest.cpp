@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
+#include "base/NotificationCenter.h"
+#include "base/SystemLog.h"
 #include "model/CrawlerLogger.h"
-#include "platform/NotificationCenter.h"
-#include "platform/SystemLog.h"
 #include "tests/support/LogRecorder.h"
 
 namespace tolvane {

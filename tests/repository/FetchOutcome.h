@@ -8,11 +8,11 @@
 #include <utility>
 #include <vector>
 
+#include "base/Error.h"
 #include "model/PackageEntry.h"
-#include "platform/Error.h"
 #include "tests/support/CompletionProbe.h"
 #include "tests/support/LogRecorder.h"
-#include "tests/support/ScriptedURLSession.h"
+#include "tests/support/ScriptedHTTPClient.h"
 
 namespace tolvane {
 
@@ -54,7 +54,7 @@ FetchOutcome outcomeOf(Start start) {
 // What two fetches of one fetcher came to that were in flight at once: from http://one.example and
 // from http://two.example.
 template <typename Fetcher>
-std::pair<FetchOutcome, FetchOutcome> outcomesOfTwo(ScriptedURLSession& session) {
+std::pair<FetchOutcome, FetchOutcome> outcomesOfTwo(ScriptedHTTPClient& session) {
   const Fetcher fetcher(session.factory());
   session.hold();
   FetchOutcome two;
@@ -71,7 +71,7 @@ std::pair<FetchOutcome, FetchOutcome> outcomesOfTwo(ScriptedURLSession& session)
 
 // Lets so many requests of a session that is held go out, of which each must wait for the one
 // before.
-inline void expectOneInFlightAtATime(ScriptedURLSession& session, std::size_t requests) {
+inline void expectOneInFlightAtATime(ScriptedHTTPClient& session, std::size_t requests) {
   for (std::size_t count = 1; count <= requests; ++count) {
     ASSERT_TRUE(session.waitForRequests(count));
     EXPECT_EQ(session.requests().size(), count);

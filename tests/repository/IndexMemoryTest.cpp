@@ -11,7 +11,7 @@
 #include "repository/RepositoryFetcher.h"
 #include "tests/repository/FetchOutcome.h"
 #include "tests/repository/LittleMemory.h"
-#include "tests/support/InstantSession.h"
+#include "tests/support/InstantClient.h"
 #include "tests/support/Payloads.h"
 
 namespace tolvane {
@@ -53,7 +53,7 @@ bool has(const std::vector<std::string>& reports, const std::string& report) {
   const LogRecorder log;
   Calls calls{kAddress + path, ""};
   const RepositoryFetcher fetcher(
-      [&](const auto&) { return std::make_shared<InstantSession>(body); }, calls.observer());
+      [&](const auto&) { return std::make_shared<InstantClient>(body); }, calls.observer());
   const auto paths = std::make_shared<const std::vector<std::string>>(1, path);
   bool failed = false;
   haveLittleMemory();
@@ -71,7 +71,7 @@ template <typename Fetcher>
 [[noreturn]] void readInstallerIndex(const std::string& body, const std::string& path) {
   const LogRecorder log;
   Calls calls{kAddress + path, ""};
-  const Fetcher fetcher([&](const auto&) { return std::make_shared<InstantSession>(body); },
+  const Fetcher fetcher([&](const auto&) { return std::make_shared<InstantClient>(body); },
                         calls.observer());
   bool failed = false;
   haveLittleMemory();
@@ -134,7 +134,7 @@ TEST_F(IndexMemoryDeathTest, InstallerRecordsThatLackMemoryAreSaid) {
 // What a fetch of an answer reports for whose body there was no memory already.
 template <typename Start>
 std::vector<std::string> reportsWithoutBody(Start start) {
-  ScriptedURLSession session;
+  ScriptedHTTPClient session;
   session.answerNext({.status = 200, .body = "", .error = posixError(ENOMEM)});
   const LogRecorder log;
   outcomeOf([&](auto completion) { start(session.factory(), std::move(completion)); });
@@ -143,7 +143,7 @@ std::vector<std::string> reportsWithoutBody(Start start) {
 
 TEST(IndexMemory, ABodyThatLacksMemoryIsSaidAndReportedOnce) {
   Calls calls{kAddress + "Packages", ""};
-  const auto reports = reportsWithoutBody([&](const URLSessionFactory& factory, auto completion) {
+  const auto reports = reportsWithoutBody([&](const HTTPClientFactory& factory, auto completion) {
     RepositoryFetcher(factory, calls.observer())
         .fetchPackagesFromRepositoryURL(URL::parse(kAddress), std::move(completion));
   });
@@ -154,12 +154,12 @@ TEST(IndexMemory, ABodyThatLacksMemoryIsSaidAndReportedOnce) {
 }
 
 TEST(IndexMemory, AnInstallerBodyThatLacksMemoryIsSaid) {
-  EXPECT_THAT(reportsWithoutBody([](const URLSessionFactory& factory, auto completion) {
+  EXPECT_THAT(reportsWithoutBody([](const HTTPClientFactory& factory, auto completion) {
                 Installer3RepositoryFetcher(factory).fetchPackagesFromRepositoryURL(
                     URL::parse(kAddress), std::move(completion));
               }),
               testing::Contains(kLine));
-  EXPECT_THAT(reportsWithoutBody([](const URLSessionFactory& factory, auto completion) {
+  EXPECT_THAT(reportsWithoutBody([](const HTTPClientFactory& factory, auto completion) {
                 Installer4RepositoryFetcher(factory).fetchPackagesFromRepositoryURL(
                     URL::parse(kAddress), std::move(completion));
               }),
@@ -167,7 +167,7 @@ TEST(IndexMemory, AnInstallerBodyThatLacksMemoryIsSaid) {
 }
 
 TEST(IndexMemory, ADamagedIndexDoesNotLackMemory) {
-  ScriptedURLSession session;
+  ScriptedHTTPClient session;
   session.answer(kAddress + "Packages.gz", {.body = "no gzip"});
   const LogRecorder log;
   outcomeOf([&](auto completion) {

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 // How the items of an Installer 3 list become records.
 #include "repository/Installer3RepositoryFetcher.h"
-#include "tests/platform/BinaryListBuilder.h"
+#include "tests/plist/BinaryListBuilder.h"
 #include "tests/repository/FetchOutcome.h"
-#include "tests/support/ScriptedURLSession.h"
+#include "tests/support/ScriptedHTTPClient.h"
 
 namespace tolvane {
 namespace {
@@ -18,7 +18,7 @@ using testing::SizeIs;
 class Installer3Packages : public testing::Test {
  protected:
   static FetchOutcome fetch(const std::string& body) {
-    ScriptedURLSession session;
+    ScriptedHTTPClient session;
     session.answerNext({.body = body});
     return outcomeOf([&](auto completion) {
       Installer3RepositoryFetcher(session.factory())

@@ -8,7 +8,7 @@
 #include "tests/support/LogRecorder.h"
 #include "tests/support/LoopbackHandlers.h"
 #include "tests/support/LoopbackServer.h"
-#include "tests/support/ScriptedURLSession.h"
+#include "tests/support/ScriptedHTTPClient.h"
 
 namespace tolvane {
 namespace {
@@ -56,7 +56,7 @@ class Installer3RepositoryFetcherTest : public testing::Test {
     });
   }
 
-  ScriptedURLSession session_;
+  ScriptedHTTPClient session_;
   LogRecorder log_;
 };
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // How the items of an Installer 4 index become records.
 #include "repository/Installer4RepositoryFetcher.h"
-#include "tests/platform/BinaryListBuilder.h"
+#include "tests/plist/BinaryListBuilder.h"
 #include "tests/repository/FetchOutcome.h"
 
 namespace tolvane {

@@ -4,7 +4,7 @@
 #include "repository/Installer4RepositoryFetcher.h"
 #include "tests/repository/FetchOutcome.h"
 #include "tests/support/LogRecorder.h"
-#include "tests/support/ScriptedURLSession.h"
+#include "tests/support/ScriptedHTTPClient.h"
 
 namespace tolvane {
 namespace {
@@ -69,7 +69,7 @@ class Installer4RepositoryFetcherTest : public testing::Test {
     return {messages.begin() + 1, messages.end() - 1};
   }
 
-  ScriptedURLSession session_;
+  ScriptedHTTPClient session_;
   LogRecorder log_;
 };
 

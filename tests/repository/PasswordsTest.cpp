@@ -32,7 +32,7 @@ class Passwords : public testing::Test {
     return log.reports();
   }
 
-  ScriptedURLSession session_;
+  ScriptedHTTPClient session_;
 };
 
 TEST_F(Passwords, OfAnAPTRepositoryAreNotShown) {

@@ -4,7 +4,7 @@
 #include "tests/support/LogRecorder.h"
 #include "tests/support/LoopbackHandlers.h"
 #include "tests/support/LoopbackServer.h"
-#include "tests/support/ScriptedURLSession.h"
+#include "tests/support/ScriptedHTTPClient.h"
 
 namespace tolvane {
 namespace {
@@ -46,7 +46,7 @@ class RepositoryFetcherDispatch : public testing::Test {
     });
   }
 
-  ScriptedURLSession session_;
+  ScriptedHTTPClient session_;
   LogRecorder log_;
 };
 

@@ -148,7 +148,7 @@ TEST_F(RepositoryFetcherTest, CompletionsComeOnABackgroundThread) {
 TEST_F(RepositoryFetcherTest, EachCandidateHasASessionOfItsOwnWithItsTimeouts) {
   fetch("http://repo.example");
   EXPECT_EQ(session_.configurations().size(), 20U);
-  for (const URLSessionConfiguration& configuration : session_.configurations()) {
+  for (const HTTPOptions& configuration : session_.configurations()) {
     EXPECT_EQ(configuration.timeoutIntervalForRequest, std::chrono::seconds(30));
     EXPECT_EQ(configuration.timeoutIntervalForResource, std::chrono::seconds(60));
   }

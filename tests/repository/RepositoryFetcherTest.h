@@ -11,7 +11,7 @@
 #include "repository/RepositoryFetcher.h"
 #include "tests/repository/FetchOutcome.h"
 #include "tests/support/LogRecorder.h"
-#include "tests/support/ScriptedURLSession.h"
+#include "tests/support/ScriptedHTTPClient.h"
 
 namespace tolvane {
 
@@ -36,7 +36,7 @@ class RepositoryFetcherTest : public testing::Test {
     });
   }
 
-  ScriptedURLSession session_;
+  ScriptedHTTPClient session_;
   LogRecorder log_;
 
  private:

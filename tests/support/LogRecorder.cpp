@@ -5,9 +5,9 @@
 #include <mutex>
 #include <string_view>
 
+#include "base/NotificationCenter.h"
+#include "base/SystemLog.h"
 #include "model/CrawlerLogger.h"
-#include "platform/NotificationCenter.h"
-#include "platform/SystemLog.h"
 
 namespace tolvane {
 

@@ -15,7 +15,7 @@
 #include <unistd.h>
 #include <utility>
 
-#include "platform/Text.h"
+#include "base/Text.h"
 #include "tests/support/LoopbackHandlers.h"
 
 #ifdef __SANITIZE_THREAD__

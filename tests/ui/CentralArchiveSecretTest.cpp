@@ -2,6 +2,8 @@
 #include <QDir>
 #include <QFile>
 
+#include "base/Configuration.h"
+#include "base/File.h"
 #include "tests/ui/support/Window.h"
 
 namespace tolvane {
@@ -21,12 +23,11 @@ TEST_F(Secret, IsEmptyWhereNothingGivesOne) {
 }
 
 TEST_F(Secret, IsGivenToTheClientWhenTheViewLoads) {
-  const UserDefaults defaults = UserDefaults::standardUserDefaults();
-  const auto slash = defaults.path().rfind('/');
+  const std::string path = Configuration::current().defaultsPath;
   const std::string home = qEnvironmentVariable("XDG_CONFIG_HOME").toStdString();
-  ASSERT_TRUE(defaults.path().starts_with(home));
-  QDir().mkpath(QString::fromStdString(defaults.path().substr(0, slash)));
-  QFile file(QString::fromStdString(defaults.path()));
+  ASSERT_TRUE(path.starts_with(home));
+  QDir().mkpath(QString::fromStdString(folderOf(path)));
+  QFile file(QString::fromStdString(path));
   ASSERT_TRUE(file.open(QIODevice::WriteOnly));
   file.write(listWith("hush").c_str());
   file.setPermissions(QFile::ReadOwner | QFile::WriteOwner);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "tests/support/ScriptedURLSession.h"
+#include "tests/support/ScriptedHTTPClient.h"
 #include "tests/ui/support/Workflow.h"
 
 namespace tolvane {
@@ -260,7 +260,7 @@ TEST_F(Fetch, LogsItsEndAtOnceAndTouchesTheWindowOnTheMainThreadOnly) {
 }
 
 TEST_F(Fetch, ThatFailsWithoutADescriptionSaysSoInItsOwnWords) {
-  ScriptedURLSession session;
+  ScriptedHTTPClient session;
   session.answer(repository(), {.error = Error{"Test", 1, ""}});
   ViewController other(queue, sheets, session.factory());
   other.controls().repositoryTypePopup->setCurrentText("Installer 3");

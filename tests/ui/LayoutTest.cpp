@@ -188,7 +188,7 @@ TEST_F(MinimumSize, WithoutAWindowNothingHappens) {
 struct OpenedWindow {
   OpenedWindow(MainQueue& queue, Sheets& sheets, const QRect& frame) {
     window.setGeometry(frame);
-    controller = new ViewController(queue, sheets, makeURLSession, &window);
+    controller = new ViewController(queue, sheets, makeHTTPClient, &window);
     window.setCentralWidget(controller);
     window.show();
     EXPECT_TRUE(QTest::qWaitForWindowExposed(&window));

@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/RunLoop.h"
+#include "async/RunLoop.h"
 #include "tests/support/LogRecorder.h"
 #include "tests/ui/support/Packages.h"
 #include "ui/Sheets.h"

@@ -10,8 +10,8 @@
 #include <memory>
 #include <thread>
 
+#include "base/NotificationCenter.h"
 #include "model/CrawlerLogger.h"
-#include "platform/NotificationCenter.h"
 #include "tests/support/LoopbackHandlers.h"
 #include "tests/support/LoopbackServer.h"
 #include "tests/support/TemporaryFolder.h"

@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <memory>
+
+#include "async/Dispatch.h"
+
+namespace tolvane {
+
+// Runs tasks one after another, in the order in which they were posted, on background threads. It
+// has no thread of its own, so a queue costs next to nothing. Copies are the same queue; what has
+// been posted still runs after the last copy is gone.
+class SerialQueue {
+ public:
+  SerialQueue();
+
+  void post(Task task) const;  // any thread
+
+ private:
+  struct State;
+  std::shared_ptr<State> state_;
+};
+
+}  // namespace tolvane
