@@ -4,16 +4,17 @@
 #include <charconv>
 #include <cstdint>
 #include <fmt/format.h>
-#include <future>
 #include <memory>
 #include <optional>
 #include <string_view>
 #include <utility>
 #include <variant>
 
+#include "async/RunLoop.h"
 #include "base/SystemLog.h"
 #include "base/Text.h"
 #include "base/URL.h"
+#include "cli/ConsoleObserver.h"
 #include "cli/DownloadCommand.h"
 #include "cli/ExitStatus.h"
 #include "cli/LineLimit.h"
@@ -23,6 +24,7 @@
 #include "cli/Sessions.h"
 #include "repository/IndexFile.h"
 #include "repository/RepositoryFetcher.h"
+#include "workflow/FetchWorkflow.h"
 
 namespace tolvane {
 
@@ -70,17 +72,20 @@ ConsoleSettings consoleSettings(const Options& options, ConsoleSettings settings
 // the console says what the requests came to.
 std::optional<PackageList> fetchPackages(RepositoryType type, const URL& url,
                                          const HTTPClientFactory& clientFactory, Console& console) {
-  const auto promise = std::make_shared<std::promise<std::optional<PackageList>>>();
-  const auto failures = std::make_shared<LoadFailures>();
-  RepositoryFetcher(clientFactory, [failures](const IndexAnswer& answer) { failures->add(answer); })
-      .fetchPackagesOfChosenKind(
-          choiceOf(type), url,
-          [promise](std::optional<PackageList> packages, const std::optional<Error>&) {
-            promise->set_value(std::move(packages));
-          });
-  std::optional<PackageList> packages = promise->get_future().get();
+  LoadFailures failures;
+  RunLoop mainQueue;
+  ConsoleObserver observer(console);
+  RepositoryFetcher fetcher(clientFactory,
+                            [&](const IndexAnswer& answer) { failures.add(answer); });
+  FetchWorkflow workflow(mainQueue, fetcher, observer, [](std::string_view) {});
+  std::optional<PackageList> packages;
+  workflow.fetchRepositoryURL(url, choiceOf(type), false, [&](FetchEnd end) {
+    packages = std::move(end.packages);
+    mainQueue.quit();
+  });
+  mainQueue.run();
   if (!packages) {
-    const std::vector<std::string> lines = failures->lines();
+    const std::vector<std::string> lines = failures.lines();
     showAtMost20(
         lines.size(), [&](std::size_t i) { return lines[i]; },
         [&](const std::string& line) { console.appendPlain(line); });

@@ -17,16 +17,17 @@
 
 #include "async/RunLoop.h"
 #include "base/FolderFlush.h"
+#include "cli/ConsoleObserver.h"
 #include "cli/DestinationGate.h"
 #include "cli/ExitStatus.h"
 #include "cli/FailureReport.h"
 #include "cli/Json.h"
 #include "cli/NameCollisions.h"
-#include "cli/ProgressBar.h"
 #include "cli/SpaceReport.h"
 #include "download/DownloadCounters.h"
 #include "download/DownloadQueueManager.h"
 #include "download/RepositoryMetadataArchiver.h"
+#include "workflow/DownloadWorkflow.h"
 
 namespace tolvane {
 
@@ -52,7 +53,7 @@ bool hasPackage(const PackageList& packages, std::string_view identifier) {
   });
 }
 
-nlohmann::ordered_json jsonObject(const DownloadCounters& counters, std::uint64_t alreadyPresent) {
+nlohmann::ordered_json jsonObject(const DownloadCounters& counters, std::size_t alreadyPresent) {
   return {
       {"downloaded", counters.downloaded}, {"verified", counters.verified},
       {"failed", counters.failed},         {"validationFailed", counters.validationFailed},
@@ -77,7 +78,7 @@ std::optional<std::string> metadataFailure(const MetadataOutcome& outcome) {
   return fmt::format("Could not save {}: {}", outcome.path, reason);
 }
 
-// One download from its selection to its last text.
+// One download from its selection to the line that it ends with.
 class Download {
  public:
   Download(const URL& repositoryURL, const Options& options, const HTTPClientFactory& clientFactory,
@@ -86,60 +87,55 @@ class Download {
         options_(options),
         console_(console),
         output_(output),
-        clientFactory_(clientFactory),
-        queue_(mainQueue_, behind(gate_, clientFactory)) {
+        queue_(mainQueue_, behind(gate_, clientFactory)),
+        metadataArchiver_(mainQueue_, clientFactory,
+                          [this](const MetadataOutcome& outcome) {
+                            if (const auto failure = metadataFailure(outcome)) fail(*failure);
+                          }),
+        observer_(console),
+        workflow_(queue_, metadataArchiver_, observer_) {
     queue_.setObserver([this](const PackageOutcome& outcome) { observe(outcome); });
   }
 
   int downloadMissing(const PackageList& packages) {
     warnOfNameCollisions(packages, {}, repositoryURL_, console_);
-    const PackageList missing = queue_.missingPackagesFromPackages(packages, options_.folder);
-    alreadyPresent_ = packages.size() - missing.size();
-    const std::string scan =
-        fmt::format("Missing: {}   Already present: {}", missing.size(), alreadyPresent_);
-    if (!missing.empty()) {
-      console_.append(scan, "info");
-      reportSpace(missing, options_.folder, console_);
-      run(missing, "Downloading missing");
+    MissingScan scan = scanForMissing(packages, options_.folder);
+    alreadyPresent_ = scan.alreadyPresent;
+    std::string text = scan.text();
+    if (!scan.missing.empty()) {
+      console_.append(text, "info");
+      reportSpace(scan.missing, options_.folder, console_);
+      text = run({std::move(scan.missing), repositoryURL_, options_.folder, alreadyPresent_});
     }
     if (options_.metadata) saveMetadata();
-    if (missing.empty()) return finish(scan);
-    return finish(fmt::format("Finished missing. {}  Already present: {}", summaryText(counters_),
-                              alreadyPresent_));
+    return finish(text);
   }
 
   int downloadNamed(const PackageList& packages) {
-    const PackageList named = packagesNamed(options_.packages, packages);
+    PackageList named = packagesNamed(options_.packages, packages);
     for (const std::string& identifier : options_.packages) {
       if (!hasPackage(named, identifier)) fail("No such package: " + identifier);
     }
     warnOfNameCollisions(packages, options_.packages, repositoryURL_, console_);
-    reportSpace(queue_.missingPackagesFromPackages(named, options_.folder), options_.folder,
-                console_);
-    run(named, "Downloading");
+    reportSpace(scanForMissing(named, options_.folder).missing, options_.folder, console_);
+    const std::string text = run({std::move(named), repositoryURL_, options_.folder});
     if (options_.metadata) saveMetadata();
-    return finish("Finished. " + summaryText(counters_));
+    return finish(text);
   }
 
  private:
-  void run(const PackageList& packages, std::string_view action) {
-    const auto showProgress = [this, action](std::uint64_t completed, std::uint64_t total,
-                                             std::uint64_t failed, std::uint64_t skipped,
-                                             std::uint64_t verified,
-                                             std::uint64_t validationFailed) {
-      console_.showStatus(fmt::format(
-          "{}  {} {}", progressBar(completed, total), action,
-          progressText(completed, total, {0, verified, failed, validationFailed, skipped})));
-    };
-    const auto end = [this](std::uint64_t downloaded, std::uint64_t failed, std::uint64_t skipped,
-                            std::uint64_t verified, std::uint64_t validationFailed) {
-      counters_ = {downloaded, verified, failed, validationFailed, skipped};
+  // Returns the text of the run's end.
+  std::string run(const DownloadRun& run) {
+    std::string text;
+    workflow_.start(run, [&](const DownloadEnd& end) {
+      counters_ = end.counters;
+      text = end.text;
       mainQueue_.quit();
-    };
-    queue_.downloadPackages(packages, repositoryURL_, options_.folder, showProgress, end);
+    });
     mainQueue_.run();
     console_.leaveOut("");
     console_.clearStatus();
+    return text;
   }
 
   void observe(const PackageOutcome& outcome) {
@@ -170,17 +166,13 @@ class Download {
   // In the same folder, and after the downloads: each of the two has sessions of its own, and in
   // parallel they would make twice as many connections to the host as they may.
   void saveMetadata() {
-    const auto observer = [this](const MetadataOutcome& outcome) {
-      if (const std::optional<std::string> failure = metadataFailure(outcome)) fail(*failure);
-    };
-    RepositoryMetadataArchiver(mainQueue_, clientFactory_, observer)
-        .archiveMetadataForRepositoryURL(
-            repositoryURL_, options_.folder, [this](const auto& archived, const auto& missing) {
-              const bool hasBegun = archived.size() + missing.size() ==
-                                    RepositoryMetadataArchiver::candidatePaths().size();
-              if (!hasBegun) fail("Could not save metadata: " + missing.front());
-              mainQueue_.quit();
-            });
+    metadataArchiver_.archiveMetadataForRepositoryURL(
+        repositoryURL_, options_.folder, [this](const auto& archived, const auto& missing) {
+          const bool hasBegun = archived.size() + missing.size() ==
+                                RepositoryMetadataArchiver::candidatePaths().size();
+          if (!hasBegun) fail("Could not save metadata: " + missing.front());
+          mainQueue_.quit();
+        });
     mainQueue_.run();
   }
 
@@ -211,13 +203,15 @@ class Download {
   std::ostream& output_;
   RunLoop mainQueue_;
   const std::shared_ptr<DestinationGate> gate_ = std::make_shared<DestinationGate>(options_.folder);
-  HTTPClientFactory clientFactory_;
   DownloadQueueManager queue_;
+  RepositoryMetadataArchiver metadataArchiver_;
+  ConsoleObserver observer_;
+  DownloadWorkflow workflow_;
   FailureReport failures_;
   std::mutex savedMutex_;
   std::map<std::string, std::string> saved_;  // by path: the Installer 4 package that it holds
   DownloadCounters counters_;
-  std::uint64_t alreadyPresent_ = 0;
+  std::size_t alreadyPresent_ = 0;
   std::atomic<bool> hasFailed_ = false;  // apart from the packages that are counted
 };
 

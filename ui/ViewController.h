@@ -24,7 +24,7 @@
 #include "repository/RepositoryFetcher.h"
 #include "ui/ConsoleMessage.h"
 #include "ui/DownloadTexts.h"
-#include "ui/Lifetime.h"
+#include "async/Lifetime.h"
 #include "ui/LongText.h"
 #include "ui/MainWindowActions.h"
 #include "ui/MainWindowControls.h"
