@@ -11,10 +11,9 @@ std::string summaryText(const DownloadCounters& counters) {
                      counters.validationFailed, counters.skipped);
 }
 
-std::string progressText(std::uint64_t completed, std::uint64_t total,
-                         const DownloadCounters& counters) {
+std::string progressText(const DownloadCounters& counters, std::uint64_t total) {
   return fmt::format("{} / {}   Verified: {}   Failed: {}   Validation failed: {}   Skipped: {}",
-                     completed, total, counters.verified, counters.failed,
+                     counters.completed(), total, counters.verified, counters.failed,
                      counters.validationFailed, counters.skipped);
 }
 

@@ -14,6 +14,9 @@ struct DownloadCounters {
   std::uint64_t validationFailed = 0;
   std::uint64_t skipped = 0;
 
+  // The packages that have ended.
+  std::uint64_t completed() const { return downloaded + failed + skipped; }
+
   // Skipped files are no errors.
   bool hasErrors() const { return failed > 0 || validationFailed > 0; }
 };
@@ -22,7 +25,6 @@ struct DownloadCounters {
 std::string summaryText(const DownloadCounters& counters);
 
 // "2 / 7   Verified: 1   Failed: 0   Validation failed: 0   Skipped: 1"
-std::string progressText(std::uint64_t completed, std::uint64_t total,
-                         const DownloadCounters& counters);
+std::string progressText(const DownloadCounters& counters, std::uint64_t total);
 
 }  // namespace tolvane

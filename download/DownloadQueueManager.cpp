@@ -14,7 +14,6 @@
 #include "base/File.h"
 #include "base/TemporaryFile.h"
 #include "base/Text.h"
-#include "download/DownloadCounters.h"
 #include "model/CrawlerLogger.h"
 
 namespace tolvane {
@@ -23,8 +22,8 @@ namespace {
 
 constexpr long kDefaultWidth = 5;
 
-// What a run counts, with the run's lock.
-class Tally {
+// The counters of one run and the run's lock.
+class RunCounters {
  public:
   // Runs change(counters) under the lock.
   template <typename Change>
@@ -55,13 +54,10 @@ bool isValidationFailure(const Error& error) {
           error.code == kSHA256MismatchError);
 }
 
-void finishRun(const Tally& tally, const DownloadQueueManager::Completion& completion) {
-  const DownloadCounters counters = tally.read();
+void finishRun(const DownloadCounters& counters,
+               const DownloadQueueManager::RunCompletion& completion) {
   CrawlerLogger::logInfo("Download queue finished. " + summaryText(counters));
-  if (completion) {
-    completion(counters.downloaded, counters.failed, counters.skipped, counters.verified,
-               counters.validationFailed);
-  }
+  if (completion) completion(counters);
 }
 
 }  // namespace
@@ -69,11 +65,11 @@ void finishRun(const Tally& tally, const DownloadQueueManager::Completion& compl
 // All that the steps of one run have in common. Each holds the run and an index, no more, so that
 // a hundred thousand that wait are cheap.
 //
-// The group's final step holds the tally and not the run: the run holds the group, and where
-// steps were discarded the final step is never called and let go.
+// The group's final step holds the counters and not the run: the run holds the group, and where
+// steps were discarded the final step is never called and never destroyed.
 struct DownloadQueueManager::Run : std::enable_shared_from_this<Run> {
   Run(PackageList runPackages, const std::optional<URL>& runRepositoryURL,
-      std::string runDestinationPath, Progress runProgress, MainQueue& runMainQueue,
+      std::string runDestinationPath, RunProgress runProgress, MainQueue& runMainQueue,
       std::shared_ptr<Shared> runShared, Installer4Retrieval runRetrieval)
       : packages(std::move(runPackages)),
         repositoryURL(runRepositoryURL),
@@ -89,11 +85,11 @@ struct DownloadQueueManager::Run : std::enable_shared_from_this<Run> {
   const PackageList packages;
   const std::optional<URL> repositoryURL;
   const std::string destinationPath;
-  const Progress progress;
+  const RunProgress progress;
   MainQueue& mainQueue;
   const std::shared_ptr<Shared> shared;
   const Installer4Retrieval retrieval;
-  const std::shared_ptr<Tally> tally = std::make_shared<Tally>();
+  const std::shared_ptr<RunCounters> counters = std::make_shared<RunCounters>();
   const DispatchGroup group;
 
  private:
@@ -106,19 +102,19 @@ struct DownloadQueueManager::Run : std::enable_shared_from_this<Run> {
 
   // The end of every package: counts its outcome, reports it and leaves the group.
   template <typename Change>
-  void settle(Change change);
+  void endPackage(Change change);
   void postProgress();
 };
 
 void DownloadQueueManager::Run::performStep(std::size_t index) {
   if (shared->cancelled) {
-    return settle([](DownloadCounters& counters) { ++counters.skipped; });
+    return endPackage([](DownloadCounters& counts) { ++counts.skipped; });
   }
   const PackageEntry& package = packages[index];
   const std::string name = localFilenameForPackage(package);
   if (fileExists(joinPath(destinationPath, name))) {
     CrawlerLogger::logSuccess(fmt::format("Skipped existing file: {}", name));
-    return settle([](DownloadCounters& counters) { ++counters.skipped; });
+    return endPackage([](DownloadCounters& counts) { ++counts.skipped; });
   }
   if (package.installer4Package()) {
     startInstaller4Download(index);
@@ -149,17 +145,17 @@ void DownloadQueueManager::Run::startInstaller4Download(std::size_t index) {
 void DownloadQueueManager::Run::endDownload(const PackageEntry& package, bool success,
                                             const std::optional<std::string>& localPath,
                                             const std::optional<Error>& error) {
-  settle([&](DownloadCounters& counters) {
+  endPackage([&](DownloadCounters& counts) {
     if (success) {
-      ++counters.downloaded;
-      ++counters.verified;
+      ++counts.downloaded;
+      ++counts.verified;
       CrawlerLogger::logSuccess(
           fmt::format("Downloaded and verified: {}",
                       firstNonEmpty({lastPathComponent(localPath ? *localPath : std::string_view()),
                                      withoutPasswords(package.filename()), "Unknown file"})));
     } else {
-      ++counters.failed;
-      if (error && isValidationFailure(*error)) ++counters.validationFailed;
+      ++counts.failed;
+      if (error && isValidationFailure(*error)) ++counts.validationFailed;
       CrawlerLogger::logError(
           fmt::format("Download failed: {}",
                       firstNonEmpty({error ? error->description : std::string_view(),
@@ -171,16 +167,16 @@ void DownloadQueueManager::Run::endDownload(const PackageEntry& package, bool su
 void DownloadQueueManager::Run::endInstaller4Download(const PackageEntry& package, bool success,
                                                       bool verified, bool validationFailed,
                                                       const std::optional<Error>& error) {
-  settle([&](DownloadCounters& counters) {
+  endPackage([&](DownloadCounters& counts) {
     if (success) {
-      ++counters.downloaded;
-      if (verified) ++counters.verified;
+      ++counts.downloaded;
+      if (verified) ++counts.verified;
       CrawlerLogger::logSuccess(
           fmt::format("Downloaded Installer 4 package: {}",
                       firstNonEmpty({localFilenameForPackage(package), "Unknown file"})));
     } else {
-      ++counters.failed;
-      if (validationFailed) ++counters.validationFailed;
+      ++counts.failed;
+      if (validationFailed) ++counts.validationFailed;
       CrawlerLogger::logError(fmt::format(
           "Failed Installer 4 package: {}",
           firstNonEmpty({error ? error->description : std::string_view(), "Unknown error"})));
@@ -189,19 +185,16 @@ void DownloadQueueManager::Run::endInstaller4Download(const PackageEntry& packag
 }
 
 template <typename Change>
-void DownloadQueueManager::Run::settle(Change change) {
-  tally->update(change);
+void DownloadQueueManager::Run::endPackage(Change change) {
+  counters->update(change);
   postProgress();
   group.leave();
 }
 
 void DownloadQueueManager::Run::postProgress() {
   if (!progress) return;
-  mainQueue.post([run = shared_from_this()] {
-    const DownloadCounters now = run->tally->read();
-    run->progress(now.downloaded + now.failed + now.skipped, run->packages.size(), now.failed,
-                  now.skipped, now.verified, now.validationFailed);
-  });
+  mainQueue.post(
+      [run = shared_from_this()] { run->progress(run->counters->read(), run->packages.size()); });
 }
 
 DownloadQueueManager::DownloadQueueManager(MainQueue& mainQueue,
@@ -249,17 +242,17 @@ DownloadQueueManager::PackageList DownloadQueueManager::missingPackagesFromPacka
   return missing;
 }
 
-void DownloadQueueManager::downloadPackages(const PackageList& packages,
-                                            const std::optional<URL>& repositoryURL,
-                                            const std::string& destinationPath, Progress progress,
-                                            Completion completion) {
+void DownloadQueueManager::startRun(const PackageList& packages,
+                                    const std::optional<URL>& repositoryURL,
+                                    const std::string& destinationPath, RunProgress progress,
+                                    RunCompletion completion) {
   shared_->cancelled = false;
   shared_->hasInstaller4Packages = false;
   TemporaryFile::removeStale(destinationPath);
   CrawlerLogger::logInfo(fmt::format("Starting download queue: {} package(s)", packages.size()));
   if (packages.empty()) {
     CrawlerLogger::logWarning("Download queue is empty.");
-    if (completion) completion(0, 0, 0, 0, 0);
+    if (completion) completion({});
     return;
   }
 
@@ -271,9 +264,29 @@ void DownloadQueueManager::downloadPackages(const PackageList& packages,
     run->group.enter();
     queue_.addOperation([run, index] { run->performStep(index); });
   }
-  run->group.notify(mainQueue_, [tally = run->tally, completion = std::move(completion)] {
-    finishRun(*tally, completion);
+  run->group.notify(mainQueue_, [counters = run->counters, completion = std::move(completion)] {
+    finishRun(counters->read(), completion);
   });
+}
+
+void DownloadQueueManager::downloadPackages(const PackageList& packages,
+                                            const std::optional<URL>& repositoryURL,
+                                            const std::string& destinationPath, Progress progress,
+                                            Completion completion) {
+  RunProgress runProgress;
+  if (progress) {
+    runProgress = [progress = std::move(progress)](const DownloadCounters& c, std::uint64_t total) {
+      progress(c.completed(), total, c.failed, c.skipped, c.verified, c.validationFailed);
+    };
+  }
+  RunCompletion runCompletion;
+  if (completion) {
+    runCompletion = [completion = std::move(completion)](const DownloadCounters& c) {
+      completion(c.downloaded, c.failed, c.skipped, c.verified, c.validationFailed);
+    };
+  }
+  startRun(packages, repositoryURL, destinationPath, std::move(runProgress),
+           std::move(runCompletion));
 }
 
 void DownloadQueueManager::cancelAllDownloads() {

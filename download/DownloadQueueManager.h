@@ -11,6 +11,7 @@
 
 #include "async/MainQueue.h"
 #include "async/OperationQueue.h"
+#include "download/DownloadCounters.h"
 #include "download/DownloadManager.h"
 #include "download/Installer4Retrieval.h"
 #include "model/PackageEntry.h"
@@ -24,6 +25,10 @@ namespace tolvane {
 class DownloadQueueManager : public Installer4Retrieval {
  public:
   using PackageList = std::vector<PackageEntry>;
+  using RunProgress = std::function<void(const DownloadCounters&, std::uint64_t total)>;
+  using RunCompletion = std::function<void(const DownloadCounters&)>;
+
+  // The same, counter by counter; the two orders differ.
   using Progress = std::function<void(std::uint64_t completed, std::uint64_t total,
                                       std::uint64_t failed, std::uint64_t skipped,
                                       std::uint64_t verified, std::uint64_t validationFailed)>;
@@ -55,9 +60,13 @@ class DownloadQueueManager : public Installer4Retrieval {
   static PackageList missingPackagesFromPackages(const PackageList& packages,
                                                  const std::string& destinationPath);
 
-  // Starts a run and returns. Progress comes once a package, both callbacks on the main queue; an
-  // empty list completes at once on the calling thread. A run that is cancelled while packages
-  // wait has no completion.
+  // Starts a run and returns. Progress is called once for each package. Both callbacks run on the
+  // main queue and may be empty; an empty list completes at once on the calling thread. A run that
+  // is cancelled while packages wait has no completion.
+  void startRun(const PackageList& packages, const std::optional<URL>& repositoryURL,
+                const std::string& destinationPath, RunProgress progress, RunCompletion completion);
+
+  // startRun() for callbacks that take the counters one by one.
   void downloadPackages(const PackageList& packages, const std::optional<URL>& repositoryURL,
                         const std::string& destinationPath, Progress progress,
                         Completion completion);

@@ -174,12 +174,10 @@ class ViewController : public QWidget {
                         const std::optional<Error>& error);
 
   // A run of the download queue, and what all workflows do at its start and its end.
-  using ShowProgress = std::function<void(std::uint64_t completed, std::uint64_t total,
-                                          const DownloadCounters& counters)>;
-  using FinishRun = std::function<void(const DownloadCounters& counters)>;
   void setDownloading(bool downloading);
-  void runQueue(const PackageList& packages, const std::string& folder, ShowProgress showProgress,
-                FinishRun finish);
+  void runQueue(const PackageList& packages, const std::string& folder,
+                DownloadQueueManager::RunProgress showProgress,
+                DownloadQueueManager::RunCompletion finish);
   void startDownloadRun(const PackageList& packages, ChosenFolder folder,
                         const DownloadTexts& texts);
   FolderPanel folderPanel(std::string prompt, std::string message);

@@ -116,8 +116,8 @@ void ViewController::downloadForArchive(const PackageList& packages, const std::
   queueManager_->setMaxConcurrentDownloads(1);
   runQueue(
       packages, folder,
-      [this](std::uint64_t completed, std::uint64_t total, const DownloadCounters&) {
-        setStatus(fmt::format("Archive download {} / {}", completed, total));
+      [this](const DownloadCounters& counters, std::uint64_t total) {
+        setStatus(fmt::format("Archive download {} / {}", counters.completed(), total));
       },
       [this, width, folder](const DownloadCounters& counters) {
         queueManager_->setMaxConcurrentDownloads(width);

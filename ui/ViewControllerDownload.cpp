@@ -39,23 +39,17 @@ void ViewController::setDownloading(bool downloading) {
 }
 
 void ViewController::runQueue(const PackageList& packages, const std::string& folder,
-                              ShowProgress showProgress, FinishRun finish) {
+                              DownloadQueueManager::RunProgress showProgress,
+                              DownloadQueueManager::RunCompletion finish) {
   showDeterminateProgressWithCompleted(0, packages.size());
-  queueManager_->downloadPackages(
+  queueManager_->startRun(
       packages, currentRepositoryURL_, folder,
       lifetime_.guard([this, showProgress = std::move(showProgress)](
-                          std::uint64_t completed, std::uint64_t total, std::uint64_t failed,
-                          std::uint64_t skipped, std::uint64_t verified,
-                          std::uint64_t validationFailed) {
-        showDeterminateProgressWithCompleted(completed, total);
-        showProgress(completed, total,
-                     {completed - failed - skipped, verified, failed, validationFailed, skipped});
+                          const DownloadCounters& counters, std::uint64_t total) {
+        showDeterminateProgressWithCompleted(counters.completed(), total);
+        showProgress(counters, total);
       }),
-      lifetime_.guard([finish = std::move(finish)](std::uint64_t downloaded, std::uint64_t failed,
-                                                   std::uint64_t skipped, std::uint64_t verified,
-                                                   std::uint64_t validationFailed) {
-        finish({downloaded, verified, failed, validationFailed, skipped});
-      }));
+      lifetime_.guard(std::move(finish)));
 }
 
 void ViewController::startDownloadRun(const PackageList& packages, ChosenFolder folder,
@@ -64,9 +58,8 @@ void ViewController::startDownloadRun(const PackageList& packages, ChosenFolder 
   const std::string path = folder.path;
   runQueue(
       packages, path,
-      [this, texts](std::uint64_t completed, std::uint64_t total,
-                    const DownloadCounters& counters) {
-        setStatus(texts.progress + " " + progressText(completed, total, counters));
+      [this, texts](const DownloadCounters& counters, std::uint64_t total) {
+        setStatus(texts.progress + " " + progressText(counters, total));
       },
       [this, texts, access = std::move(folder.access)](const DownloadCounters& counters) mutable {
         access.reset();

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <QDir>
 
-#include "download/DownloadCounters.h"
 #include "tests/ui/support/EventTime.h"
 #include "tests/ui/support/Workflow.h"
 
@@ -347,14 +346,6 @@ TEST_F(DownloadSelected, OfAWindowThatIsGoneLeavesWholeFilesOrNone) {
 TEST_F(DownloadSelected, AlertWithoutAMessageSaysThatSomethingFailed) {
   controller.showDownloadErrorAlertWithMessage(std::nullopt);
   EXPECT_EQ(sheets.shown.back().alert.informativeText, "One or more downloads failed.");
-}
-
-TEST(DownloadCountersAsText, SayEachCounterInItsPlace) {
-  const DownloadCounters counters{1, 2, 3, 4, 5};
-  EXPECT_EQ(progressText(6, 7, counters),
-            "6 / 7   Verified: 2   Failed: 3   Validation failed: 4   Skipped: 5");
-  EXPECT_EQ(summaryText(counters),
-            "Downloaded: 1  Verified: 2  Failed: 3  Validation failed: 4  Skipped: 5");
 }
 
 TEST(FilesystemSafeString, ReplacesEachUnsafeCharacter) {
