@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 #include <mutex>
 #include <new>
+#include <nlohmann/json.hpp>
 #include <utility>
 
 #include "archive_client/ArchiveAnswer.h"
@@ -73,9 +74,10 @@ void readCheckAnswer(std::string_view body,
     CrawlerLogger::logError("Central archive API error: " + message);
     return completion({}, archiveError(1003, std::move(message)));
   }
-  CentralArchiveClient::MissingPackages missing;
+  std::vector<nlohmann::json> entries;
   nlohmann::json* list = answer.find("missing_packages");
-  if (list && list->is_array()) missing = std::move(list->get_ref<nlohmann::json::array_t&>());
+  if (list && list->is_array()) entries = std::move(list->get_ref<nlohmann::json::array_t&>());
+  MissingPackages missing(std::move(entries));
   SystemLog::write("[CentralArchive] Missing package count from server: {}", missing.size());
   CrawlerLogger::logSuccess(
       fmt::format("Central archive check complete. Missing package(s): {}", missing.size()));
@@ -97,7 +99,7 @@ void finishCheck(std::string_view body, const std::optional<HTTPResponse>& respo
   }
   if (body.empty()) {
     SystemLog::write("[CentralArchive] Empty response from server. HTTP status was: {}", status);
-    return fail(completion, CentralArchiveClient::MissingPackages(),
+    return fail(completion, MissingPackages(),
                 archiveError(1002, "Central archive returned an empty response."));
   }
   readCheckAnswer(body, completion);

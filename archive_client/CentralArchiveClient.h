@@ -5,12 +5,12 @@
 #include <cstddef>
 #include <functional>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "archive_client/MissingPackages.h"
 #include "base/Error.h"
 #include "http/HTTPClient.h"
 #include "model/PackageEntry.h"
@@ -37,8 +37,6 @@ inline constexpr std::string_view kCentralArchiveErrorDomain = "CentralArchiveCl
 // elsewhere, or one that would drop the request's body, is a transport error.
 class CentralArchiveClient {
  public:
-  // The entries as the server sent them: objects with "identifier" and "version", unless it errs.
-  using MissingPackages = std::vector<nlohmann::json>;
   // The list is empty on failure. Valid JSON that is no object gives an empty list and no error.
   using CheckCompletion = std::function<void(MissingPackages, std::optional<Error>)>;
   // Valid JSON that is no object gives neither.

@@ -2,7 +2,6 @@
 #include "ui/ViewController.h"
 
 #include <QEvent>
-#include <nlohmann/json.hpp>
 #include <utility>
 
 #include "archive_client/CentralArchiveClient.h"

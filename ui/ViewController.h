@@ -60,9 +60,7 @@ class ViewController : public QWidget {
   const ConsoleMessages& consoleMessages() const { return consoleMessages_; }
   const std::optional<URL>& currentRepositoryURL() const { return currentRepositoryURL_; }
   // Of the last check that succeeded, as the central archive sent them.
-  const CentralArchiveClient::MissingPackages& lastMissingArchivePackages() const {
-    return lastMissingArchivePackages_;
-  }
+  const MissingPackages& lastMissingArchivePackages() const { return lastMissingArchivePackages_; }
   RepositoryFetcher& fetcher() const { return *fetcher_; }
   RepositoryMetadataArchiver& metadataArchiver() const { return *metadataArchiver_; }
   CentralArchiveClient& centralArchiveClient() const { return *centralArchiveClient_; }
@@ -186,8 +184,7 @@ class ViewController : public QWidget {
   void saveMetadata(const std::string& folder);
   void downloadMissingInto(ChosenFolder folder);
 
-  void archiveCheckDidComplete(CentralArchiveClient::MissingPackages missing,
-                               const std::optional<Error>& error);
+  void archiveCheckDidComplete(MissingPackages missing, const std::optional<Error>& error);
   void uploadTokenDidArrive(const std::optional<std::string>& token,
                             const std::optional<Error>& error);
   void downloadForArchive(const PackageList& packages, const std::string& folder);
@@ -215,7 +212,7 @@ class ViewController : public QWidget {
   std::unique_ptr<DownloadQueueManager> queueManager_;
   std::unique_ptr<RepositoryMetadataArchiver> metadataArchiver_;
   std::unique_ptr<CentralArchiveClient> centralArchiveClient_;
-  CentralArchiveClient::MissingPackages lastMissingArchivePackages_;
+  MissingPackages lastMissingArchivePackages_;
   std::string offeredFolder_;  // dropped on the window, for the next folder panel
 
   PackageTableModel* tableModel_ = nullptr;

@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 #include <utility>
 
 #include "archive_client/CentralArchiveClient.h"
 #include "base/File.h"
 #include "base/SystemLog.h"
 #include "base/Text.h"
-#include "ui/MissingEntries.h"
 #include "ui/ViewController.h"
 
 // What a central archive lacks of the repository: asked for, and downloaded into a cache of its
@@ -20,13 +18,13 @@ void ViewController::checkCentralArchiveButtonClicked() {
   showIndeterminateProgress();
   centralArchiveClient_->checkRepositoryURL(
       absoluteText(currentRepositoryURL_), archiveRepositoryType(), allPackages_,
-      lifetime_.guardOn(mainQueue_, [this](CentralArchiveClient::MissingPackages missing,
-                                           const std::optional<Error>& error) {
-        archiveCheckDidComplete(std::move(missing), error);
-      }));
+      lifetime_.guardOn(mainQueue_,
+                        [this](MissingPackages missing, const std::optional<Error>& error) {
+                          archiveCheckDidComplete(std::move(missing), error);
+                        }));
 }
 
-void ViewController::archiveCheckDidComplete(std::vector<nlohmann::json> missing,
+void ViewController::archiveCheckDidComplete(MissingPackages missing,
                                              const std::optional<Error>& error) {
   hideProgressIndicator();
   if (error) return report(descriptionOr(error, "Archive check failed."), "error");

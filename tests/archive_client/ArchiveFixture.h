@@ -26,7 +26,7 @@ struct ArchiveReply {
   bool onCallersThread = false;
 };
 
-using CheckReply = ArchiveReply<CentralArchiveClient::MissingPackages>;
+using CheckReply = ArchiveReply<MissingPackages>;
 using TokenReply = ArchiveReply<std::optional<std::string>>;
 using UploadReply = ArchiveReply<bool>;
 
@@ -63,7 +63,7 @@ class ArchiveFixture : public testing::Test {
   CheckReply check(const CentralArchiveClient& client,
                    const std::vector<PackageEntry>& packages = {},
                    std::optional<std::string_view> type = "APT") {
-    return replyTo<CentralArchiveClient::MissingPackages>([&](auto completion) {
+    return replyTo<MissingPackages>([&](auto completion) {
       client.checkRepositoryURL(kRepository, type, packages, completion);
     });
   }

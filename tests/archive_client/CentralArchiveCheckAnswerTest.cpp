@@ -57,7 +57,7 @@ TEST_F(CentralArchiveCheckAnswer, MissingPackagesAreHandedOnUnchanged) {
       R"([{"version":"1","identifier":"b","more":[null,{"x":1.5}]},"odd",{"identifier":"a"}])";
   const CheckReply reply = checkAnswered(R"({"ok":true,"missing_packages":)" + list + "}");
   EXPECT_EQ(reply.error, std::nullopt);
-  EXPECT_EQ(json(reply.value), json::parse(list));
+  EXPECT_EQ(json(reply.value.entries()), json::parse(list));
 }
 
 TEST_F(CentralArchiveCheckAnswer, ASuccessWithoutAListMeansThatNothingIsMissing) {

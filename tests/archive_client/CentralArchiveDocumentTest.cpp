@@ -115,7 +115,7 @@ TEST_F(CentralArchiveDocument, ShowsACheckAsItIsSentAndItsAnswerAsItIsRead) {
   const CheckReply reply = check(documented_, {package_});
   EXPECT_EQ(reply.error, std::nullopt);
   ASSERT_THAT(reply.value, SizeIs(1));
-  EXPECT_EQ(reply.value[0],
+  EXPECT_EQ(reply.value.entries()[0],
             nlohmann::json::parse(R"({"identifier":"org.example.tidebar","version":"2.6"})"));
   expectSent(examples[0]);
 }

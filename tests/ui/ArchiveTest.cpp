@@ -174,7 +174,7 @@ TEST_F(Archive, KeepsItsListWhenAFetchFailsAndClearsTheWindow) {
   awaitFetch();
   ASSERT_EQ(status(), "No Cydia/APT Packages file found.");
   ASSERT_TRUE(controller.allPackages().empty());
-  EXPECT_THAT(controller.lastMissingArchivePackages(),
+  EXPECT_THAT(controller.lastMissingArchivePackages().entries(),
               ElementsAre(nlohmann::json::parse(entry("a"))));
 }
 
