@@ -37,14 +37,13 @@ void ArchiveWorkflow::check() {
   observer_.showProgress({Progress::State::indeterminate});
   services_.client.checkRepositoryURL(
       absoluteText(repository.url), services_.repositoryType(), repository.packages,
-      lifetime_.guardOn(services_.mainQueue, [this](CentralArchiveClient::MissingPackages missing,
-                                                    const std::optional<Error>& error) {
-        checkDidComplete(std::move(missing), error);
-      }));
+      lifetime_.guardOn(services_.mainQueue,
+                        [this](MissingPackages missing, const std::optional<Error>& error) {
+                          checkDidComplete(std::move(missing), error);
+                        }));
 }
 
-void ArchiveWorkflow::checkDidComplete(CentralArchiveClient::MissingPackages missing,
-                                       const std::optional<Error>& error) {
+void ArchiveWorkflow::checkDidComplete(MissingPackages missing, const std::optional<Error>& error) {
   observer_.showProgress({Progress::State::hidden});
   if (error) {
     return observer_.report(descriptionOr(error, "Archive check failed."), LogType::error);

@@ -52,7 +52,7 @@ class ArchiveWorkflow {
       : services_(std::move(services)), observer_(observer) {}
 
   // Of the last check that succeeded, as the archive sent them.
-  const CentralArchiveClient::MissingPackages& lastMissing() const { return lastMissing_; }
+  const MissingPackages& lastMissing() const { return lastMissing_; }
 
   // Stages 1 and 2. Does nothing where no repository is loaded.
   void check();
@@ -73,8 +73,7 @@ class ArchiveWorkflow {
   static std::string cacheFolder();
 
  private:
-  void checkDidComplete(CentralArchiveClient::MissingPackages missing,
-                        const std::optional<Error>& error);
+  void checkDidComplete(MissingPackages missing, const std::optional<Error>& error);
   void tokenDidArrive(const std::optional<std::string>& token, const std::optional<Error>& error);
   void download(PackageList packages, const std::string& folder);
   void downloadsDidFinish(const DownloadCounters& counters, const std::string& folder);
@@ -85,7 +84,7 @@ class ArchiveWorkflow {
 
   Services services_;
   WorkflowObserver& observer_;
-  CentralArchiveClient::MissingPackages lastMissing_;
+  MissingPackages lastMissing_;
   Lifetime lifetime_;
 };
 
