@@ -5,6 +5,7 @@
 #include "tests/download/Installer4RetrievalTest.h"
 #include "tests/download/Outcome.h"
 #include "tests/download/QueueRun.h"
+#include "tests/support/ManualClock.h"
 
 namespace tolvane {
 namespace {
@@ -57,6 +58,8 @@ TEST_F(DownloadPasswords, OfThePackagesAddressAreNotShown) {
 }
 
 TEST_F(DownloadPasswords, AreNotShownWhenATimeoutIsRetried) {
+  ManualClock clock;
+  clock.skipDelays();
   session_.answerNext(failingAnswer(kURLErrorTimedOut, "The request timed out."));
   download(PackageEntry({{"Package", "a"}, {"Filename", "a.deb"}}));
   EXPECT_THAT(reports(), Contains("warning: Timeout, retrying once: " + kShown + "a.deb"));

@@ -1,24 +1,20 @@
 // SPDX-License-Identifier: MIT
-#include <algorithm>
 #include <chrono>
-#include <mutex>
 
 #include "repository/Installer3RepositoryFetcher.h"
 #include "tests/repository/FetchOutcome.h"
 #include "tests/support/LogRecorder.h"
 #include "tests/support/LoopbackHandlers.h"
 #include "tests/support/LoopbackServer.h"
+#include "tests/support/ManualClock.h"
 #include "tests/support/ScriptedHTTPClient.h"
 
 namespace tolvane {
 namespace {
 
-using testing::AllOf;
-using testing::Each;
+using namespace std::chrono_literals;
 using testing::ElementsAre;
-using testing::Ge;
 using testing::IsEmpty;
-using testing::Lt;
 using testing::Optional;
 using testing::Pair;
 using testing::Property;
@@ -36,6 +32,8 @@ const ScriptedAnswer kLost =
 
 class Installer3RepositoryFetcherTest : public testing::Test {
  protected:
+  Installer3RepositoryFetcherTest() { clock_.skipDelays(); }
+
   // The fetcher is gone before its fetch ends.
   FetchOutcome fetch(const std::optional<URL>& url = URL::parse(kURL)) {
     return outcomeOf([&](auto completion) {
@@ -56,6 +54,7 @@ class Installer3RepositoryFetcherTest : public testing::Test {
     });
   }
 
+  ManualClock clock_;
   ScriptedHTTPClient session_;
   LogRecorder log_;
 };
@@ -157,6 +156,7 @@ TEST_F(Installer3RepositoryFetcherTest, TwoTimeoutsAndThenAnAnswerGiveThePackage
   session_.answer(kURL, kTimeout);
   session_.answer(kURL, kTimeout);
   EXPECT_TRUE(fetch(packagesList("{ name = A; }")).packages);
+  EXPECT_EQ(clock_.elapsed(), 2 * 1500ms);
   EXPECT_THAT(log_.reports(),
               ElementsAre("[Installer3] Fetching repository: http://repo.example/list", kFetching,
                           "[Installer3] Fetch failed (The request timed out.), retrying... "
@@ -179,6 +179,7 @@ TEST_F(Installer3RepositoryFetcherTest, AThirdTimeoutIsTheError) {
   EXPECT_EQ(outcome.packages, std::nullopt);
   EXPECT_EQ(outcome.error, kTimeout.error);
   EXPECT_THAT(session_.requests(), SizeIs(3));
+  EXPECT_EQ(clock_.elapsed(), 2 * 1500ms);
   EXPECT_EQ(log_.messages().back(), "error: The request timed out.");
   EXPECT_THAT(log_.messages(), SizeIs(6)) << "three attempts, two warnings, one error";
   EXPECT_THAT(log_.lines(),
@@ -195,6 +196,7 @@ TEST_F(Installer3RepositoryFetcherTest, ARetriedErrorIsKnownByItsCodeInAnyDomain
   session_.answer(kURL, {.status = 0, .error = Error{"Elsewhere", -1005, ""}});
   session_.answer(kURL, {.body = packagesList("")});
   EXPECT_TRUE(fetchWithRetries(1).packages);
+  EXPECT_EQ(clock_.elapsed(), 1500ms);
   EXPECT_THAT(log_.messages(),
               ElementsAre(kFetching,
                           "warning: Installer 3 fetch failed (Unknown error). Retrying... "
@@ -287,39 +289,11 @@ TEST_F(Installer3RepositoryFetcherTest, WithoutACompletionResultsAreDropped) {
                           kNotLoadedLine, kNotLoadedLine));
 }
 
-// The moments at which a server's handler is called.
-class Moments {
- public:
-  LoopbackHandler noteBefore(LoopbackHandler handler) {
-    return [this, handler](const LoopbackRequest& request, LoopbackConnection& connection) {
-      {
-        const std::lock_guard lock(mutex_);
-        moments_.push_back(std::chrono::steady_clock::now());
-      }
-      handler(request, connection);
-    };
-  }
-
-  std::vector<std::chrono::milliseconds> pauses() const {
-    const std::lock_guard lock(mutex_);
-    std::vector<std::chrono::milliseconds> pauses;
-    for (std::size_t i = 1; i < moments_.size(); ++i) {
-      pauses.push_back(
-          std::chrono::duration_cast<std::chrono::milliseconds>(moments_[i] - moments_[i - 1]));
-    }
-    return pauses;
-  }
-
- private:
-  mutable std::mutex mutex_;
-  std::vector<std::chrono::steady_clock::time_point> moments_;
-};
-
 TEST(Installer3RepositoryFetcherOnLoopback, AConnectionDroppedTwiceIsTriedAgainAfterAPause) {
-  Moments moments;
+  ManualClock clock;
+  clock.skipDelays();
   LoopbackServer server;
-  server.on("/list", moments.noteBefore(
-                         inTurn({hangUp(), reset(), respond(200, packagesList("{ name = A; }"))})));
+  server.on("/list", inTurn({hangUp(), reset(), respond(200, packagesList("{ name = A; }"))}));
   const LogRecorder log;
   const FetchOutcome outcome = outcomeOf([&](auto completion) {
     Installer3RepositoryFetcher().fetchPackagesFromRepositoryURL(URL::parse(server.url("/list")),
@@ -335,9 +309,7 @@ TEST(Installer3RepositoryFetcherOnLoopback, AConnectionDroppedTwiceIsTriedAgainA
                           "warning: Installer 3 fetch failed (The network connection was lost.). "
                           "Retrying... attempts left: 1",
                           fetching, "success: Installer 3 repository parsed: 1 package(s)"));
-  // The upper bound leaves room for a busy machine, and still tells another delay.
-  EXPECT_THAT(moments.pauses(), AllOf(SizeIs(2), Each(AllOf(Ge(std::chrono::milliseconds(1500)),
-                                                            Lt(std::chrono::seconds(3))))));
+  EXPECT_EQ(clock.elapsed(), 2 * 1500ms);
 }
 
 TEST_F(Installer3RepositoryFetcherTest, TwoFetchesOfOneFetcherMayRunAtOnce) {
