@@ -3,6 +3,7 @@
 
 #include <cstdio>
 #include <fmt/format.h>
+#include <regex>
 
 namespace tolvane {
 
@@ -65,6 +66,13 @@ std::string dumpOf(std::string_view bytes) {
 
 std::string unreadable(std::string_view what) {
   return fmt::format("error: The property list cannot be read: {}.", what);
+}
+
+std::string lineOfError(std::string_view bytes) {
+  static const std::regex form(R"(error: The property list cannot be read: .+ at line (\d+)\.)");
+  std::smatch parts;
+  const std::string found = dumpOf(bytes);
+  return std::regex_match(found, parts, form) ? parts[1].str() : "";
 }
 
 }  // namespace tolvane

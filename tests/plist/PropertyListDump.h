@@ -19,4 +19,8 @@ std::string dumpOf(std::string_view bytes);
 // The same with the error's frame, for a comparison: "error: The property list cannot be read: W."
 std::string unreadable(std::string_view what);
 
+// The line that such an error of an XML list names, "" where it names none. For errors that libxml2
+// words: its sentences change from version to version.
+std::string lineOfError(std::string_view bytes);
+
 }  // namespace tolvane

@@ -23,15 +23,16 @@ constexpr long kSlowness = 8;
 constexpr long kSlowness = 1;
 #endif
 
-// Reads the bytes in a process of its own and expects an error that begins like this, within a
-// second of the processor's time and 100 MB besides the bytes.
-void expectCheapError(const std::string& bytes, std::string_view what) {
+// Reads the bytes in a process of its own and expects an error that begins and ends like this,
+// within a second of the processor's time and 100 MB besides the bytes.
+void expectCheapError(const std::string& bytes, std::string_view what, std::string_view end = ".") {
   const pid_t child = fork();
   ASSERT_GE(child, 0);
   if (child == 0) {
     const std::string found = dumpOf(bytes);
     const bool isExpected =
-        found.starts_with("error: The property list cannot be read: " + std::string(what));
+        found.starts_with("error: The property list cannot be read: " + std::string(what)) &&
+        found.ends_with(end);
     if (!isExpected) fprintf(stderr, "%.300s\n", found.c_str());
     _exit(isExpected ? 0 : 1);
   }
@@ -170,11 +171,10 @@ TEST(HostilePropertyList, EntitiesThatWouldExplodeEndInAnError) {
     const std::string before = "&a" + std::to_string(i - 1) + ";";
     laughs += "<!ENTITY a" + std::to_string(i) + " '" + repeated(before, 10) + "'>";
   }
-  expectCheapError(laughs + "]><plist><string>&a29;</string></plist>",
-                   "Entity 'a29' not defined at line 1");
+  expectCheapError(laughs + "]><plist><string>&a29;</string></plist>", "", " at line 1.");
   expectCheapError("<!DOCTYPE plist [<!ENTITY a '" + std::string(1'000'000, 'x') +
                        "'>]><plist><string>" + repeated("&a;", 100'000) + "</string></plist>",
-                   "Entity 'a' not defined at line 1");
+                   "", " at line 1.");
 }
 
 TEST(HostilePropertyList, DeclaredAttributesThatWouldMultiplyEndInAnError) {
@@ -203,10 +203,9 @@ TEST(HostilePropertyList, NothingIsFetchedFromAServer) {
   LoopbackServer server;
   const std::string url = server.url("/x.dtd");
   EXPECT_EQ(dumpOf("<!DOCTYPE plist SYSTEM '" + url + "'><array/>"), "[]");
-  EXPECT_EQ(dumpOf("<!DOCTYPE plist [<!ENTITY % p SYSTEM '" + url + "'>%p;]><array/>"),
-            unreadable("PEReference: %p; not found at line 1"));
-  EXPECT_EQ(dumpOf("<!DOCTYPE plist [<!ENTITY a SYSTEM '" + url + "'>]><string>&a;</string>"),
-            unreadable("Entity 'a' not defined at line 1"));
+  EXPECT_EQ(lineOfError("<!DOCTYPE plist [<!ENTITY % p SYSTEM '" + url + "'>%p;]><array/>"), "1");
+  EXPECT_EQ(lineOfError("<!DOCTYPE plist [<!ENTITY a SYSTEM '" + url + "'>]><string>&a;</string>"),
+            "1");
   EXPECT_EQ(dumpOf("<array xmlns:xi='http://www.w3.org/2001/XInclude'><xi:include href='" + url +
                    "'/></array>"),
             unreadable("<include> is no element of a property list at line 1"));
@@ -216,14 +215,15 @@ TEST(HostilePropertyList, NothingIsFetchedFromAServer) {
 TEST(HostilePropertyList, NothingIsTakenFromAFile) {
   const TemporaryFolder folder;
   const std::string file = "file://" + folder.write("secret", "secret");
-  EXPECT_EQ(dumpOf("<!DOCTYPE plist [<!ENTITY a SYSTEM '" + file + "'>]><string>&a;</string>"),
-            unreadable("Entity 'a' not defined at line 1"));
+  EXPECT_EQ(lineOfError("<!DOCTYPE plist [<!ENTITY a SYSTEM '" + file + "'>]><string>&a;</string>"),
+            "1");
   folder.write("x.dtd", "<!ENTITY a 'secret'>");
   const std::string dtd = "file://" + folder.path("x.dtd");
   EXPECT_EQ(dumpOf("<!DOCTYPE plist SYSTEM '" + dtd + "'><string>&a;</string>"),
             unreadable("there is an entity at line 1"));
-  EXPECT_EQ(dumpOf("<!DOCTYPE plist [<!ENTITY % p SYSTEM '" + dtd + "'>%p;]><string>&a;</string>"),
-            unreadable("PEReference: %p; not found at line 1"));
+  EXPECT_EQ(
+      lineOfError("<!DOCTYPE plist [<!ENTITY % p SYSTEM '" + dtd + "'>%p;]><string>&a;</string>"),
+      "1");
 }
 
 TEST(HostilePropertyList, LongTokensAreReadInOnePass) {
@@ -237,8 +237,8 @@ TEST(HostilePropertyList, LongTokensAreReadInOnePass) {
   EXPECT_EQ(size("<string><![CDATA[" + longText + "]]></string>"), longText.size());
   EXPECT_EQ(size("<!--" + longText + "--><string>x</string>"), 1);
   EXPECT_EQ(size('"' + longText + '"'), longText.size());
-  expectCheapError("<string>" + longText, "Premature end of data in tag string");
-  expectCheapError("<!--" + longText, "Comment not terminated at line 1");
+  expectCheapError("<string>" + longText, "", " at line 1.");
+  expectCheapError("<!--" + longText, "", " at line 1.");
   expectCheapError('"' + longText, "a quoted text that begins here has no end at line 1");
 }
 
