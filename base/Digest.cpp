@@ -2,12 +2,12 @@
 #include "base/Digest.h"
 
 #include <cerrno>
+#include <future>
 #include <memory>
 #include <openssl/evp.h>
 #include <string_view>
 
 #include "base/FileDescriptor.h"
-#include "base/SideBySide.h"
 
 namespace tolvane {
 
@@ -73,8 +73,12 @@ std::optional<FileDigests> digestsOfFile(const std::string& path, DigestSelectio
     const auto updateSHA256 = [&] {
       if (sha256) sha256->update(bytes, count);
     };
-    // Of a large file the two are taken side by side, a thread a chunk.
-    const auto other = startBeside(md5 && sha256 && count == kChunkSize, updateSHA256);
+    // Both digests of a whole chunk are computed in parallel, where a thread can be had; else
+    // wait() computes the second one.
+    const bool inParallel = md5 && sha256 && count == kChunkSize;
+    const auto other =
+        std::async(inParallel ? std::launch::async | std::launch::deferred : std::launch::deferred,
+                   updateSHA256);
     if (md5) md5->update(bytes, count);
     other.wait();
   });
