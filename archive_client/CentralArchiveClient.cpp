@@ -151,6 +151,19 @@ TokenResult tokenResultOf(std::string_view body, const std::optional<HTTPRespons
 
 }  // namespace
 
+std::string_view archiveTypeOf(RepositoryKind kind) {
+  switch (kind) {
+    case RepositoryKind::installer4:
+      return "Installer4";
+    case RepositoryKind::installer3:
+      return "Installer3";
+    case RepositoryKind::apt:
+    case RepositoryKind::automatic:
+      break;
+  }
+  return "APT";
+}
+
 struct CentralArchiveClient::Token {
   std::mutex mutex;
   std::string value;
@@ -201,8 +214,8 @@ void CentralArchiveClient::checkRepositoryURL(std::string_view repositoryURL,
     return fail(completion, MissingPackages(),
                 archiveError(1001, "Invalid central archive API URL."));
   }
-  std::optional<std::string> body =
-      checkRequestBody(repositoryURL, repositoryType.value_or(kDefaultRepositoryType), packages);
+  std::optional<std::string> body = checkRequestBody(
+      repositoryURL, repositoryType.value_or(archiveTypeOf(RepositoryKind::apt)), packages);
   if (!body) {
     return fail(completion, MissingPackages(),
                 encodingError("Could not encode central archive check request."));
@@ -230,8 +243,8 @@ void CentralArchiveClient::requestUploadTokenForRepositoryURL(
     return fail(completion, std::optional<std::string>(),
                 archiveError(3001, "Invalid upload token API URL."));
   }
-  std::optional<std::string> body =
-      tokenBody(repositoryURL, repositoryType.value_or(kDefaultRepositoryType), packageCount);
+  std::optional<std::string> body = tokenBody(
+      repositoryURL, repositoryType.value_or(archiveTypeOf(RepositoryKind::apt)), packageCount);
   if (!body) {
     return fail(completion, std::optional<std::string>(),
                 encodingError("Could not encode upload token request."));

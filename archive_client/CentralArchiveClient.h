@@ -14,11 +14,16 @@
 #include "base/Error.h"
 #include "http/HTTPClient.h"
 #include "model/PackageEntry.h"
+#include "model/RepositoryKind.h"
 
 namespace tolvane {
 
 // Domain of the client's own errors. Those of transport and JSON are handed on as they are.
 inline constexpr std::string_view kCentralArchiveErrorDomain = "CentralArchiveClient";
+
+// A repository's type as the archive knows it: "APT", "Installer4" or "Installer3". It follows what
+// was chosen, not what the repository turned out to be, so automatic detection counts as APT.
+std::string_view archiveTypeOf(RepositoryKind kind);
 
 // The client of a central archive, a server that collects the packages of repositories. Three
 // requests, all of them POST with a JSON answer: which packages of a repository are missing there,
@@ -67,8 +72,8 @@ class CentralArchiveClient {
   // The base URL, "/" unless it ends in one, and the path. Nothing is encoded.
   std::string endpointURLStringForPath(std::string_view path) const;
 
-  // Asks which of the packages the archive lacks. Errors 1001 to 1003. A repository type is "APT",
-  // which stands in for none, "Installer3" or "Installer4".
+  // Asks which of the packages the archive lacks. Errors 1001 to 1003. A repository type is one of
+  // archiveTypeOf(); "APT" stands in for none.
   void checkRepositoryURL(std::string_view repositoryURL,
                           std::optional<std::string_view> repositoryType,
                           const std::vector<PackageEntry>& packages,

@@ -10,9 +10,6 @@
 // What the client's three requests have in common. Internal to this folder.
 namespace tolvane {
 
-// The type of a repository of which the caller names none.
-inline constexpr std::string_view kDefaultRepositoryType = "APT";
-
 Error archiveError(int code, std::string description);
 
 // A text for JSON was not UTF-8; `description` says of what.

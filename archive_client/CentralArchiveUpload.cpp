@@ -116,8 +116,9 @@ void CentralArchiveClient::uploadPackage(const PackageEntry& package,
   if (!url) {
     return completion(false, archiveError(2001, "Invalid central archive upload URL."));
   }
-  std::optional<UploadForm> form = makeForm(
-      package, repositoryURL, repositoryType.value_or(kDefaultRepositoryType), localFilePath);
+  std::optional<UploadForm> form =
+      makeForm(package, repositoryURL, repositoryType.value_or(archiveTypeOf(RepositoryKind::apt)),
+               localFilePath);
   if (!form) {
     return completion(false, archiveError(2002, "Could not read local package file for upload."));
   }

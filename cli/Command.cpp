@@ -47,20 +47,6 @@ std::optional<URL> repositoryURL(const Options& options) {
   return url;
 }
 
-std::string_view choiceOf(RepositoryType type) {
-  switch (type) {
-    case RepositoryType::automatic:
-      return kAutoDetectChoice;
-    case RepositoryType::installer4:
-      return kInstaller4Choice;
-    case RepositoryType::installer3:
-      return kInstaller3Choice;
-    case RepositoryType::apt:
-      break;
-  }
-  return kAPTChoice;
-}
-
 ConsoleSettings consoleSettings(const Options& options, ConsoleSettings settings) {
   settings.warningsOnly = options.quiet;
   // The system log writes to standard error too, and knows nothing of a line that stays last.
@@ -70,7 +56,7 @@ ConsoleSettings consoleSettings(const Options& options, ConsoleSettings settings
 
 // Waits for the list; no value when the repository could not be loaded, for whatever reason. Then
 // the console says what the requests came to.
-std::optional<PackageList> fetchPackages(RepositoryType type, const URL& url,
+std::optional<PackageList> fetchPackages(RepositoryKind kind, const URL& url,
                                          const HTTPClientFactory& clientFactory, Console& console) {
   LoadFailures failures;
   RunLoop mainQueue;
@@ -79,7 +65,7 @@ std::optional<PackageList> fetchPackages(RepositoryType type, const URL& url,
                             [&](const IndexAnswer& answer) { failures.add(answer); });
   FetchWorkflow workflow(mainQueue, fetcher, observer, [](std::string_view) {});
   std::optional<PackageList> packages;
-  workflow.fetchRepositoryURL(url, choiceOf(type), false, [&](FetchEnd end) {
+  workflow.fetchRepositoryURL(url, kind, false, [&](FetchEnd end) {
     packages = std::move(end.packages);
     mainQueue.quit();
   });
@@ -95,7 +81,7 @@ std::optional<PackageList> fetchPackages(RepositoryType type, const URL& url,
 
 // The list of options.indexFile; no value where that gives none. Then the console says why.
 std::optional<PackageList> readPackages(const Options& options, Console& console) {
-  IndexFileResult result = readIndexFile(*options.indexFile, choiceOf(options.type));
+  IndexFileResult result = readIndexFile(*options.indexFile, options.type);
   if (!result.error) return std::move(result.packages);
   console.appendPlain(
       fmt::format("Could not read {}: {}", *options.indexFile, result.error->description));

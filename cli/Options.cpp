@@ -61,11 +61,11 @@ void addIndexOption(CLI::App& command, Options& options) {
 }
 
 void addSharedOptions(CLI::App& command, Options& options) {
-  static const std::map<std::string, RepositoryType> kTypes{
-      {"auto", RepositoryType::automatic},
-      {"apt", RepositoryType::apt},
-      {"installer4", RepositoryType::installer4},
-      {"installer3", RepositoryType::installer3},
+  static const std::map<std::string, RepositoryKind> kTypes{
+      {"auto", RepositoryKind::automatic},
+      {"apt", RepositoryKind::apt},
+      {"installer4", RepositoryKind::installer4},
+      {"installer3", RepositoryKind::installer3},
   };
   command.add_option("URL", options.url, "URL of the repository")->required();
   command

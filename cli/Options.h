@@ -9,10 +9,9 @@
 #include <vector>
 
 #include "http/HTTPClient.h"
+#include "model/RepositoryKind.h"
 
 namespace tolvane {
-
-enum class RepositoryType { automatic, apt, installer4, installer3 };
 
 // What the command line asks for.
 struct Options {
@@ -20,7 +19,7 @@ struct Options {
 
   Command command = Command::list;
   std::string url;  // as typed
-  RepositoryType type = RepositoryType::automatic;
+  RepositoryKind type = RepositoryKind::automatic;
   bool json = false;
   bool quiet = false;
   bool verbose = false;

@@ -11,7 +11,6 @@
 #include "repository/Installer3RepositoryFetcher.h"
 #include "repository/Installer4RepositoryFetcher.h"
 #include "repository/PackagesIndex.h"
-#include "repository/RepositoryFetcher.h"
 
 namespace tolvane {
 
@@ -82,15 +81,15 @@ IndexFileResult readPackagesFile(std::string bytes, const std::string& path, boo
 
 }  // namespace
 
-IndexFileResult readIndexFile(const std::string& path, std::string_view choice) {
+IndexFileResult readIndexFile(const std::string& path, RepositoryKind kind) {
   CrawlerLogger::logInfo(fmt::format("Reading index file: {}", path));
   std::string bytes;
   if (std::optional<Error> error = readBytes(path, bytes)) {
     return error->code == ENOMEM ? outOfMemory(path) : failure(std::move(*error));
   }
-  if (choice == kInstaller3Choice) return readInstaller3File(bytes, path);
-  if (choice == kInstaller4Choice) return readInstaller4File(bytes, path);
-  return readPackagesFile(std::move(bytes), path, choice == kAutoDetectChoice);
+  if (kind == RepositoryKind::installer3) return readInstaller3File(bytes, path);
+  if (kind == RepositoryKind::installer4) return readInstaller4File(bytes, path);
+  return readPackagesFile(std::move(bytes), path, kind == RepositoryKind::automatic);
 }
 
 }  // namespace tolvane

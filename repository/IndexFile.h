@@ -8,6 +8,7 @@
 
 #include "base/Error.h"
 #include "model/PackageEntry.h"
+#include "model/RepositoryKind.h"
 
 namespace tolvane {
 
@@ -20,8 +21,7 @@ struct IndexFileResult {
   std::optional<Error> error;
 };
 
-// Reads an index from a local file instead of a repository, and reports that on the log bus. The
-// choice is that of RepositoryFetcher::fetchPackagesOfChosenKind().
+// Reads an index from a local file instead of a repository, and reports that on the log bus:
 //
 // - APT: unpacked by the ending of the path, ".gz", ".bz2" or ".xz"; else text.
 // - Installer 3 and Installer 4: a property list.
@@ -30,6 +30,6 @@ struct IndexFileResult {
 // Errors are the system's, EFBIG for a file of more than kMaximumIndexSize bytes and ENOMEM for
 // want of memory among them; those of the property-list reader and of Installer3RepositoryFetcher;
 // and the two of kIndexFileErrorDomain above.
-IndexFileResult readIndexFile(const std::string& path, std::string_view choice);
+IndexFileResult readIndexFile(const std::string& path, RepositoryKind kind);
 
 }  // namespace tolvane

@@ -34,26 +34,6 @@ std::vector<std::string> makeCandidatePaths() {
   return paths;
 }
 
-// What a choice means.
-struct Kind {
-  std::string_view choice;
-  void (RepositoryFetcher::*fetch)(const std::optional<URL>&, RepositoryFetcher::Completion) const;
-  std::string_view archiveType;
-};
-
-constexpr std::array<Kind, 4> kKinds{{
-    {kAPTChoice, &RepositoryFetcher::fetchPackagesFromRepositoryURL, "APT"},
-    {kAutoDetectChoice, &RepositoryFetcher::fetchPackagesWithAutoDetectionFromRepositoryURL, "APT"},
-    {kInstaller4Choice, &RepositoryFetcher::fetchInstaller4PackagesFromRepositoryURL, "Installer4"},
-    {kInstaller3Choice, &RepositoryFetcher::fetchInstaller3PackagesFromRepositoryURL, "Installer3"},
-}};
-
-const Kind& kindOfChoice(std::string_view choice) {
-  const auto* const found = std::find_if(
-      kKinds.begin(), kKinds.end(), [choice](const Kind& kind) { return kind.choice == choice; });
-  return found == kKinds.end() ? kKinds.front() : *found;
-}
-
 // An answer that was found, and whose body is too much for the maximum or for the memory.
 bool isTooLong(const std::optional<Error>& error) {
   return isOutOfMemory(error) || (error && error->domain == kURLErrorDomain &&
@@ -130,14 +110,18 @@ std::optional<RepositoryFetcher::PackageList> readCandidate(Answer answer, std::
 RepositoryFetcher::RepositoryFetcher(HTTPClientFactory clientFactory, IndexObserver observer)
     : clientFactory_(std::move(clientFactory)), observer_(std::move(observer)) {}
 
-void RepositoryFetcher::fetchPackagesOfChosenKind(std::string_view choice,
-                                                  const std::optional<URL>& repositoryURL,
-                                                  Completion completion) const {
-  (this->*kindOfChoice(choice).fetch)(repositoryURL, std::move(completion));
-}
-
-std::string_view RepositoryFetcher::archiveTypeOfChoice(std::string_view choice) {
-  return kindOfChoice(choice).archiveType;
+void RepositoryFetcher::fetchPackages(RepositoryKind kind, const std::optional<URL>& repositoryURL,
+                                      Completion completion) const {
+  switch (kind) {
+    case RepositoryKind::apt:
+      return fetchPackagesFromRepositoryURL(repositoryURL, std::move(completion));
+    case RepositoryKind::automatic:
+      return fetchPackagesWithAutoDetectionFromRepositoryURL(repositoryURL, std::move(completion));
+    case RepositoryKind::installer4:
+      return fetchInstaller4PackagesFromRepositoryURL(repositoryURL, std::move(completion));
+    case RepositoryKind::installer3:
+      return fetchInstaller3PackagesFromRepositoryURL(repositoryURL, std::move(completion));
+  }
 }
 
 void RepositoryFetcher::fetchPackagesFromRepositoryURL(const std::optional<URL>& repositoryURL,

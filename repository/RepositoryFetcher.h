@@ -12,17 +12,12 @@
 #include "base/URL.h"
 #include "http/HTTPClient.h"
 #include "model/PackageEntry.h"
+#include "model/RepositoryKind.h"
 #include "repository/IndexAnswer.h"
 
 namespace tolvane {
 
 inline constexpr std::string_view kRepositoryFetcherErrorDomain = "RepositoryFetcher";
-
-// What a person can choose as a repository's kind, in the words of the choice.
-inline constexpr std::string_view kAPTChoice = "Cydia / APT";
-inline constexpr std::string_view kAutoDetectChoice = "Auto-detect";
-inline constexpr std::string_view kInstaller4Choice = "Installer 4";
-inline constexpr std::string_view kInstaller3Choice = "Installer 3";
 
 // The one front through which a repository of any kind is loaded.
 //
@@ -42,13 +37,9 @@ class RepositoryFetcher {
   explicit RepositoryFetcher(HTTPClientFactory clientFactory = makeHTTPClient,
                              IndexObserver observer = {});
 
-  // The one of the four fetches below that fits the choice; any other text counts as APT.
-  void fetchPackagesOfChosenKind(std::string_view choice, const std::optional<URL>& repositoryURL,
-                                 Completion completion) const;
-
-  // The kind as a central archive is told it: "APT", "Installer4" or "Installer3". It follows the
-  // choice, not what the repository turns out to be, so automatic detection counts as APT.
-  static std::string_view archiveTypeOfChoice(std::string_view choice);
+  // The one of the four fetches below that the kind names.
+  void fetchPackages(RepositoryKind kind, const std::optional<URL>& repositoryURL,
+                     Completion completion) const;
 
   // APT only.
   void fetchPackagesFromRepositoryURL(const std::optional<URL>& repositoryURL,

@@ -8,7 +8,7 @@
 #include <initializer_list>
 #include <iterator>
 
-#include "repository/RepositoryFetcher.h"
+#include "ui/RepositoryTitles.h"
 #include "ui/Strings.h"
 #include "ui/TitleFont.h"
 
@@ -73,9 +73,8 @@ void makeToolbar(MainWindowControls& c, QWidget* content) {
   c.repoURLField->setTextMargins(4, 0, 4, 0);
   c.repoURLField->setPlaceholderText(QStringLiteral("https://packages.example/repo/"));
   make(c.repositoryTypePopup, "repositoryTypePopup", content);
-  for (const std::string_view choice :
-       {kAPTChoice, kAutoDetectChoice, kInstaller4Choice, kInstaller3Choice}) {
-    c.repositoryTypePopup->addItem(toQString(choice));
+  for (const RepositoryTitle& item : kRepositoryTitles) {
+    c.repositoryTypePopup->addItem(toQString(item.title));
   }
   makeButton(c.fetchButton, "fetchButton", "Fetch", true, content);
 

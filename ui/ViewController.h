@@ -166,8 +166,8 @@ class ViewController : public QWidget {
   void setStatus(std::string_view text);
   void report(std::string_view text, std::string_view type);
 
-  std::optional<std::string> selectedRepositoryType() const;
-  std::string archiveRepositoryType() const;
+  std::optional<std::string> selectedRepositoryType() const;  // the title of the pop-up's item
+  RepositoryKind selectedRepositoryKind() const;
   void fetchDidComplete(const URL& url, bool allowHTTPFallback, std::optional<PackageList> packages,
                         const std::optional<Error>& error);
 

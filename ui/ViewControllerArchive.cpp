@@ -17,7 +17,7 @@ void ViewController::checkCentralArchiveButtonClicked() {
   report("Checking central archive...", "info");
   showIndeterminateProgress();
   centralArchiveClient_->checkRepositoryURL(
-      absoluteText(currentRepositoryURL_), archiveRepositoryType(), allPackages_,
+      absoluteText(currentRepositoryURL_), archiveTypeOf(selectedRepositoryKind()), allPackages_,
       lifetime_.guardOn(mainQueue_,
                         [this](MissingPackages missing, const std::optional<Error>& error) {
                           archiveCheckDidComplete(std::move(missing), error);
@@ -54,7 +54,7 @@ void ViewController::startArchiveMissingPackagesWorkflow() {
   report("Requesting central archive upload token...", "info");
   showIndeterminateProgress();
   centralArchiveClient_->requestUploadTokenForRepositoryURL(
-      absoluteText(currentRepositoryURL_), archiveRepositoryType(),
+      absoluteText(currentRepositoryURL_), archiveTypeOf(selectedRepositoryKind()),
       lastMissingArchivePackages_.size(),
       lifetime_.guardOn(mainQueue_, [this](const std::optional<std::string>& token,
                                            const std::optional<Error>& error) {

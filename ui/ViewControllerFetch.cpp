@@ -14,9 +14,9 @@ namespace {
 
 constexpr const char* kNotFetched = "Could not fetch repository.";
 
-std::string_view statusOfFetch(std::string_view type) {
-  if (type == kInstaller4Choice) return "Fetching Installer 4 repository...";
-  if (type == kAutoDetectChoice) return "Auto-detecting repository type...";
+std::string_view statusOfFetch(RepositoryKind kind) {
+  if (kind == RepositoryKind::installer4) return "Fetching Installer 4 repository...";
+  if (kind == RepositoryKind::automatic) return "Auto-detecting repository type...";
   return "Fetching Packages file...";
 }
 
@@ -49,8 +49,8 @@ void ViewController::fetchButtonClicked() {
 void ViewController::fetchRepositoryURL(const URL& url, bool allowHTTPFallback) {
   currentRepositoryURL_ = url;
   controls_.fetchButton->setEnabled(false);
-  const std::string type = selectedRepositoryType().value_or(std::string(kAPTChoice));
-  const std::string_view status = statusOfFetch(type);
+  const RepositoryKind kind = selectedRepositoryKind();
+  const std::string_view status = statusOfFetch(kind);
   setStatus(status);
   showIndeterminateProgress();
   appendConsoleMessage(status, "info");
@@ -59,14 +59,13 @@ void ViewController::fetchRepositoryURL(const URL& url, bool allowHTTPFallback) 
                                                  const std::optional<Error>& error) {
         fetchDidComplete(url, allowHTTPFallback, std::move(packages), error);
       });
-  fetcher_->fetchPackagesOfChosenKind(
-      type, url,
-      [completed = std::move(completed)](std::optional<PackageList> packages,
-                                         std::optional<Error> error) {
-        SystemLog::write("[UI] Fetch completed. packages={} error={}",
-                         packages ? packages->size() : 0, describe(error));
-        completed(std::move(packages), std::move(error));
-      });
+  fetcher_->fetchPackages(kind, url,
+                          [completed = std::move(completed)](std::optional<PackageList> packages,
+                                                             std::optional<Error> error) {
+                            SystemLog::write("[UI] Fetch completed. packages={} error={}",
+                                             packages ? packages->size() : 0, describe(error));
+                            completed(std::move(packages), std::move(error));
+                          });
 }
 
 void ViewController::fetchDidComplete(const URL& url, bool allowHTTPFallback,

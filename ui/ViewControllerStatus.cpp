@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "ui/RepositoryTitles.h"
 #include "ui/Strings.h"
 #include "ui/ViewController.h"
 
@@ -19,8 +20,8 @@ std::optional<std::string> ViewController::selectedRepositoryType() const {
   return toText(controls_.repositoryTypePopup->currentText());
 }
 
-std::string ViewController::archiveRepositoryType() const {
-  return std::string(RepositoryFetcher::archiveTypeOfChoice(selectedRepositoryType().value_or("")));
+RepositoryKind ViewController::selectedRepositoryKind() const {
+  return kindOfTitle(selectedRepositoryType().value_or(""));
 }
 
 }  // namespace tolvane

@@ -60,7 +60,7 @@ void ViewController::sendPackage(const Uploads& uploads) {
     appendConsoleMessage(fmt::format("Starting upload of {} archived package(s).", count), "info");
   }
   centralArchiveClient_->uploadPackage(
-      package, absoluteText(currentRepositoryURL_), archiveRepositoryType(), path,
+      package, absoluteText(currentRepositoryURL_), archiveTypeOf(selectedRepositoryKind()), path,
       lifetime_.guardOn(mainQueue_, [=, this, next = uploads](
                                         bool uploaded, const std::optional<Error>& error) mutable {
         reportUpload(name, path, uploaded, error);

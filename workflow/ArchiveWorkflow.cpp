@@ -36,7 +36,7 @@ void ArchiveWorkflow::check() {
   observer_.report("Checking central archive...", LogType::info);
   observer_.showProgress({Progress::State::indeterminate});
   services_.client.checkRepositoryURL(
-      absoluteText(repository.url), services_.repositoryType(), repository.packages,
+      absoluteText(repository.url), archiveTypeOf(services_.kind()), repository.packages,
       lifetime_.guardOn(services_.mainQueue,
                         [this](MissingPackages missing, const std::optional<Error>& error) {
                           checkDidComplete(std::move(missing), error);
@@ -73,7 +73,7 @@ void ArchiveWorkflow::requestToken() {
   observer_.report("Requesting central archive upload token...", LogType::info);
   observer_.showProgress({Progress::State::indeterminate});
   services_.client.requestUploadTokenForRepositoryURL(
-      absoluteText(services_.repository.url), services_.repositoryType(), lastMissing_.size(),
+      absoluteText(services_.repository.url), archiveTypeOf(services_.kind()), lastMissing_.size(),
       lifetime_.guardOn(services_.mainQueue, [this](const std::optional<std::string>& token,
                                                     const std::optional<Error>& error) {
         tokenDidArrive(token, error);
@@ -187,7 +187,7 @@ void ArchiveWorkflow::send(const Uploads& uploads) {
                              LogType::info);
   }
   services_.client.uploadPackage(
-      package, absoluteText(services_.repository.url), services_.repositoryType(), path,
+      package, absoluteText(services_.repository.url), archiveTypeOf(services_.kind()), path,
       lifetime_.guardOn(
           services_.mainQueue,
           [=, this, next = uploads](bool uploaded, const std::optional<Error>& error) mutable {

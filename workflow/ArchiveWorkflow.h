@@ -16,6 +16,7 @@
 #include "download/DownloadCounters.h"
 #include "download/DownloadQueueManager.h"
 #include "model/PackageEntry.h"
+#include "model/RepositoryKind.h"
 #include "workflow/DownloadWorkflow.h"
 #include "workflow/LoadedRepository.h"
 #include "workflow/WorkflowObserver.h"
@@ -45,7 +46,7 @@ class ArchiveWorkflow {
     DownloadQueueManager& queue;
     DownloadWorkflow& downloads;
     const LoadedRepository& repository;
-    std::function<std::string()> repositoryType;  // "APT", "Installer3" or "Installer4"
+    std::function<RepositoryKind()> kind;  // of the repository, as it was chosen
   };
 
   ArchiveWorkflow(Services services, WorkflowObserver& observer)

@@ -14,9 +14,9 @@ using PackageList = std::vector<PackageEntry>;
 
 constexpr const char* kNotFetched = "Could not fetch repository.";
 
-std::string_view statusOfFetch(std::string_view type) {
-  if (type == kInstaller4Choice) return "Fetching Installer 4 repository...";
-  if (type == kAutoDetectChoice) return "Auto-detecting repository type...";
+std::string_view statusOfFetch(RepositoryKind kind) {
+  if (kind == RepositoryKind::installer4) return "Fetching Installer 4 repository...";
+  if (kind == RepositoryKind::automatic) return "Auto-detecting repository type...";
   return "Fetching Packages file...";
 }
 
@@ -47,25 +47,24 @@ std::optional<URL> FetchWorkflow::enteredURL(std::string_view entered,
   return std::nullopt;
 }
 
-void FetchWorkflow::fetchRepositoryURL(const URL& url, std::string_view type,
-                                       bool allowHTTPFallback, const Completion& completion) {
+void FetchWorkflow::fetchRepositoryURL(const URL& url, RepositoryKind kind, bool allowHTTPFallback,
+                                       const Completion& completion) {
   observer_.activityChanged(Activity::fetch, true);
-  observer_.showStatus(statusOfFetch(type));
+  observer_.showStatus(statusOfFetch(kind));
   observer_.showProgress({Progress::State::indeterminate});
-  observer_.addConsoleLine(statusOfFetch(type), LogType::info);
+  observer_.addConsoleLine(statusOfFetch(kind), LogType::info);
   auto completed = lifetime_.guardOn(mainQueue_, [=, this](std::optional<PackageList> packages,
                                                            const std::optional<Error>& error) {
     fetchDidComplete({url, std::move(packages), std::nullopt, ""}, error, allowHTTPFallback,
                      completion);
   });
-  fetcher_.fetchPackagesOfChosenKind(
-      type, url,
-      [completed = std::move(completed), log = log_](std::optional<PackageList> packages,
-                                                     std::optional<Error> error) {
-        log(fmt::format("Fetch completed. packages={} error={}", packages ? packages->size() : 0,
-                        describe(error)));
-        completed(std::move(packages), std::move(error));
-      });
+  fetcher_.fetchPackages(kind, url,
+                         [completed = std::move(completed), log = log_](
+                             std::optional<PackageList> packages, std::optional<Error> error) {
+                           log(fmt::format("Fetch completed. packages={} error={}",
+                                           packages ? packages->size() : 0, describe(error)));
+                           completed(std::move(packages), std::move(error));
+                         });
 }
 
 void FetchWorkflow::fetchDidComplete(FetchEnd end, const std::optional<Error>& error,

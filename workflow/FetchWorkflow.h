@@ -12,6 +12,7 @@
 #include "base/Error.h"
 #include "base/URL.h"
 #include "model/PackageEntry.h"
+#include "model/RepositoryKind.h"
 #include "repository/RepositoryFetcher.h"
 #include "workflow/WorkflowObserver.h"
 
@@ -43,9 +44,7 @@ class FetchWorkflow {
   // to begin; no value, and a report of that, for a text that is empty or has no scheme or host.
   std::optional<URL> enteredURL(std::string_view entered, std::string_view typeTitle) const;
 
-  // `type` as RepositoryFetcher::fetchPackagesOfChosenKind() takes it. The URL is https with a
-  // fallback, or any other.
-  void fetchRepositoryURL(const URL& url, std::string_view type, bool allowHTTPFallback,
+  void fetchRepositoryURL(const URL& url, RepositoryKind kind, bool allowHTTPFallback,
                           const Completion& completion);
 
   // The same URL with the scheme "http", an explicit port included.

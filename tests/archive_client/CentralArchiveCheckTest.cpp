@@ -64,6 +64,13 @@ TEST(CentralArchiveProperties, AreOneClientsForGood) {
   EXPECT_FALSE(std::is_move_assignable_v<CentralArchiveClient>);
 }
 
+TEST(ArchiveTypes, FollowWhatWasChosenAndNotWhatWasDetected) {
+  EXPECT_EQ(archiveTypeOf(RepositoryKind::apt), "APT");
+  EXPECT_EQ(archiveTypeOf(RepositoryKind::automatic), "APT");
+  EXPECT_EQ(archiveTypeOf(RepositoryKind::installer4), "Installer4");
+  EXPECT_EQ(archiveTypeOf(RepositoryKind::installer3), "Installer3");
+}
+
 TEST_F(CentralArchiveCheck, IsAPostOfJSONUnderTheSecret) {
   sent({});
   const ScriptedRequest request = session_.requests().at(0);

@@ -33,8 +33,8 @@ class IndexFile : public testing::Test {
   }
 
   // The only package of a file that must have exactly one.
-  static PackageEntry packageIn(const std::string& path, std::string_view choice) {
-    const IndexFileResult result = readIndexFile(path, choice);
+  static PackageEntry packageIn(const std::string& path, RepositoryKind kind) {
+    const IndexFileResult result = readIndexFile(path, kind);
     EXPECT_EQ(result.error, std::nullopt);
     if (result.packages.size() == 1) return result.packages.front();
     ADD_FAILURE() << result.packages.size() << " packages in " << path;
@@ -42,9 +42,9 @@ class IndexFile : public testing::Test {
   }
 
   // Why a file gives no packages; the log bus must have been told once.
-  static Error errorOf(const std::string& path, std::string_view choice) {
+  static Error errorOf(const std::string& path, RepositoryKind kind) {
     const LogRecorder log;
-    const IndexFileResult result = readIndexFile(path, choice);
+    const IndexFileResult result = readIndexFile(path, kind);
     EXPECT_TRUE(result.packages.empty());
     if (!result.error) {
       ADD_FAILURE() << "no error for " << path;
@@ -66,21 +66,23 @@ TEST_F(IndexFile, AnAPTIndexIsUnpackedByTheEndingOfItsName) {
                                     {"Packages.gz", gzipped(kAPTIndex)},
                                     {"Packages.bz2", bzip2ed(kAPTIndex)},
                                     {"Packages.xz", xzed(kAPTIndex)}}) {
-    EXPECT_EQ(packageIn(write(name, bytes), kAPTChoice).packageName(), "com.example.a") << name;
+    EXPECT_EQ(packageIn(write(name, bytes), RepositoryKind::apt).packageName(), "com.example.a")
+        << name;
   }
 }
 
 TEST_F(IndexFile, AnAPTIndexIsReportedAsAWalkReportsIt) {
   const std::string path = write("Packages", kAPTIndex);
   const LogRecorder log;
-  readIndexFile(path, kAPTChoice);
+  readIndexFile(path, RepositoryKind::apt);
   EXPECT_THAT(log.messages(), ElementsAre("info: Reading index file: " + path,
                                           "success: Decoded Packages file (39 chars)",
                                           "success: Parsed 1 package(s)"));
 }
 
 TEST_F(IndexFile, AnInstaller3ListIsRead) {
-  const PackageEntry package = packageIn(write("list", kInstaller3Index), kInstaller3Choice);
+  const PackageEntry package =
+      packageIn(write("list", kInstaller3Index), RepositoryKind::installer3);
   EXPECT_EQ(package.packageName(), "c");
   EXPECT_TRUE(package.installer3Package());
 }
@@ -88,7 +90,7 @@ TEST_F(IndexFile, AnInstaller3ListIsRead) {
 TEST_F(IndexFile, AnInstaller4IndexIsRead) {
   const std::string path = write("index.plist", kInstaller4Index);
   const LogRecorder log;
-  const PackageEntry package = packageIn(path, kInstaller4Choice);
+  const PackageEntry package = packageIn(path, RepositoryKind::installer4);
   EXPECT_EQ(package.packageName(), "b");
   EXPECT_TRUE(package.installer4Package());
   EXPECT_THAT(log.messages(),
@@ -96,27 +98,27 @@ TEST_F(IndexFile, AnInstaller4IndexIsRead) {
 }
 
 TEST_F(IndexFile, DetectionTakesAPTFirstAndThenInstaller4) {
-  EXPECT_EQ(packageIn(write("a.gz", gzipped(kAPTIndex)), kAutoDetectChoice).packageName(),
+  EXPECT_EQ(packageIn(write("a.gz", gzipped(kAPTIndex)), RepositoryKind::automatic).packageName(),
             "com.example.a");
-  EXPECT_EQ(packageIn(write("b", kInstaller4Index), kAutoDetectChoice).packageName(), "b");
+  EXPECT_EQ(packageIn(write("b", kInstaller4Index), RepositoryKind::automatic).packageName(), "b");
 }
 
 TEST_F(IndexFile, DetectionNeverFindsInstaller3) {
-  const Error error = errorOf(write("list", kInstaller3Index), kAutoDetectChoice);
+  const Error error = errorOf(write("list", kInstaller3Index), RepositoryKind::automatic);
   EXPECT_EQ(error.domain, kIndexFileErrorDomain);
   EXPECT_EQ(error.code, kIndexWithoutPackagesError);
 }
 
-TEST_F(IndexFile, AnyOtherChoiceIsAPT) {
-  EXPECT_EQ(packageIn(write("a", kAPTIndex), "something else").packageName(), "com.example.a");
-  EXPECT_EQ(errorOf(write("b", kInstaller4Index), "something else").code,
+TEST_F(IndexFile, AsAPTAnInstaller4IndexIsNotDetected) {
+  EXPECT_EQ(packageIn(write("a", kAPTIndex), RepositoryKind::apt).packageName(), "com.example.a");
+  EXPECT_EQ(errorOf(write("b", kInstaller4Index), RepositoryKind::apt).code,
             kIndexWithoutPackagesError);
 }
 
 TEST_F(IndexFile, ADamagedFileCannotBeDecoded) {
   const std::string payload = gzipped(kAPTIndex);
-  for (const std::string_view choice : {kAPTChoice, kAutoDetectChoice}) {
-    const Error error = errorOf(write("a.gz", payload.substr(0, payload.size() / 2)), choice);
+  for (const RepositoryKind kind : {RepositoryKind::apt, RepositoryKind::automatic}) {
+    const Error error = errorOf(write("a.gz", payload.substr(0, payload.size() / 2)), kind);
     EXPECT_EQ(error.domain, kIndexFileErrorDomain);
     EXPECT_EQ(error.code, kIndexNotReadableError);
     EXPECT_EQ(error.description, "The index file could not be decoded.");
@@ -125,56 +127,57 @@ TEST_F(IndexFile, ADamagedFileCannotBeDecoded) {
 
 TEST_F(IndexFile, ADamagedPropertyListGivesTheReadersWords) {
   const std::string path = write("list", "{ packages = (");
-  const Error error = errorOf(path, kInstaller3Choice);
+  const Error error = errorOf(path, RepositoryKind::installer3);
   EXPECT_EQ(error.domain, kPropertyListErrorDomain);
   EXPECT_THAT(error.description, HasSubstr("cannot be read"));
-  EXPECT_EQ(errorOf(path, kInstaller4Choice).description,
+  EXPECT_EQ(errorOf(path, RepositoryKind::installer4).description,
             "Installer 4 index could not be parsed: " + path);
 }
 
 TEST_F(IndexFile, APropertyListWithoutPackagesGivesTheReadersWords) {
   const std::string path = write("list", "{ a = b; }");
-  const Error error = errorOf(path, kInstaller3Choice);
+  const Error error = errorOf(path, RepositoryKind::installer3);
   EXPECT_EQ(error.domain, kInstaller3ErrorDomain);
   EXPECT_EQ(error.code, kNoPackagesArrayError);
-  EXPECT_EQ(errorOf(path, kInstaller4Choice).description,
+  EXPECT_EQ(errorOf(path, RepositoryKind::installer4).description,
             "Installer 4 index contains no packages array: " + path);
 }
 
 TEST_F(IndexFile, APropertyListThatIsNoDictionaryIsNotReadable) {
   const std::string path = write("list", "(a, b)");
-  EXPECT_EQ(errorOf(path, kInstaller3Choice).description,
+  EXPECT_EQ(errorOf(path, RepositoryKind::installer3).description,
             "Installer 3 repository could not be parsed as a plist.");
-  EXPECT_EQ(errorOf(path, kInstaller4Choice).code, kIndexNotReadableError);
+  EXPECT_EQ(errorOf(path, RepositoryKind::installer4).code, kIndexNotReadableError);
 }
 
 TEST_F(IndexFile, AnIndexWithoutPackagesIsAnError) {
   const std::string apt = write("a", "Package: a\n");
   const std::string list = write("b", packagesList(""));
-  for (const auto& [path, choice] : {std::pair{apt, kAPTChoice},
-                                     {apt, kAutoDetectChoice},
-                                     {list, kAutoDetectChoice},
-                                     {list, kInstaller3Choice}}) {
-    EXPECT_EQ(errorOf(path, choice).description, "The index file contains no packages.") << choice;
+  for (const auto& [path, kind] : {std::pair{apt, RepositoryKind::apt},
+                                   {apt, RepositoryKind::automatic},
+                                   {list, RepositoryKind::automatic},
+                                   {list, RepositoryKind::installer3}}) {
+    EXPECT_EQ(errorOf(path, kind).description, "The index file contains no packages.")
+        << static_cast<int>(kind);
   }
-  EXPECT_EQ(errorOf(list, kInstaller4Choice).description,
+  EXPECT_EQ(errorOf(list, RepositoryKind::installer4).description,
             "Installer 4 index contained zero usable packages: " + list);
 }
 
 TEST_F(IndexFile, AnEmptyFileIsAnError) {
   const std::string path = write("empty", "");
-  for (const std::string_view choice :
-       {kAPTChoice, kAutoDetectChoice, kInstaller3Choice, kInstaller4Choice}) {
-    EXPECT_NE(errorOf(path, choice).description, "") << choice;
+  for (const RepositoryKind kind : {RepositoryKind::apt, RepositoryKind::automatic,
+                                    RepositoryKind::installer3, RepositoryKind::installer4}) {
+    EXPECT_NE(errorOf(path, kind).description, "") << static_cast<int>(kind);
   }
-  EXPECT_EQ(errorOf(write("empty.gz", ""), kAPTChoice).code, kIndexNotReadableError);
+  EXPECT_EQ(errorOf(write("empty.gz", ""), RepositoryKind::apt).code, kIndexNotReadableError);
 }
 
 TEST_F(IndexFile, WhatIsNoFileGivesTheSystemsWords) {
   const auto expectError = [](const std::string& path, int number) {
-    for (const std::string_view choice :
-         {kAPTChoice, kAutoDetectChoice, kInstaller3Choice, kInstaller4Choice}) {
-      EXPECT_EQ(errorOf(path, choice), posixError(number)) << path;
+    for (const RepositoryKind kind : {RepositoryKind::apt, RepositoryKind::automatic,
+                                      RepositoryKind::installer3, RepositoryKind::installer4}) {
+      EXPECT_EQ(errorOf(path, kind), posixError(number)) << path;
     }
   };
   expectError(folder_.path("missing"), ENOENT);
@@ -193,7 +196,7 @@ TEST_F(IndexFileDeathTest, AFileThatMayNotBeReadGivesTheSystemsWords) {
             (::setgroups(0, nullptr) != 0 || ::setgid(65534) != 0 || ::setuid(65534) != 0)) {
           std::_Exit(2);
         }
-        std::_Exit(errorOf(path, kAPTChoice) == posixError(EACCES) ? 0 : 1);
+        std::_Exit(errorOf(path, RepositoryKind::apt) == posixError(EACCES) ? 0 : 1);
       },
       testing::ExitedWithCode(0), "");
 }
@@ -201,7 +204,7 @@ TEST_F(IndexFileDeathTest, AFileThatMayNotBeReadGivesTheSystemsWords) {
 TEST_F(IndexFile, AFileOfMoreThanHalfAGibibyteIsTooLarge) {
   const std::string path = write("large", "");
   ASSERT_EQ(::truncate(path.c_str(), (off_t{512} << 20) + 1), 0);
-  EXPECT_EQ(errorOf(path, kAPTChoice), posixError(EFBIG));
+  EXPECT_EQ(errorOf(path, RepositoryKind::apt), posixError(EFBIG));
 }
 
 TEST_F(IndexFileDeathTest, WantOfMemoryIsSaid) {
@@ -213,7 +216,7 @@ TEST_F(IndexFileDeathTest, WantOfMemoryIsSaid) {
         {
           haveLittleMemory();
           const LogRecorder log;
-          const bool isSaid = errorOf(path, kAPTChoice) == posixError(ENOMEM);
+          const bool isSaid = errorOf(path, RepositoryKind::apt) == posixError(ENOMEM);
           EXPECT_THAT(log.lines(),
                       Contains("[Crawler] Not enough memory for package index: " + path));
           std::_Exit(isSaid && !HasFailure() ? 0 : 1);

@@ -21,11 +21,11 @@ const std::string kIndex = "Package: com.example.a\nFilename: a.deb\n";
 class Passwords : public testing::Test {
  protected:
   // What a fetch of this kind reports. Nothing of it may hold the password.
-  std::vector<std::string> reportsOf(std::string_view choice) {
+  std::vector<std::string> reportsOf(RepositoryKind kind) {
     const LogRecorder log;
     outcomeOf([&](auto completion) {
       RepositoryFetcher(session_.factory())
-          .fetchPackagesOfChosenKind(choice, URL::parse(kSent), std::move(completion));
+          .fetchPackages(kind, URL::parse(kSent), std::move(completion));
     });
     EXPECT_THAT(log.allLines(), Each(Not(HasSubstr("secret"))));
     EXPECT_THAT(log.messages(), Each(Not(HasSubstr("secret"))));
@@ -39,7 +39,7 @@ TEST_F(Passwords, OfAnAPTRepositoryAreNotShown) {
   session_.answer(kSent + "Packages", {.body = "Package: a\n"});
   session_.answer(kSent + "Packages.gz", {.body = "no gzip"});
   session_.answer(kSent + "Packages.bz2", {.body = bzip2ed(kIndex)});
-  const std::vector<std::string> reports = reportsOf(kAPTChoice);
+  const std::vector<std::string> reports = reportsOf(RepositoryKind::apt);
   for (const std::string line :
        {"[Crawler] fetchPackagesFromRepositoryURL called with: ", "info: Fetching repository: "}) {
     EXPECT_THAT(reports, Contains(line + kShown));
@@ -65,7 +65,7 @@ TEST_F(Passwords, OfAnAPTRepositoryAreNotShown) {
 
 TEST_F(Passwords, AreNotShownInTheLineAboutMemory) {
   session_.answer(kSent + "Packages", {.body = "", .error = posixError(ENOMEM)});
-  EXPECT_THAT(reportsOf(kAPTChoice),
+  EXPECT_THAT(reportsOf(RepositoryKind::apt),
               Contains("[Crawler] Not enough memory for package index: " + kShown + "Packages"));
 }
 
@@ -74,7 +74,7 @@ TEST_F(Passwords, OfADetectedRepositoryAreNotShown) {
   session_.answer(kSent + "info/Info.plist", {.body = "{ a = b; }"});
   session_.answer(kSent + "info/index-2.0.plist", {.body = packagesList("")});
   session_.answer(kSent + "info/index-2.1.plist", {.body = packagesList("{ name = a; }")});
-  const std::vector<std::string> reports = reportsOf(kAutoDetectChoice);
+  const std::vector<std::string> reports = reportsOf(RepositoryKind::automatic);
   for (const std::string& line :
        {"[Crawler] Auto-detect fetch called with: " + kShown,
         "info: Auto-detecting repository type: " + kShown,
@@ -92,12 +92,12 @@ TEST_F(Passwords, OfADetectedRepositoryAreNotShown) {
 }
 
 TEST_F(Passwords, OfAnInstaller4RepositoryAreNotShown) {
-  EXPECT_THAT(reportsOf(kInstaller4Choice),
+  EXPECT_THAT(reportsOf(RepositoryKind::installer4),
               Contains("[Crawler] Installer 4-only fetch called with: " + kShown));
 }
 
 TEST_F(Passwords, OfAnInstaller3RepositoryAreNotShown) {
-  const std::vector<std::string> reports = reportsOf(kInstaller3Choice);
+  const std::vector<std::string> reports = reportsOf(RepositoryKind::installer3);
   for (const std::string line :
        {"[Crawler] Installer 3-only fetch called with: ", "info: Fetching Installer 3 repository: ",
         "[Installer3] Fetching repository: ", "info: Fetching Installer 3 repository XML: "}) {
@@ -106,7 +106,8 @@ TEST_F(Passwords, OfAnInstaller3RepositoryAreNotShown) {
 }
 
 TEST_F(Passwords, AreSentWithEachRequest) {
-  for (const std::string_view choice : {kAutoDetectChoice, kInstaller3Choice}) reportsOf(choice);
+  for (const RepositoryKind kind : {RepositoryKind::automatic, RepositoryKind::installer3})
+    reportsOf(kind);
   EXPECT_THAT(session_.requestedURLs(), Each(testing::StartsWith(kSent)));
 }
 

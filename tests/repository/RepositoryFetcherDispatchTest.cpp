@@ -204,35 +204,22 @@ TEST_F(RepositoryFetcherDispatch, WithoutAURLTheMessagesEndWithNothing) {
   EXPECT_EQ(log.lines().front(), "[Crawler] Installer 3-only fetch called with: (null)");
 }
 
-// The first message of a fetch tells which one it is.
-TEST_F(RepositoryFetcherDispatch, AChoiceStartsTheFetchThatItNames) {
-  const auto firstMessageOf = [&](std::string_view choice) {
+// The first message of a fetch shows which one it is.
+TEST_F(RepositoryFetcherDispatch, AKindStartsTheFetchThatItNames) {
+  const auto firstMessageOf = [&](RepositoryKind kind) {
     const LogRecorder log;
     outcomeOf([&](auto completion) {
-      RepositoryFetcher(session_.factory())
-          .fetchPackagesOfChosenKind(choice, kRepository, std::move(completion));
+      RepositoryFetcher(session_.factory()).fetchPackages(kind, kRepository, std::move(completion));
     });
     return log.messages().front();
   };
-  EXPECT_EQ(firstMessageOf("Cydia / APT"), "info: Fetching repository: http://repo.example");
-  EXPECT_EQ(firstMessageOf("Auto-detect"),
+  EXPECT_EQ(firstMessageOf(RepositoryKind::apt), "info: Fetching repository: http://repo.example");
+  EXPECT_EQ(firstMessageOf(RepositoryKind::automatic),
             "info: Auto-detecting repository type: http://repo.example");
-  EXPECT_EQ(firstMessageOf("Installer 4"), "warning: Falling back to Installer 4 detection...");
-  EXPECT_EQ(firstMessageOf("Installer 3"),
+  EXPECT_EQ(firstMessageOf(RepositoryKind::installer4),
+            "warning: Falling back to Installer 4 detection...");
+  EXPECT_EQ(firstMessageOf(RepositoryKind::installer3),
             "info: Fetching Installer 3 repository: http://repo.example");
-  for (const char* unknown : {"", "installer 3", "Installer 5"}) {
-    EXPECT_EQ(firstMessageOf(unknown), "info: Fetching repository: http://repo.example");
-  }
-}
-
-TEST_F(RepositoryFetcherDispatch, AnArchiveIsToldTheChoiceAndNotWhatWasDetected) {
-  EXPECT_EQ(RepositoryFetcher::archiveTypeOfChoice("Cydia / APT"), "APT");
-  EXPECT_EQ(RepositoryFetcher::archiveTypeOfChoice("Auto-detect"), "APT");
-  EXPECT_EQ(RepositoryFetcher::archiveTypeOfChoice("Installer 4"), "Installer4");
-  EXPECT_EQ(RepositoryFetcher::archiveTypeOfChoice("Installer 3"), "Installer3");
-  for (const char* unknown : {"", "installer 3", "Installer 5"}) {
-    EXPECT_EQ(RepositoryFetcher::archiveTypeOfChoice(unknown), "APT") << unknown;
-  }
 }
 
 TEST_F(RepositoryFetcherDispatch, EachFetchHasAnInstallerFetcherOfItsOwn) {

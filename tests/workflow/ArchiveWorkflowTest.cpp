@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <cstdlib>
+#include <filesystem>
 
 #include "base/Text.h"
 #include "repository/RepoParser.h"
@@ -17,16 +18,17 @@ constexpr const char* kArchive = "https://archive.test/api";
 
 class ArchiveWorkflowTest : public WorkflowTest {
  protected:
-  ArchiveWorkflowTest() {
-    setenv("XDG_CACHE_HOME", caches.path().c_str(), 1);
-    answer("check_repo.php", R"({"ok":true,"missing_packages":[]})");
-    answer("request_upload_token.php", R"({"ok":true,"upload_token":"t"})");
-    answer("upload_package.php", R"({"ok":true})");
-  }
+  ArchiveWorkflowTest() { setenv("XDG_CACHE_HOME", caches.path().c_str(), 1); }
   ~ArchiveWorkflowTest() override { unsetenv("XDG_CACHE_HOME"); }
 
   void answer(const std::string& page, const std::string& json) {
     client.answer(std::string(kArchive) + "/" + page, {200, json});
+  }
+
+  // An archive that gives a token and takes every upload.
+  void welcomeUploads() {
+    answer("request_upload_token.php", R"({"ok":true,"upload_token":"t"})");
+    answer("upload_package.php", R"({"ok":true})");
   }
 
   // Loads a repository of packages of three bytes each, which its server has.
@@ -65,9 +67,9 @@ class ArchiveWorkflowTest : public WorkflowTest {
   DownloadQueueManager queue{mainQueue, client.factory()};
   RepositoryMetadataArchiver metadataArchiver{mainQueue, client.factory()};
   DownloadWorkflow downloads{queue, metadataArchiver, observer};
-  std::string type = "Installer3";
+  RepositoryKind kind = RepositoryKind::installer3;
   ArchiveWorkflow workflow{
-      {mainQueue, archive, queue, downloads, repository, [this] { return type; }}, observer};
+      {mainQueue, archive, queue, downloads, repository, [this] { return kind; }}, observer};
 };
 
 TEST_F(ArchiveWorkflowTest, WithoutARepositoryTheCheckDoesNothing) {
@@ -80,6 +82,7 @@ TEST_F(ArchiveWorkflowTest, WithoutARepositoryTheCheckDoesNothing) {
 
 TEST_F(ArchiveWorkflowTest, ReportsEveryStageInOrder) {
   load({"a"});
+  welcomeUploads();
   archiveLacks({"a"});
   workflow.check();
   EXPECT_THAT(observer.taken(),
@@ -121,6 +124,7 @@ TEST_F(ArchiveWorkflowTest, ReportsEveryStageInOrder) {
 
 TEST_F(ArchiveWorkflowTest, SaysWhenTheArchiveLacksNothing) {
   load({"a"});
+  archiveLacks({});
   workflow.check();
   runUntilEvent("success: All packages have already been archived on the centralised location.");
   EXPECT_THAT(observer.questions, IsEmpty());
@@ -131,10 +135,9 @@ TEST_F(ArchiveWorkflowTest, SaysWhenTheArchiveLacksNothing) {
 TEST_F(ArchiveWorkflowTest, AFailedCheckKeepsWhatTheLastOneFound) {
   load({"a"});
   archiveLacks({"a"});
+  answer("check_repo.php", R"({"ok":false,"error":"Closed today."})");
   check();
   EXPECT_EQ(workflow.lastMissing().size(), 1u);
-  answer("check_repo.php", R"({"ok":false,"error":"Closed today."})");
-  workflow.check();
   workflow.check();
   runUntilEvent("error: Closed today.");
   EXPECT_EQ(workflow.lastMissing().size(), 1u);
@@ -160,6 +163,7 @@ TEST_F(ArchiveWorkflowTest, WithoutATokenNothingIsDownloaded) {
 
 TEST_F(ArchiveWorkflowTest, EntriesThatNameNoPackageCountForTheTokenAndAreNotMatched) {
   load({"a"});
+  welcomeUploads();
   archiveLacks({"b", "c"});
   check();
   observer.answer(0);
@@ -170,6 +174,7 @@ TEST_F(ArchiveWorkflowTest, EntriesThatNameNoPackageCountForTheTokenAndAreNotMat
 
 TEST_F(ArchiveWorkflowTest, CachedFilesAreUploadedWithoutADownload) {
   load({"a"});
+  welcomeUploads();
   archiveLacks({"a"});
   caches.write("Tolvane/CentralArchiveUploads/a.deb", "abc");
   check();
@@ -196,6 +201,7 @@ TEST_F(ArchiveWorkflowTest, AFileThatDidNotArriveAndAnUploadThatFailsAreCountedA
       "Package: a\nVersion: 1\nFilename: a.deb\n\nPackage: b\nVersion: 1\nFilename: none.deb\n\n");
   client.answer(std::string(kRepository) + "none.deb", failingAnswer(-1005, "Lost."));
   archiveLacks({"a", "b"});
+  answer("request_upload_token.php", R"({"ok":true,"upload_token":"t"})");
   answer("upload_package.php", R"({"ok":false,"error":"The disk is full."})");
   check();
   observer.answer(0);
@@ -210,11 +216,12 @@ TEST_F(ArchiveWorkflowTest, AFileThatDidNotArriveAndAnUploadThatFailsAreCountedA
 
 TEST_F(ArchiveWorkflowTest, DownloadsOneAtATimeAndThenAsManyAsBefore) {
   load({"a", "b"});
+  welcomeUploads();
   archiveLacks({"a", "b"});
   queue.setMaxConcurrentDownloads(4);
   std::int64_t width = 0;
   observer.onEvent = [&](const std::string& event) {
-    if (event == "status: Archive download 1 / 2") width = queue.maxConcurrentDownloads();
+    if (event.starts_with("status: Archive download ")) width = queue.maxConcurrentDownloads();
   };
   check();
   observer.answer(0);

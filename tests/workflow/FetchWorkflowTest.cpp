@@ -23,14 +23,10 @@ class FetchWorkflowTest : public WorkflowTest {
   FetchWorkflowTest() { logLines.clear(); }
 
   void fetch(const std::string& url, bool allowHTTPFallback = true,
-             std::string_view type = "Cydia / APT") {
-    workflow->fetchRepositoryURL(*URL::parse(url), type, allowHTTPFallback,
+             RepositoryKind kind = RepositoryKind::apt) {
+    workflow->fetchRepositoryURL(*URL::parse(url), kind, allowHTTPFallback,
                                  [this](FetchEnd end) { ends.push_back(std::move(end)); });
   }
-
-  // Requests for which nothing is scripted are answered with 404, as every index of a repository
-  // that is no longer there.
-  const std::string failure = "Could not fetch Packages file from repository.";
 
   RepositoryFetcher fetcher{client.factory()};
   std::unique_ptr<FetchWorkflow> workflow =
@@ -39,7 +35,8 @@ class FetchWorkflowTest : public WorkflowTest {
 };
 
 TEST_F(FetchWorkflowTest, ReportsAFetchFromItsStartToItsList) {
-  client.answer(std::string(kRepository) + "Packages", {200, "Package: a\n\nPackage: b\n"});
+  client.answer(std::string(kRepository) + "Packages",
+                {200, "Package: a\nFilename: a.deb\n\nPackage: b\nFilename: b.deb\n"});
   fetch(kRepository);
   EXPECT_THAT(observer.taken(),
               ElementsAre("fetch: on", "status: Fetching Packages file...",
@@ -55,11 +52,11 @@ TEST_F(FetchWorkflowTest, ReportsAFetchFromItsStartToItsList) {
 }
 
 TEST_F(FetchWorkflowTest, NamesInstaller4AndAutoDetectionAndNoOtherKind) {
-  fetch(kRepository, true, "Installer 4");
+  fetch(kRepository, true, RepositoryKind::installer4);
   EXPECT_EQ(observer.taken()[1], "status: Fetching Installer 4 repository...");
-  fetch(kRepository, true, "Auto-detect");
+  fetch(kRepository, true, RepositoryKind::automatic);
   EXPECT_EQ(observer.taken()[1], "status: Auto-detecting repository type...");
-  fetch(kRepository, true, "Installer 3");
+  fetch(kRepository, true, RepositoryKind::installer3);
   EXPECT_EQ(observer.taken()[1], "status: Fetching Packages file...");
   runUntil([this] { return ends.size() == 3; });
 }
