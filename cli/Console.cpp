@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "base/TerminalText.h"
-#include "model/CrawlerLogger.h"
 
 namespace tolvane {
 
@@ -20,16 +19,18 @@ constexpr std::string_view kFaint = "\033[2m";
 constexpr std::string_view kPlain = "\033[0m";
 constexpr std::string_view kEraseLine = "\r\033[K";
 
-std::string_view colorOf(std::string_view type) {
-  if (type == "error") return kRed;
-  if (type == "success") return kGreen;
-  if (type == "warning") return kYellow;
+std::string_view colorOf(LogType type) {
+  switch (type) {
+    case LogType::error:
+      return kRed;
+    case LogType::success:
+      return kGreen;
+    case LogType::warning:
+      return kYellow;
+    case LogType::info:
+      break;
+  }
   return kFaint;
-}
-
-std::string_view entry(const UserInfo& userInfo, const char* key) {
-  const auto found = userInfo.find(key);
-  return found == userInfo.end() ? std::string_view() : found->second;
 }
 
 }  // namespace
@@ -41,8 +42,9 @@ Console::~Console() {
   clearStatus();
 }
 
-void Console::append(std::string_view message, std::string_view type) {
-  if (settings_.warningsOnly && type != "warning" && type != "error") return;
+void Console::append(std::string_view message, std::string_view typeText) {
+  const LogType type = logTypeOf(typeText);
+  if (settings_.warningsOnly && type != LogType::warning && type != LogType::error) return;
   const std::string text = printable(message);
   const std::lock_guard lock(mutex_);
   const std::string line =
@@ -50,12 +52,12 @@ void Console::append(std::string_view message, std::string_view type) {
   write(settings_.color ? fmt::format("{}{}{}\n", colorOf(type), line, kPlain) : line + '\n');
 }
 
-void Console::appendLogged(std::string_view message, std::string_view type) {
+void Console::appendLogged(const CrawlerMessage& message) {
   {
     const std::lock_guard lock(mutex_);
-    if (!leftOut_.empty() && message.ends_with(leftOut_)) return;
+    if (!leftOut_.empty() && message.text.ends_with(leftOut_)) return;
   }
-  append(message, type);
+  append(message.text, message.typeText);
 }
 
 void Console::leaveOut(std::string ending) {
@@ -94,11 +96,9 @@ void Console::write(const std::string& lines) {
 }
 
 NotificationCenter::Token showLogBus(std::shared_ptr<Console> console) {
-  return NotificationCenter::defaultCenter().addObserver(
-      CrawlerLoggerDidLogMessageNotification,
-      [console = std::move(console)](const UserInfo& userInfo) {
-        console->appendLogged(entry(userInfo, "message"), entry(userInfo, "type"));
-      });
+  return observeCrawlerLog([console = std::move(console)](const CrawlerMessage& message) {
+    console->appendLogged(message);
+  });
 }
 
 }  // namespace tolvane

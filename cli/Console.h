@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "base/NotificationCenter.h"
+#include "model/CrawlerLogger.h"
 
 namespace tolvane {
 
@@ -28,8 +28,8 @@ class Console {
   Console(std::ostream& stream, ConsoleSettings settings);
   ~Console();  // clears the status line
 
-  // `type` is one of the log bus's; any other is shown like "info".
-  void append(std::string_view message, std::string_view type);
+  // `typeText` is one of the log bus's; any other is shown like "info".
+  void append(std::string_view message, std::string_view typeText);
 
   // From now on leaves out messages of the log bus that end with this text; "" ends that.
   void leaveOut(std::string ending);
@@ -48,7 +48,7 @@ class Console {
  private:
   friend NotificationCenter::Token showLogBus(std::shared_ptr<Console> console);
 
-  void appendLogged(std::string_view message, std::string_view type);
+  void appendLogged(const CrawlerMessage& message);
   void write(const std::string& lines);
 
   std::mutex mutex_;

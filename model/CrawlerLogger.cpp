@@ -2,8 +2,8 @@
 #include "model/CrawlerLogger.h"
 
 #include <string>
+#include <utility>
 
-#include "base/NotificationCenter.h"
 #include "base/SystemLog.h"
 
 namespace tolvane {
@@ -45,6 +45,26 @@ std::string_view CrawlerLogger::stringForLogType(int type) {
       break;
   }
   return "info";
+}
+
+LogType logTypeOf(std::string_view typeText) {
+  for (const LogType type : {LogType::success, LogType::warning, LogType::error}) {
+    if (typeText == CrawlerLogger::stringForLogType(static_cast<int>(type))) return type;
+  }
+  return LogType::info;
+}
+
+NotificationCenter::Token observeCrawlerLog(std::function<void(const CrawlerMessage&)> observer) {
+  return NotificationCenter::defaultCenter().addObserver(
+      CrawlerLoggerDidLogMessageNotification,
+      [observer = std::move(observer)](const UserInfo& userInfo) {
+        const auto entryOr = [&](const char* key, std::string_view otherwise) {
+          const auto found = userInfo.find(key);
+          return found == userInfo.end() ? otherwise : std::string_view(found->second);
+        };
+        const std::string_view typeText = entryOr("type", "info");
+        observer({entryOr("message", ""), typeText, logTypeOf(typeText)});
+      });
 }
 
 }  // namespace tolvane

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <functional>
 #include <string_view>
+
+#include "base/NotificationCenter.h"
 
 namespace tolvane {
 
@@ -29,5 +32,20 @@ class CrawlerLogger {
   // "info", "success", "warning" or "error".
   static std::string_view stringForLogType(int type);
 };
+
+// One posted message.
+struct CrawlerMessage {
+  std::string_view text;
+  std::string_view typeText;  // as it was posted; "info" where none was
+  LogType type;
+};
+
+// The type of that text, as stringForLogType() gives it; info for any other text.
+LogType logTypeOf(std::string_view typeText);
+
+// Calls the observer with each message that is posted, on the thread that posts it, as long as the
+// token lives.
+[[nodiscard]] NotificationCenter::Token observeCrawlerLog(
+    std::function<void(const CrawlerMessage&)> observer);
 
 }  // namespace tolvane

@@ -7,7 +7,6 @@
 #include "archive_client/CentralArchiveClient.h"
 #include "archive_client/CentralArchiveConfiguration.h"
 #include "base/SystemLog.h"
-#include "model/CrawlerLogger.h"
 
 namespace tolvane {
 
@@ -27,8 +26,7 @@ ViewController::~ViewController() {
 
 void ViewController::viewDidLoad(const HTTPClientFactory& clientFactory) {
   SystemLog::write("[UI] viewDidLoad");
-  logToken_ = NotificationCenter::defaultCenter().addObserver(
-      CrawlerLoggerDidLogMessageNotification, crawlerLoggerDidLogMessage());
+  logToken_ = observeCrawlerLog(crawlerLoggerDidLogMessage());
   fetcher_ = std::make_unique<RepositoryFetcher>(clientFactory);
   queueManager_ = std::make_unique<DownloadQueueManager>(mainQueue_, clientFactory);
   metadataArchiver_ = std::make_unique<RepositoryMetadataArchiver>(mainQueue_, clientFactory);

@@ -4,6 +4,7 @@
 #include <QSize>
 #include <QWidget>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -14,12 +15,12 @@
 #include "archive_client/CentralArchiveClient.h"
 #include "archive_client/CentralArchiveConfiguration.h"
 #include "async/MainQueue.h"
-#include "base/NotificationCenter.h"
 #include "base/URL.h"
 #include "download/DownloadCounters.h"
 #include "download/DownloadQueueManager.h"
 #include "download/RepositoryMetadataArchiver.h"
 #include "http/HTTPClient.h"
+#include "model/CrawlerLogger.h"
 #include "model/PackageEntry.h"
 #include "repository/RepositoryFetcher.h"
 #include "ui/ConsoleMessage.h"
@@ -95,7 +96,7 @@ class ViewController : public QWidget {
 
   // Console. What observes the log bus runs on any thread, perhaps after the controller's end; it
   // hands each message to the main queue. An absent text does nothing; an absent type is "info".
-  NotificationCenter::Observer crawlerLoggerDidLogMessage();
+  std::function<void(const CrawlerMessage&)> crawlerLoggerDidLogMessage();
   void appendConsoleMessage(std::optional<std::string_view> text,
                             std::optional<std::string_view> type);
   void consoleFilterChanged() { refreshConsoleView(); }

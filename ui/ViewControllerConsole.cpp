@@ -17,20 +17,15 @@ constexpr std::string_view kErrorType = "error";
 
 constexpr TextLine kNoMessages{"No console messages.", "info", true};
 
-std::string entryOr(const UserInfo& userInfo, const std::string& key, const char* otherwise) {
-  const auto found = userInfo.find(key);
-  return found == userInfo.end() ? otherwise : found->second;
-}
-
 }  // namespace
 
-NotificationCenter::Observer ViewController::crawlerLoggerDidLogMessage() {
+std::function<void(const CrawlerMessage&)> ViewController::crawlerLoggerDidLogMessage() {
   auto append =
       lifetime_.guardOn(mainQueue_, [this](const std::string& text, const std::string& type) {
         appendConsoleMessage(text, type);
       });
-  return [append = std::move(append)](const UserInfo& userInfo) {
-    append(entryOr(userInfo, "message", ""), entryOr(userInfo, "type", "info"));
+  return [append = std::move(append)](const CrawlerMessage& message) {
+    append(std::string(message.text), std::string(message.typeText));
   };
 }
 

@@ -91,5 +91,45 @@ TEST(CrawlerLogger, NotifiesOnTheCallingThreadBeforeItReturns) {
   EXPECT_THAT(posts.threads, ElementsAre(caller));
 }
 
+// The messages of observeCrawlerLog(), as "type text" with the type as its number.
+struct Messages {
+  std::vector<std::string> texts;
+  NotificationCenter::Token token = observeCrawlerLog([this](const CrawlerMessage& message) {
+    texts.push_back(std::to_string(static_cast<int>(message.type)) + " " +
+                    std::string(message.typeText) + " " + std::string(message.text));
+  });
+};
+
+TEST(CrawlerLogObserver, GetsEachMessageWithItsType) {
+  const Messages messages;
+  CrawlerLogger::logInfo("a");
+  CrawlerLogger::logSuccess("b");
+  CrawlerLogger::logWarning("c");
+  CrawlerLogger::logError("d");
+  EXPECT_THAT(messages.texts, ElementsAre("0 info a", "1 success b", "2 warning c", "3 error d"));
+}
+
+TEST(CrawlerLogObserver, GetsAnUnknownTypeAsInfoWithItsTextKept) {
+  const Messages messages;
+  for (const char* type : {"Error", "error ", "debug", ""}) {
+    NotificationCenter::defaultCenter().post(CrawlerLoggerDidLogMessageNotification,
+                                             {{"message", "a"}, {"type", type}});
+  }
+  EXPECT_THAT(messages.texts, ElementsAre("0 Error a", "0 error  a", "0 debug a", "0  a"));
+}
+
+TEST(CrawlerLogObserver, GetsAnEmptyInfoMessageForANotificationWithoutEntries) {
+  const Messages messages;
+  NotificationCenter::defaultCenter().post(CrawlerLoggerDidLogMessageNotification, {});
+  EXPECT_THAT(messages.texts, ElementsAre("0 info "));
+}
+
+TEST(CrawlerLogObserver, GetsNothingOnceItsTokenIsGone) {
+  Messages messages;
+  messages.token.reset();
+  CrawlerLogger::logInfo("a");
+  EXPECT_THAT(messages.texts, IsEmpty());
+}
+
 }  // namespace
 }  // namespace tolvane
