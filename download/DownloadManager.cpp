@@ -163,7 +163,7 @@ void DownloadManager::downloadPackage(const PackageEntry& package,
   const std::optional<URL> url = URLForPackage(package, repositoryURL);
   SystemLog::write("[Download] {}", describe(url));
   CrawlerLogger::logInfo(fmt::format("Downloading: {}", displayText(url)));
-  downloadPackage(package, url, localPath, 1, std::move(completion));
+  downloadPackage(package, DownloadURL{url}, LocalPath{localPath}, 1, std::move(completion));
 }
 
 void DownloadManager::fail(const PackageEntry& package, const Completion& completion,
@@ -173,12 +173,11 @@ void DownloadManager::fail(const PackageEntry& package, const Completion& comple
   completion(false, std::nullopt, error);
 }
 
-void DownloadManager::downloadPackage(const PackageEntry& package,
-                                      const std::optional<URL>& downloadURL,
-                                      const std::string& localPath, int retryCount,
-                                      Completion completion) {
-  Attempt::start(std::make_shared<Attempt>(Attempt{session_, package, downloadURL, localPath,
-                                                   retryCount, std::move(completion), observer_}));
+void DownloadManager::downloadPackage(const PackageEntry& package, DownloadURL downloadURL,
+                                      LocalPath localPath, int retryCount, Completion completion) {
+  Attempt::start(std::make_shared<Attempt>(Attempt{session_, package, std::move(downloadURL.url),
+                                                   std::move(localPath.path), retryCount,
+                                                   std::move(completion), observer_}));
 }
 
 std::optional<Error> DownloadManager::validationErrorForPackage(const PackageEntry& package,

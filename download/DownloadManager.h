@@ -26,6 +26,15 @@ enum DownloadManagerError : int {
   kSHA256MismatchError = 2004,
 };
 
+// What one attempt downloads and where to. Types of their own, so that neither can be taken for the
+// repository's URL and the folder of the whole download.
+struct DownloadURL {
+  std::optional<URL> url;
+};
+struct LocalPath {
+  std::string path;
+};
+
 // Downloads one package file into a folder and checks it against the size and digests that the
 // index gives. Keeps no state of a download, so any number may be under way.
 class DownloadManager {
@@ -49,8 +58,8 @@ class DownloadManager {
 
   // One attempt; the folder of `localPath` must exist. A timeout (-1001) is tried again after 2
   // seconds while `retryCount` is above 0.
-  void downloadPackage(const PackageEntry& package, const std::optional<URL>& downloadURL,
-                       const std::string& localPath, int retryCount, Completion completion);
+  void downloadPackage(const PackageEntry& package, DownloadURL downloadURL, LocalPath localPath,
+                       int retryCount, Completion completion);
 
   // Size, MD5 and SHA-256, in this order, each only where the index gives it.
   static std::optional<Error> validationErrorForPackage(const PackageEntry& package,

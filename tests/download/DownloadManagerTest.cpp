@@ -216,11 +216,30 @@ TEST_F(DownloadManagerTest, AFileThatFailsValidationStaysAndIsPresentNextTime) {
   EXPECT_THAT(session_.requests(), SizeIs(1));
 }
 
+template <typename URLArgument, typename PathArgument>
+concept IsAnAttempt = requires(DownloadManager& manager, URLArgument url, PathArgument path) {
+  manager.downloadPackage(PackageEntry(), url, path, 1, DownloadManager::Completion());
+};
+template <typename URLArgument, typename PathArgument>
+concept IsADownload = requires(DownloadManager& manager, URLArgument url, PathArgument path) {
+  manager.downloadPackage(PackageEntry(), url, path, DownloadManager::Completion());
+};
+
+TEST(DownloadManagerTypes, KeepARepositoryAndItsFolderApartFromAFileAndItsPath) {
+  EXPECT_TRUE((IsADownload<std::optional<URL>, std::string>));
+  EXPECT_TRUE((IsAnAttempt<DownloadURL, LocalPath>));
+  EXPECT_FALSE((IsADownload<DownloadURL, std::string>));
+  EXPECT_FALSE((IsADownload<std::optional<URL>, LocalPath>));
+  EXPECT_FALSE((IsAnAttempt<std::optional<URL>, LocalPath>));
+  EXPECT_FALSE((IsAnAttempt<DownloadURL, std::string>));
+}
+
 TEST_F(DownloadManagerTest, AnAttemptReplacesTheFileThatIsThere) {
   folder_.write("foo.deb", "old");
   session_.answer(kURL, {200, "hello", {}});
   PendingOutcome outcome;
-  manager_.downloadPackage(package(), URL::parse(kURL), path_, 0, outcome.completion());
+  manager_.downloadPackage(package(), DownloadURL{URL::parse(kURL)}, LocalPath{path_}, 0,
+                           outcome.completion());
   expectSuccess(outcome.wait(), path_);
   EXPECT_EQ(folder_.read("foo.deb"), "hello");
 }
@@ -229,7 +248,8 @@ TEST_F(DownloadManagerTest, AFileThatCannotBeMovedFails) {
   std::filesystem::create_directory(path_);
   session_.answer(kURL, {200, "hello", {}});
   PendingOutcome pending;
-  manager_.downloadPackage(package(), URL::parse(kURL), path_, 0, pending.completion());
+  manager_.downloadPackage(package(), DownloadURL{URL::parse(kURL)}, LocalPath{path_}, 0,
+                           pending.completion());
   const Outcome outcome = pending.wait();
   expectFailure(outcome, {"NSPOSIXErrorDomain", EISDIR, "Is a directory"});
   EXPECT_THAT(log_.messages(),
@@ -252,7 +272,8 @@ TEST_F(DownloadManagerTest, AFailedTransferLeavesTheFileThatIsThere) {
   folder_.write("foo.deb", "old");
   session_.answer(kURL, {200, "hel", Error{"NSURLErrorDomain", -1005, "Lost."}});
   PendingOutcome outcome;
-  manager_.downloadPackage(package(), URL::parse(kURL), path_, 0, outcome.completion());
+  manager_.downloadPackage(package(), DownloadURL{URL::parse(kURL)}, LocalPath{path_}, 0,
+                           outcome.completion());
   expectFailure(outcome.wait(), {"NSURLErrorDomain", -1005, "Lost."});
   EXPECT_EQ(folder_.read("foo.deb"), "old");
 }
@@ -282,7 +303,8 @@ TEST_F(DownloadManagerTest, OnlyATimeoutIsRetried) {
 TEST_F(DownloadManagerTest, AnAttemptWithoutRetriesLeftFailsAtTheFirstTimeout) {
   session_.answer(kURL, failingAnswer(-1001, "The request timed out."));
   PendingOutcome outcome;
-  manager_.downloadPackage(package(), URL::parse(kURL), path_, 0, outcome.completion());
+  manager_.downloadPackage(package(), DownloadURL{URL::parse(kURL)}, LocalPath{path_}, 0,
+                           outcome.completion());
   expectFailure(outcome.wait(), {"NSURLErrorDomain", -1001, "The request timed out."});
   EXPECT_THAT(log_.messages(), ElementsAre("error: Download failed: The request timed out."));
   EXPECT_THAT(session_.requests(), SizeIs(1));
@@ -327,7 +349,8 @@ TEST_F(DownloadManagerTest, EachTimeoutTakesOneOfTheRetriesLeft) {
   clock.skipDelays();
   session_.answer(kURL, failingAnswer(-1001, "The request timed out."));
   PendingOutcome outcome;
-  manager_.downloadPackage(package(), URL::parse(kURL), path_, 2, outcome.completion());
+  manager_.downloadPackage(package(), DownloadURL{URL::parse(kURL)}, LocalPath{path_}, 2,
+                           outcome.completion());
   expectFailure(outcome.wait(), {"NSURLErrorDomain", -1001, "The request timed out."});
   EXPECT_EQ(clock.elapsed(), 4s);
   EXPECT_THAT(session_.requests(), SizeIs(3));
