@@ -18,7 +18,7 @@ struct Encoding {
   std::size_t markSize = 0;
 };
 
-// Whether the bytes begin with zeros where the pattern has a "0", and with others elsewhere.
+// Whether the bytes begin with a zero for each "0" of the pattern, and with another byte elsewhere.
 bool beginsLike(std::string_view bytes, std::string_view pattern) {
   if (bytes.size() < pattern.size()) return false;
   for (std::size_t i = 0; i < pattern.size(); ++i) {
@@ -27,7 +27,8 @@ bool beginsLike(std::string_view bytes, std::string_view pattern) {
   return true;
 }
 
-// The first character of JSON is ASCII, so zeros beside it tell the encoding where no mark does.
+// Without a byte-order mark: the first character of JSON is ASCII, so zeros next to it show the
+// encoding.
 Encoding encodingOf(std::string_view bytes) {
   if (bytes.starts_with("\xFF\xFE\0\0"sv)) return {4, false, 4};
   if (bytes.starts_with("\0\0\xFE\xFF"sv)) return {4, true, 4};
@@ -40,7 +41,7 @@ Encoding encodingOf(std::string_view bytes) {
   return {};
 }
 
-// The units of a text, one after another.
+// Reads the code units one after another.
 class UnitReader {
  public:
   UnitReader(std::string_view bytes, const Encoding& encoding)
@@ -48,7 +49,7 @@ class UnitReader {
 
   bool atEnd() const { return bytes_.empty(); }
 
-  // No value where less than a unit is left.
+  // No value where less than a code unit is left.
   std::optional<std::uint32_t> take() {
     const std::size_t size = encoding_.unitSize;
     if (bytes_.size() < size) return std::nullopt;

@@ -25,8 +25,8 @@ Error readError(std::string_view what) {
           fmt::format("The answer is not JSON that can be read: {}.", what)};
 }
 
-// Makes the value that a text holds, and stops where there is something wrong with it: what the
-// library makes by itself has no limits, and a short text can hold more than memory does.
+// Builds the value of a JSON text and stops at what is wrong with it. The library's own builder has
+// no limits, and the value of a short text may need more memory than there is.
 class Builder final : public json::json_sax_t {
  public:
   json& value() { return root_; }
@@ -58,7 +58,7 @@ class Builder final : public json::json_sax_t {
   bool open(json&& value) {
     if (open_.size() == kMaximumDepth) return refuse("it is nested deeper than 256 levels");
     if (++values_ > kMaximumValues) return refuse("it has more than 10,000,000 values");
-    open_.push_back(place(std::move(value)));
+    open_.push_back(insert(std::move(value)));
     return true;
   }
 
@@ -70,12 +70,12 @@ class Builder final : public json::json_sax_t {
   bool scalar(json&& value) {
     if (open_.empty()) return refuse("it is neither an object nor a list");
     if (++values_ > kMaximumValues) return refuse("it has more than 10,000,000 values");
-    place(std::move(value));
+    insert(std::move(value));
     return true;
   }
 
-  // Puts the value where the text has it, and says where that is.
-  json* place(json&& value) {
+  // Adds the value to the list or object that is open; returns where it is now.
+  json* insert(json&& value) {
     json* parent = open_.empty() ? nullptr : open_.back();
     if (parent && parent->is_array()) {
       auto& list = parent->get_ref<json::array_t&>();
@@ -93,7 +93,7 @@ class Builder final : public json::json_sax_t {
 
   json root_;
   std::vector<json*> open_;  // the lists and objects that have not ended
-  json* member_ = nullptr;   // of the last of these, where that is an object
+  json* member_ = nullptr;   // the value of the last key, where the last of these is an object
   std::size_t values_ = 0;
   std::optional<Error> fault_;
 };
@@ -117,7 +117,7 @@ Reading readInItsEncoding(std::string_view bytes) {
   return text ? readUTF8(*text) : Reading{nullptr, readError("it holds what is no character")};
 }
 
-// Texts, numbers and booleans have a text form, the same as in property lists.
+// Strings, numbers and booleans have a text form, the same as in property lists.
 std::optional<std::string> textForm(const json& value) {
   if (value.is_string()) return value.get<std::string>();
   if (value.is_number_float()) {

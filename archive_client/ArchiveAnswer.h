@@ -17,7 +17,7 @@ inline constexpr int kJSONReadError = 3840;
 inline constexpr int kJSONWriteError = 3852;
 
 // The body of an answer of the archive, which should be one JSON object (RFC 8259) in UTF-8,
-// UTF-16 or UTF-32, and be well-formed there. Lists of any kind are valid JSON too; bare texts,
+// UTF-16 or UTF-32, and be well-formed there. Lists of any kind are valid JSON too; bare strings,
 // numbers, booleans and null are not, nor is what is nested deeper than 256 levels or has more than
 // 10,000,000 values.
 class ArchiveAnswer {
@@ -32,11 +32,11 @@ class ArchiveAnswer {
   // Those that follow are for dictionaries. The value of a member; null where there is none.
   nlohmann::json* find(std::string_view key);
 
-  // The member "ok": true, a number other than 0, or a text by booleanValue().
+  // The member "ok": true, a number other than 0, or a string for which booleanValue() is true.
   bool isOK();
 
-  // The member "error": a text, or a number or boolean in its text form. `otherwise` where there is
-  // nothing of the kind.
+  // The member "error": a string, or a number or boolean in its text form. `otherwise` where there
+  // is nothing of the kind.
   std::string errorText(std::string_view otherwise);
 
  private:
@@ -44,8 +44,8 @@ class ArchiveAnswer {
   std::optional<Error> parseError_;
 };
 
-// A body that could not be read, as it stands in the system log: its text up to so many UTF-16 code
-// units and then "...", or "<non-utf8 response>".
+// How the system log shows a body that could not be read: its first `longest` UTF-16 code units,
+// and "..." where it is longer, or "<non-utf8 response>".
 std::string previewOf(std::string_view body, std::size_t longest);
 
 }  // namespace tolvane

@@ -25,14 +25,14 @@ using std::chrono::seconds;
 constexpr std::size_t kLongestAnswer = std::size_t{128} << 20;
 constexpr std::size_t kLongestPreview = 1000;
 
-// A server may refuse what it has not seen to its end, but it has nothing yet to call a success.
-std::optional<Error> errorInHaste(std::string_view answer, const HTTPResponse& response) {
+// A server may refuse a request before it has read all of it, but cannot have succeeded with it.
+std::optional<Error> errorOfEarlySuccess(std::string_view answer, const HTTPResponse& response) {
   if (!response.cutRequestShort || !ArchiveAnswer(answer).isOK()) return std::nullopt;
   return Error{std::string(kURLErrorDomain), kURLErrorNetworkConnectionLost,
                "The server answered before the whole request was sent."};
 }
 
-// No value where a text is not UTF-8, or where there is no memory for it.
+// No value where a string is not UTF-8, or where there is no memory for it.
 std::optional<std::string> tokenBody(std::string_view repositoryURL,
                                      std::string_view repositoryType, std::size_t packageCount) {
   try {
@@ -54,7 +54,7 @@ void fail(const Completion& completion, Nothing nothing, Error error) {
   completion(std::move(nothing), std::move(error));
 }
 
-// An answer that has come, and is not empty.
+// For a body that is not empty.
 void readCheckAnswer(std::string_view body,
                      const CentralArchiveClient::CheckCompletion& completion) {
   ArchiveAnswer answer(body);
@@ -125,7 +125,7 @@ TokenResult readTokenAnswer(std::string_view body) {
   }
   nlohmann::json* member = answer.find("upload_token");
   auto* token = member ? member->get_ptr<std::string*>() : nullptr;
-  // Uploads could not carry one with a line break in it, and would fail one after another.
+  // With a token that no header field can carry, every upload would fail.
   if (token && !token->empty() && canBeSent(*token)) return {std::move(*token), std::nullopt};
   Error error = archiveError(3005, "Upload token response did not contain a token.");
   CrawlerLogger::logError(error.description);
@@ -162,6 +162,10 @@ std::string_view archiveTypeOf(RepositoryKind kind) {
       break;
   }
   return "APT";
+}
+
+bool canBeSent(std::string_view credential) {
+  return credential.find_first_of(std::string_view("\r\n\0", 3)) == std::string_view::npos;
 }
 
 struct CentralArchiveClient::Token {
@@ -276,7 +280,7 @@ void CentralArchiveClient::send(HTTPRequest request, seconds requestTimeout,
              [completion = std::move(completion)](std::string answer,
                                                   const std::optional<HTTPResponse>& response,
                                                   std::optional<Error> error) {
-               if (!error && response) error = errorInHaste(answer, *response);
+               if (!error && response) error = errorOfEarlySuccess(answer, *response);
                completion(std::move(answer), response, std::move(error));
              });
 }

@@ -18,12 +18,16 @@
 
 namespace tolvane {
 
-// Domain of the client's own errors. Those of transport and JSON are handed on as they are.
+// Domain of the client's own errors. Those of transport and JSON are passed on unchanged.
 inline constexpr std::string_view kCentralArchiveErrorDomain = "CentralArchiveClient";
 
 // A repository's type as the archive knows it: "APT", "Installer4" or "Installer3". It follows what
 // was chosen, not what the repository turned out to be, so automatic detection counts as APT.
 std::string_view archiveTypeOf(RepositoryKind kind);
+
+// Whether a header field can carry the secret or token: one ends at CR or LF, and libcurl's strings
+// at a NUL.
+bool canBeSent(std::string_view credential);
 
 // The client of a central archive, a server that collects the packages of repositories. Three
 // requests, all of them POST with a JSON answer: which packages of a repository are missing there,
@@ -32,14 +36,14 @@ std::string_view archiveTypeOf(RepositoryKind kind);
 //
 // A completion is called exactly once: for a failure before anything is sent, on the caller's
 // thread before the operation returns, otherwise on a background thread. Calls may overlap, nothing
-// is tried again, and the client may go before they end. The HTTP status of an answer is logged and
-// decides nothing.
+// is tried again, and the client may be destroyed before they end. The HTTP status of an answer is
+// logged and decides nothing.
 //
-// An answer that ended a request before the whole of it was sent may be a failure in the server's
-// words; a success it is not, but a transport error.
+// An answer that comes before the whole request was sent may be a failure in the server's words. A
+// success that comes so early is a transport error instead.
 //
-// Secret and token go to the base URL's own scheme, host and port and to nobody else. A redirect
-// elsewhere, or one that would drop the request's body, is a transport error.
+// Secret and token are sent to the base URL's own scheme, host and port and nowhere else. A
+// redirect to another, or one that would drop the request's body, is a transport error.
 class CentralArchiveClient {
  public:
   // The list is empty on failure. Valid JSON that is no object gives an empty list and no error.
@@ -64,8 +68,8 @@ class CentralArchiveClient {
   const std::string& apiSecret() const { return apiSecret_; }
   void setApiSecret(std::string secret) { apiSecret_ = std::move(secret); }
 
-  // The token that was received last; "" until then. A request that fails leaves it as it is. Under
-  // one with a line break or NUL in it nothing is uploaded.
+  // The token that was received last; "" until then. A request that fails leaves it as it is. With
+  // a token that has a line break or NUL in it nothing is uploaded.
   std::string uploadToken() const;
   void setUploadToken(std::string token);
 
@@ -80,21 +84,20 @@ class CentralArchiveClient {
                           CheckCompletion completion) const;
 
   // Announces that many uploads and gets the token for them, which is also kept for
-  // uploadPackage(). One that cannot be sent counts as none. Sends no credential. Errors 3001, 3003
-  // to 3005.
+  // uploadPackage(). A token for which canBeSent() is false counts as none. Sends no credential.
+  // Errors 3001, 3003 to 3005.
   void requestUploadTokenForRepositoryURL(std::string_view repositoryURL,
                                           std::optional<std::string_view> repositoryType,
                                           std::size_t packageCount, TokenCompletion completion);
 
-  // Sends a file from the disk with what the record says of it, under the token or, where there is
-  // none, the secret; it is not configured where the one or the other cannot be sent. The whole
-  // file is in memory meanwhile. Errors 2000 to 2004; what becomes of it is not told on the log
-  // bus.
+  // Sends a file with the fields of its record, under the token or, where there is none, the
+  // secret; error 2000 where canBeSent() is false for that. The whole file is in memory meanwhile.
+  // Errors 2000 to 2004. The outcome is not reported on the log bus.
   void uploadPackage(const PackageEntry& package, std::string_view repositoryURL,
                      std::optional<std::string_view> repositoryType,
                      const std::string& localFilePath, UploadCompletion completion) const;
 
-  // Appends one text part of a multipart form (RFC 7578). Nothing is escaped.
+  // Appends one part of a multipart form (RFC 7578). Nothing is escaped.
   static void appendFormField(std::string_view name, std::string_view value,
                               std::string_view boundary, std::string& body);
 
@@ -107,7 +110,7 @@ class CentralArchiveClient {
 
   std::string apiBaseURL_;
   std::string apiSecret_;
-  std::shared_ptr<Token> token_;  // also of the requests under way
+  std::shared_ptr<Token> token_;  // shared with the requests under way
   HTTPClientFactory clientFactory_;
 };
 

@@ -3,7 +3,7 @@
 
 #include <sys/stat.h>
 
-#include "archive_client/CentralArchiveErrors.h"
+#include "archive_client/CentralArchiveClient.h"
 #include "base/SystemLog.h"
 #include "plist/PropertyListFile.h"
 
@@ -32,7 +32,7 @@ std::string_view centralArchiveBaseURL() {
 std::string centralArchiveAPISecret(const Configuration& configuration) {
   std::string secret = secretIn(configuration.infoPath);
   if (!secret.empty()) {
-    // Such a list is there to be read by all, as long as it holds no secret.
+    // Without a secret, anybody may read this list.
     warnIfOthersCanRead(configuration.infoPath);
   } else {
     warnIfOthersCanRead(configuration.defaultsPath);

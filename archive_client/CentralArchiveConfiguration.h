@@ -12,9 +12,9 @@ namespace tolvane {
 // https, without a trailing slash.
 std::string_view centralArchiveBaseURL();
 
-// The secret for the archive: that of the information property list where it has one, else the
-// user's, else "". One with a line break or NUL in it, which no header field can carry, is refused:
-// "" as well. A file that others can read and that may hold it is named in the system log.
+// The secret for the archive: that of the information property list, else the user's, else "". Also
+// "" for one that no header field can carry (canBeSent()). A file that may hold the secret and that
+// others can read is named in the system log.
 std::string centralArchiveAPISecret(const Configuration& configuration = Configuration::current());
 
 }  // namespace tolvane

@@ -16,12 +16,4 @@ Error encodingError(std::string description) {
   return {std::string(kJSONErrorDomain), kJSONWriteError, std::move(description)};
 }
 
-bool canBeSent(std::string_view credential) {
-  return credential.find_first_of(std::string_view("\r\n\0", 3)) == std::string_view::npos;
-}
-
-std::string_view originalURLOf(const PackageEntry& package) {
-  return package.downloadURL().empty() ? package.filename() : package.downloadURL();
-}
-
 }  // namespace tolvane

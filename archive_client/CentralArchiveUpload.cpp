@@ -6,6 +6,7 @@
 #include "archive_client/ArchiveAnswer.h"
 #include "archive_client/CentralArchiveClient.h"
 #include "archive_client/CentralArchiveErrors.h"
+#include "archive_client/CheckRequestBody.h"
 #include "base/File.h"
 #include "base/SystemLog.h"
 #include "base/Text.h"
@@ -54,7 +55,7 @@ bool appendFilePart(const std::string& path, UploadForm& form) {
   form.body.append(form.filename).append("\"\r\n");
   form.body.append("Content-Type: application/octet-stream\r\n\r\n");
   const std::size_t begin = form.body.size();
-  // The file goes straight to its place, which leaves room for what follows it.
+  // Room for all of it at once, so that the file is not copied when the end is appended.
   form.body.reserve(begin + fileSize(path).value_or(0) + end.size());
   if (appendFile(path, form.body)) return false;
   form.fileSize = form.body.size() - begin;

@@ -7,7 +7,6 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
-#include "archive_client/CentralArchiveErrors.h"
 #include "base/Text.h"
 
 namespace tolvane {
@@ -16,8 +15,8 @@ namespace {
 
 using nlohmann::json;
 
-// The name under which the archive would keep the package. A record has no absent texts: an empty
-// one stands for them.
+// The name under which the archive would keep the package. A record has no absent fields: an empty
+// string stands for one.
 std::string archivedFilenameOf(const PackageEntry& package) {
   for (const std::string_view address : {package.downloadURL(), package.filename()}) {
     const std::string_view name = lastPathComponent(address);
@@ -30,15 +29,15 @@ std::string archivedFilenameOf(const PackageEntry& package) {
                      either(package.version(), "unknown"));
 }
 
-// Whether the text stands in JSON as it is.
-bool isPlain(std::string_view text) {
+// Whether JSON has the string as it is, unescaped.
+bool needsNoEscape(std::string_view text) {
   return isPrintableASCII(text) && text.find('"') == std::string_view::npos &&
          text.find('\\') == std::string_view::npos;
 }
 
-// Hundreds of thousands of texts make a request, so only those that need it go through the library.
-void appendText(std::string_view text, std::string& body) {
-  if (isPlain(text)) {
+// A request has hundreds of thousands of strings; the JSON library is slower than append().
+void appendString(std::string_view text, std::string& body) {
+  if (needsNoEscape(text)) {
     body.append("\"").append(text).append("\"");
   } else {
     body.append(json(text).dump());
@@ -52,7 +51,7 @@ void appendObject(Members members, std::string& body) {
   for (const auto& [name, value] : members) {
     body += before;
     body.append("\"").append(name).append("\":");
-    appendText(value, body);
+    appendString(value, body);
     before = ',';
   }
   body += '}';
@@ -76,7 +75,7 @@ std::optional<std::string> checkRequestBody(std::string_view repositoryURL,
   try {
     std::string body;
     appendObject({{"repository_url", repositoryURL}, {"repository_type", repositoryType}}, body);
-    body.back() = ',';  // the object goes on
+    body.back() = ',';  // instead of the object's end
     body += R"("packages":[)";
     for (const PackageEntry& package : packages) {
       if (body.back() == '}') body += ',';
@@ -89,6 +88,10 @@ std::optional<std::string> checkRequestBody(std::string_view repositoryURL,
   } catch (const std::bad_alloc&) {
     return std::nullopt;
   }
+}
+
+std::string_view originalURLOf(const PackageEntry& package) {
+  return package.downloadURL().empty() ? package.filename() : package.downloadURL();
 }
 
 }  // namespace tolvane
