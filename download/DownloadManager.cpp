@@ -25,7 +25,7 @@ Error managerError(DownloadManagerError code, std::string description) {
   return {std::string(kDownloadManagerErrorDomain), code, std::move(description)};
 }
 
-// The size that the index gives; 0, as for text that is no number, says nothing about the file.
+// The size that the index gives; 0 where it gives none, or no number.
 std::int64_t expectedSize(const PackageEntry& package) {
   return integerValue(package.size());
 }
@@ -63,7 +63,8 @@ std::optional<Error> digestError(const PackageEntry& package, const std::string&
 
 }  // namespace
 
-// One package on its way. It holds what a transfer needs, so that the manager may go meanwhile.
+// One package that is being downloaded. It holds what the transfer needs, so that the manager may
+// be destroyed meanwhile.
 struct DownloadManager::Attempt {
   std::shared_ptr<HTTPClient> session;
   PackageEntry package;
@@ -157,7 +158,7 @@ void DownloadManager::downloadPackage(const PackageEntry& package,
   if (const std::optional<Error> error = createFolder(destinationPath)) {
     return fail(package, completion, *error, destinationFailureText(*error));
   }
-  // The move would say so too, after a download every night.
+  // The move would fail too, but only after the download.
   if (isNameTooLong(localPath)) return refuse(posixError(ENAMETOOLONG));
 
   const std::optional<URL> url = URLForPackage(package, repositoryURL);

@@ -50,9 +50,9 @@ class DownloadManager {
   void setObserver(PackageObserver observer) { observer_ = std::move(observer); }
 
   // Downloads, moves into place and validates. The file gets its name before it is validated, and
-  // one that fails validation stays. A file or folder that stands there already is a success, and
-  // nothing is checked. The completion runs on a background thread, or at once on the calling one
-  // where nothing is sent.
+  // one that fails validation stays. Where a file or folder of that name exists already, that is a
+  // success and nothing is checked. The completion runs on a background thread, or at once on the
+  // calling one where nothing is sent.
   virtual void downloadPackage(const PackageEntry& package, const std::optional<URL>& repositoryURL,
                                const std::string& destinationPath, Completion completion);
 
@@ -75,7 +75,7 @@ class DownloadManager {
 
   // Where a package is saved, and whether it counts as already present, is decided by this name:
   // the last path component of `filename`, or else "packageName_version.deb". Never empty, but it
-  // comes from the index as it stands: downloadPackage() refuses one that would leave the folder.
+  // comes unchanged from the index: downloadPackage() refuses one that would leave the folder.
   static std::string localFilenameForPackage(const PackageEntry& package);
 
  private:

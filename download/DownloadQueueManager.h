@@ -20,8 +20,8 @@ namespace tolvane {
 
 // Downloads a list of packages into one folder, skips those already there, and counts.
 //
-// The width bounds package steps (a look at the disk and the start of a transfer), not transfers:
-// those are bounded by the download session alone.
+// maxConcurrentDownloads() limits package steps (a check of the disk and the start of a transfer);
+// transfers are limited by their HTTPClient alone.
 class DownloadQueueManager : public Installer4Retrieval {
  public:
   using PackageList = std::vector<PackageEntry>;
@@ -41,7 +41,7 @@ class DownloadQueueManager : public Installer4Retrieval {
   DownloadQueueManager(MainQueue& mainQueue, std::shared_ptr<DownloadManager> downloadManager,
                        const HTTPClientFactory& clientFactory = makeHTTPClient);
 
-  // Told the end of every package that a run does not skip. Before the first run.
+  // Called at the end of every package that a run does not skip. To be set before the first run.
   void setObserver(const PackageObserver& observer);
 
   std::int64_t maxConcurrentDownloads() const;           // 5 at first
@@ -56,7 +56,7 @@ class DownloadQueueManager : public Installer4Retrieval {
 
   // The packages whose name, by the rule of DownloadManager for every kind of package, does not
   // exist in the folder, in their order. On the calling thread. As a run does, it first removes the
-  // hidden names that killed processes have left in the folder.
+  // temporary files that killed processes have left in the folder.
   static PackageList missingPackagesFromPackages(const PackageList& packages,
                                                  const std::string& destinationPath);
 
@@ -75,7 +75,7 @@ class DownloadQueueManager : public Installer4Retrieval {
   void cancelAllDownloads();
 
  private:
-  // What package steps use of the queue, so that they may outlive it.
+  // The part of the queue that package steps use; they may outlive the queue.
   struct Shared {
     std::atomic<bool> cancelled{false};
     std::atomic<bool> hasInstaller4Packages{false};

@@ -7,8 +7,7 @@
 
 namespace tolvane {
 
-// What the user is told of a failure: what the error says of itself, and a text of ours where it
-// says nothing.
+// The log line of a failure: the error's description, and a sentence of ours where that is empty.
 std::string transferFailureText(const Error& error);
 std::string moveFailureText(const Error& error);
 std::string validationFailureText(const Error& error);

@@ -21,7 +21,7 @@ Error installerError(int code, std::string description) {
   return {std::string(kInstaller4ErrorDomain), code, std::move(description)};
 }
 
-// An address is worth a second try when it is another one. No address at all is another one, too.
+// A fallback is tried where it differs from the first URL, also where there was no first URL.
 bool isOtherAddress(const std::optional<URL>& fallbackURL, const std::optional<URL>& url) {
   return fallbackURL && fallbackURL != url;
 }
@@ -192,7 +192,7 @@ void Installer4Retrieval::downloadInstaller4PackageZipFromURL(
           return fail(completion,
                       installerError(status, "Could not download Installer package ZIP."));
         }
-        createFolder(destinationPath);  // the move says what is wrong with it
+        createFolder(destinationPath);  // where that fails, so does the move
         const std::string localPath = joinPath(destinationPath, name);
         if (std::optional<Error> failure = file.moveTo(localPath)) {
           return fail(completion, std::move(failure));

@@ -31,12 +31,12 @@ enum Installer4Error : int {
 // information property list, which names the ZIP file, and downloads that. Each of the two has one
 // mirrored address inside the repository, tried once when the first one fails.
 //
-// A value, and it keeps nothing of a retrieval: the retrieval carries what it needs, so that the
-// queue may go meanwhile. Completions are called once, on a background thread, or at once on the
+// A value. A retrieval carries all that it needs, so that the queue may be destroyed meanwhile.
+// Completions are called once, on a background thread, or at once on the
 // calling one where nothing is sent.
 class Installer4Retrieval {
  public:
-  // (true, true, false, none) for a saved ZIP file, which nothing is there to check against;
+  // (true, true, false, none) for a saved ZIP file, for which there are no digests to check;
   // (false, false, false, error) otherwise. The error may be absent: an information list that was
   // read but is no dictionary.
   using RetrievalCompletion =
@@ -47,7 +47,7 @@ class Installer4Retrieval {
 
   explicit Installer4Retrieval(const HTTPClientFactory& clientFactory);
 
-  // Told the end of every retrieval. Before the first one.
+  // Called at the end of every retrieval. To be set before the first one.
   void setObserver(PackageObserver observer) { observer_ = std::move(observer); }
 
   void downloadInstaller4Package(const PackageEntry& package,
@@ -70,7 +70,7 @@ class Installer4Retrieval {
                                            const std::string& destinationPath,
                                            RetrievalCompletion completion) const;
 
-  // Puts the "/" back before a folder "packages/" that was glued to what stands before it.
+  // The URL of that string, with a "/" inserted before "packages/" where it is missing.
   static std::optional<URL> cleanedInstaller4URLFromString(std::string_view text);
 
   // The location from its folder "packages/" on, below the repository.
@@ -86,12 +86,12 @@ class Installer4Retrieval {
   static std::string installer4BestKnownLocalFilenameForPackage(const PackageEntry& package);
 
  private:
-  // As downloadInstaller4Package(), but leaves the report to it.
+  // As downloadInstaller4Package(), without a call of the observer.
   void retrieve(const PackageEntry& package, const std::optional<URL>& repositoryURL,
                 const std::string& destinationPath, RetrievalCompletion completion) const;
 
   PackageObserver observer_;                  // may be empty
-  std::shared_ptr<LastRequest> lastRequest_;  // of one retrieval, where somebody observes it
+  std::shared_ptr<LastRequest> lastRequest_;  // of one retrieval; null without an observer
   std::shared_ptr<HTTPClient> session_;       // with the default timeouts
 };
 

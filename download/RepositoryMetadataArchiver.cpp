@@ -16,14 +16,14 @@ namespace tolvane {
 
 namespace {
 
-// What one archiving has come to.
+// The paths of one run that have ended.
 struct Outcome {
   std::mutex mutex;
   RepositoryMetadataArchiver::Paths archived;
   RepositoryMetadataArchiver::Paths missing;
 };
 
-// Saves what a success has brought. Where that fails, `error` says why.
+// Moves the file of a successful answer into place; sets `error` where that fails.
 bool save(TemporaryFile file, const std::optional<HTTPResponse>& response,
           std::optional<Error>& error, const std::string& localPath) {
   if (error || !isSuccess(statusOf(response))) return false;
@@ -53,7 +53,7 @@ void RepositoryMetadataArchiver::archiveMetadataForRepositoryURL(
   for (const std::string& path : candidatePaths()) {
     const std::string localPath = joinPath(destinationPath, path);
     const std::string folder = folderOf(localPath);
-    createFolder(folder);  // the move says what is wrong with it
+    createFolder(folder);  // where that fails, so does the move
     group.enter();
     const std::optional<URL> url = URLForCandidatePath(path, repositoryURL);
     session_->download(

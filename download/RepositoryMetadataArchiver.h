@@ -15,8 +15,7 @@
 
 namespace tolvane {
 
-// Saves a repository's index, release and icon files beside its packages, so that a local archive
-// keeps the repository's own description of itself.
+// Saves a repository's index, release and icon files into the folder of its packages.
 class RepositoryMetadataArchiver {
  public:
   using Paths = std::vector<std::string>;
@@ -28,15 +27,15 @@ class RepositoryMetadataArchiver {
                                       const HTTPClientFactory& clientFactory = makeHTTPClient,
                                       MetadataObserver observer = {});
 
-  // Asks for all 23 paths at once, each saved under its relative path below the folder; a file that
-  // stands there is replaced only by one that has arrived whole. The completion runs on the main
-  // queue; where the folder cannot be made, at once on the calling thread, with one entry in its
-  // second list: what the system says of it. It may be empty.
+  // Requests all 23 paths at once and saves each under its relative path below the folder; an
+  // existing file is replaced only by one that has arrived whole. The completion may be empty; it
+  // runs on the main queue, or, where the folder cannot be made, at once on the calling thread,
+  // with the system's error message as the one entry of its second list.
   void archiveMetadataForRepositoryURL(const std::optional<URL>& repositoryURL,
                                        const std::string& destinationPath,
                                        Completion completion) const;
 
-  // The paths that are asked for, in order.
+  // The paths that are requested, in order.
   static const Paths& candidatePaths();
 
   static std::optional<URL> URLForCandidatePath(std::string_view path,
