@@ -16,7 +16,8 @@ namespace {
 
 constexpr int kPackages = 60'000;
 
-// The list of a large repository of 60,000 packages: names, versions and places all differ.
+// The package list of a large repository: 60,000 packages whose identifiers, names, versions, sizes
+// and paths differ. The request for it has 16 MB.
 const std::vector<PackageEntry>& packages() {
   static const auto packages = [] {
     std::vector<PackageEntry> made;
@@ -35,10 +36,10 @@ const std::vector<PackageEntry>& packages() {
   return packages;
 }
 
-// Keeps the size of what it is asked to send.
-class MeasuringSession : public InstantClient {
+// Records the size of the body that it would send.
+class MeasuringClient : public InstantClient {
  public:
-  MeasuringSession(const std::string& body, std::size_t& size) : InstantClient(body), size_(size) {}
+  MeasuringClient(const std::string& body, std::size_t& size) : InstantClient(body), size_(size) {}
 
   void send(HTTPRequest request, BodyCompletion completion) override {
     size_ = request.body->size();
@@ -53,7 +54,7 @@ std::size_t buildRequest() {
   static const std::string answer = R"({"ok":true})";
   std::size_t size = 0;
   const CentralArchiveClient client("https://archive.example/api", "secret", [&size](const auto&) {
-    return std::make_shared<MeasuringSession>(answer, size);
+    return std::make_shared<MeasuringClient>(answer, size);
   });
   client.checkRepositoryURL("https://repo.example/", "APT", packages(),
                             [](const auto&, const auto&) {});
@@ -66,27 +67,27 @@ double seconds(const std::function<void()>& step) {
   return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
 }
 
-// The yardstick: as many bytes in as many texts, copied twice into one buffer.
-void copyTwice(const std::vector<std::string>& texts) {
+// For comparison: as many bytes in as many strings, copied twice into one buffer.
+void copyTwice(const std::vector<std::string>& strings) {
   std::string buffer;
   for (int copy = 0; copy < 2; ++copy) {
     buffer.clear();
-    for (const std::string& text : texts) buffer += text;
+    for (const std::string& string : strings) buffer += string;
     benchmark::DoNotOptimize(buffer.data());
   }
 }
 
-// The time of a round is the request's alone; the yardstick is measured beside it, round by round.
+// The time of a round is that of the request alone; the comparison is measured in the same round.
 void BuildCheckRequest(benchmark::State& state) {
   const std::size_t size = buildRequest();
-  const std::vector<std::string> texts(6 * kPackages, std::string(size / (6 * kPackages), 'x'));
+  const std::vector<std::string> strings(6 * kPackages, std::string(size / (6 * kPackages), 'x'));
   double building = 0;
   double copying = 0;
   for (auto round : state) {
     const double built = seconds([] { buildRequest(); });
     state.SetIterationTime(built);
     building += built;
-    copying += seconds([&texts] { copyTwice(texts); });
+    copying += seconds([&strings] { copyTwice(strings); });
   }
   const auto rounds = static_cast<double>(state.iterations());
   state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * size));

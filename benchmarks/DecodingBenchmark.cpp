@@ -15,7 +15,7 @@
 namespace tolvane {
 namespace {
 
-// An empty payload where packing failed; the benchmark then says so.
+// An empty payload if packing failed; the benchmark then reports an error.
 
 std::string packGzip(const std::string& text) {
   z_stream stream{};
@@ -52,11 +52,12 @@ std::string packXZ(const std::string& text) {
   return payload;
 }
 
-// A packed index of 50 MB into text, the check of its UTF-8 included. Bytes are those of the text.
+// Decompresses the invented index of 50 MB (GeneratedIndex.h) and checks that it is UTF-8. The rate
+// counts decompressed bytes.
 void unpackIndex(benchmark::State& state, const std::string& payload,
                  std::optional<std::string> (*unpack)(std::string_view)) {
   if (unpack(payload) != generatedIndex()) {
-    state.SkipWithError("the text is not what was packed");
+    state.SkipWithError("the text differs from what was packed");
     return;
   }
   for (auto round : state) benchmark::DoNotOptimize(unpack(payload));
@@ -79,8 +80,8 @@ void UnpackXZ(benchmark::State& state) {
   unpackIndex(state, payload, RepositoryFetcher::stringFromXZData);
 }
 
-// Plain text is checked and handed through, ISO 8859-1 is converted. Here one byte of it, the
-// last, shows that it is not UTF-8.
+// The index of 50 MB without compression: UTF-8 is checked and passed on, ISO 8859-1 is converted.
+// Of the latter only the last byte shows that it is not UTF-8.
 void decodeText(benchmark::State& state, const std::string& bytes) {
   for (auto round : state) {
     state.PauseTiming();

@@ -9,7 +9,7 @@
 namespace tolvane {
 namespace {
 
-// A file of one size that goes with the object.
+// A file of one repeated byte, removed with the object.
 class BenchmarkFile {
  public:
   explicit BenchmarkFile(std::size_t size)
@@ -28,8 +28,8 @@ class BenchmarkFile {
   std::filesystem::path path_;
 };
 
-// The digests of one package file that the system has in memory: 31 KB as a typical tweak has, and
-// 64 MB.
+// The digests of one package file in the page cache: 31 KB, as a typical tweak has, and 64 MB, as a
+// large package has.
 void digestFile(benchmark::State& state, DigestSelection selection) {
   const auto size = static_cast<std::size_t>(state.range(0));
   const BenchmarkFile file(size);

@@ -13,7 +13,7 @@ constexpr int kPackages = kGeneratedPackages;
 constexpr std::string_view kKeys[] = {"bundleIdentifier", "name",     "version", "description",
                                       "category",         "location", "size",    "maintainer"};
 
-// The values of one package in the order of the keys, the size among them as its digits.
+// The values of one package in the order of the keys; the size as decimal digits.
 std::vector<std::string> packageValues(int i) {
   static constexpr std::string_view kCategories[] = {"Themes", "Tweaks", "Utilities", "Games"};
   std::string description = "A small tool that changes how this and that looks and works. ";
@@ -52,7 +52,7 @@ std::string bigEndian(std::uint64_t number, int width) {
   return bytes;
 }
 
-// Writes binary lists with references and offsets of four bytes. Only keys are shared.
+// Writes binary property lists with references and offsets of four bytes. Only keys are shared.
 class BinaryWriter {
  public:
   std::size_t text(std::string_view text) {
@@ -60,7 +60,8 @@ class BinaryWriter {
   }
   std::size_t integer(std::uint64_t number) { return add("\x12" + bigEndian(number, 4)); }
 
-  // A list of the objects, or with "\xDF" a dictionary of as many keys and then values.
+  // With the marker "\xAF" an array of `count` objects, with "\xDF" a dictionary: `count` keys,
+  // then as many values.
   std::size_t container(char marker, std::size_t count, const std::vector<std::size_t>& objects) {
     std::string object = marker + ("\x12" + bigEndian(count, 4));
     for (const std::size_t each : objects) object += bigEndian(each, 4);

@@ -11,10 +11,10 @@
 
 namespace tolvane {
 
-// What invented indexes are written with: words and stanzas, the same in every run.
+// Writes invented indexes from a list of words, the same in every run.
 class InventedText {
  public:
-  // The words live for ever.
+  // The words have to live as long as the object.
   explicit InventedText(std::span<const std::string_view> words) : words_(words) {}
 
   std::size_t pick(std::size_t count) { return random_() % count; }
@@ -33,7 +33,7 @@ class InventedText {
   void add(std::string_view name, std::string_view value) {
     text_.append(name).append(": ").append(value).append("\n");
   }
-  // A further line of the field before.
+  // A continuation line of the last field.
   void addContinuation(std::string_view value) { text_.append(" ").append(value).append("\n"); }
   void endStanza() { text_ += "\n"; }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// What a run of the download queue holds in memory while it waits for a slow server: 100,000
-// packages of a generated index (see GeneratedIndex.h), asked of a server on loopback that takes
+// The memory of a run of the download queue that waits for a slow server: 100,000 packages of an
+// invented index (GeneratedIndex.h, 79 MB), requested from a server on loopback that accepts
 // connections and never answers. Prints resident memory in MB.
 #include <arpa/inet.h>
 #include <atomic>
@@ -40,11 +40,11 @@ double memory(const std::string& name) {
 }
 
 double residentMemory() {
-  ::malloc_trim(0);  // what was freed is not held
+  ::malloc_trim(0);  // freed memory does not count
   return memory("VmRSS");
 }
 
-// The port of a socket that listens and does nothing else, until the process ends.
+// The port of a socket that listens until the process ends. The kernel accepts the connections.
 int silentServer() {
   const int listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
   sockaddr_in address{};
@@ -77,7 +77,7 @@ void measure(const std::string& folder) {
   fmt::print("packages {}\nrecords {:.1f} MB\nqueue adds {:.1f} MB\npeak {:.1f} MB\n",
              packages.size(), withRecords - atStart, waiting - withRecords, memory("VmHWM"));
   std::fflush(stdout);
-  // The transfers would take their time.
+  // Without waiting for the transfers, which end only with their timeouts.
   std::filesystem::remove_all(folder);
   std::_Exit(0);
 }

@@ -24,7 +24,7 @@ constexpr std::size_t kFileSize = 500'000'000;
 constexpr std::string_view kAnswer =
     "HTTP/1.1 200 OK\r\nContent-Length: 11\r\nConnection: close\r\n\r\n{\"ok\":true}";
 
-// A server on loopback that reads each request to its end, throws it away and says that all is
+// A server on loopback that reads each request to its end, discards it and answers that all is
 // well.
 class Sink {
  public:
@@ -76,7 +76,8 @@ class Sink {
   std::thread thread_;
 };
 
-// A file of 500 MB on the disk, as large as packages come, which goes with the process.
+// A file of 500 MB, the size of the largest packages, of one repeated byte. Removed when the
+// process ends.
 class LargeFile {
  public:
   LargeFile() : path_(std::filesystem::temp_directory_path() / "tolvane-upload-benchmark.deb") {
@@ -112,25 +113,25 @@ double secondsSince(std::chrono::steady_clock::time_point begin) {
 }
 
 struct UploadTime {
-  double reading = 0;  // and putting the form together
+  double reading = 0;  // and building the form
   double sending = 0;
 };
 
-// No value where the server did not take the file.
+// No value if the server did not accept the file.
 std::optional<UploadTime> upload(const std::string& url, const std::string& path) {
   CentralArchiveClient client(url, "secret");
   std::promise<bool> uploaded;
   const auto begin = std::chrono::steady_clock::now();
   client.uploadPackage(PackageEntry(), "https://repo.example/", "APT", path,
                        [&uploaded](bool success, const auto&) { uploaded.set_value(success); });
-  const auto sent = std::chrono::steady_clock::now();  // from now on: the form is ready
+  const auto sent = std::chrono::steady_clock::now();  // the form is complete
   const double reading = secondsSince(begin);
   if (!uploaded.get_future().get()) return std::nullopt;
   return UploadTime{reading, secondsSince(sent)};
 }
 
-// The yardstick: the same file to the same server, read while it is sent. The wait for leave to
-// send, which the server would not give, is turned off. No value where curl fails.
+// For comparison: curl sends the same file to the same server, reading it while it sends. "Expect:
+// 100-continue" is turned off, because the server does not answer it. No value if curl fails.
 std::optional<double> uploadWithCurl(const std::string& url, const std::string& path) {
   const std::string command =
       "curl --silent --fail --output /dev/null --header Expect: --form 'package_file=@" + path +
@@ -140,12 +141,13 @@ std::optional<double> uploadWithCurl(const std::string& url, const std::string& 
   return secondsSince(begin);
 }
 
-// The time of a round is the client's, from the call to the answer; curl's follows in each round.
-// The peak is above what the process held before, and is measured without what curl takes.
+// The time of a round is that of the client, from the call to the answer; curl follows in each
+// round. The peak is the memory above that of the process before the first round; curl is another
+// process.
 void UploadFile(benchmark::State& state) {
   const std::string path = largeFile().path();
   const Sink sink;
-  std::ofstream("/proc/self/clear_refs") << "5";  // the peak begins here
+  std::ofstream("/proc/self/clear_refs") << "5";  // resets the peak (VmHWM)
   const double before = memory("VmRSS");
   UploadTime ours;
   double curls = 0;
@@ -153,7 +155,7 @@ void UploadFile(benchmark::State& state) {
     const auto time = upload(sink.url(), path);
     const auto curl = uploadWithCurl(sink.url(), path);
     if (!time || !curl) {
-      state.SkipWithError("the file was not taken");
+      state.SkipWithError("the file was not accepted");
       break;
     }
     state.SetIterationTime(time->reading + time->sending);
