@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
 
-# Warnings, sanitizers and include root: the same for everything that we compile.
+# Warnings, sanitizers and the include path: the same for all our targets.
 function(tolvane_target name)
   target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
   target_compile_options(${name} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor
@@ -12,21 +12,21 @@ function(tolvane_target name)
   if(TOLVANE_SANITIZE)
     target_compile_options(${name} PUBLIC -fsanitize=${TOLVANE_SANITIZE} -fno-omit-frame-pointer
                                           -fno-sanitize-recover=all)
-    # With the checks in between, GCC 12 sees overruns of short strings that cannot be. The plain
-    # builds keep these warnings.
+    # With sanitizers, GCC 12 gives false warnings about overruns of short strings. The other builds
+    # keep these warnings.
     target_compile_options(${name} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-array-bounds
                                            -Wno-maybe-uninitialized -Wno-restrict
                                            -Wno-stringop-overflow>)
     target_link_options(${name} PUBLIC -fsanitize=${TOLVANE_SANITIZE})
     if(TOLVANE_SANITIZE MATCHES "thread")
-      # ThreadSanitizer does not see the fences in Asio's headers, beside which Asio locks anyway.
+      # GCC warns that ThreadSanitizer ignores the fences in Asio's headers. Asio holds a lock there
+      # anyway.
       target_compile_options(${name} PRIVATE -Wno-tsan)
     endif()
   endif()
 endfunction()
 
-# One folder of the product is one library; every source file in it belongs to it, but for the
-# main.cpp of a program.
+# One folder of the product is one library of all its sources, except the main.cpp of a program.
 function(tolvane_library name)
   file(GLOB sources CONFIGURE_DEPENDS *.cpp *.h)
   list(FILTER sources EXCLUDE REGEX "/main\\.cpp$")

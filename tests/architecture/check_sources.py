@@ -1,12 +1,12 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Checks the rules of the tree that a compiler does not see.
+"""Checks rules of the tree that a compiler does not check.
 
     check_sources.py ROOT
 
-A folder includes only itself and the layers before it; an include in quotes is written from the
-root and names a file that is there; only ui and app include Qt; and every source says its licence.
-Prints one line a breach and exits with 1 if there is any.
+A folder includes only itself and the layers below it; an include in quotes is written from the root
+and names a file that exists; only ui and app include Qt; and every source names its licence. Prints a
+line for each breach and exits with 1 if there is any.
 """
 import re
 import sys
@@ -30,7 +30,7 @@ BELOW = {
     "app": {*CORE, "ui"},
 }
 WINDOW_FOLDERS = {"ui", "app"}
-# These are no part of the product: they may include any of it, and none of it includes them.
+# Not part of the product: they may include all of it, and nothing in it may include them.
 OUTSIDE = ("tests", "benchmarks")
 SCRIPT_FOLDERS = (*BELOW, *OUTSIDE, ".ci", "cmake", "packaging", "scripts")
 
@@ -41,11 +41,11 @@ SCRIPTS = {".py", ".sh"}
 INCLUDE = re.compile(r'^\s*#\s*(?:include|include_next|import)\s*(["<])([^">]+)[">]')
 QT_HEADER = re.compile(r"^(Q[A-Z]\w*|Qt\w*/.*|q[a-z]\w*\.h)$")
 LICENCE = "SPDX-License-Identifier: MIT"
-LICENCE_WITHIN_LINES = 2  # an interpreter's line may stand before it
+LICENCE_WITHIN_LINES = 2  # a #! line may come first
 
 
 def is_source(path):
-    """Whether the file is written by hand in a language that has comments."""
+    """Whether the file is code, a CMake file or a script."""
     if path.suffix in CODE | CMAKE | SCRIPTS or path.name == "CMakeLists.txt":
         return True
     if path.suffix:
@@ -66,10 +66,10 @@ def sources(root):
 
 
 def include_breach(root, file, target):
-    """What is wrong with file's quoted include of target, or None."""
+    """What is wrong with the include of `target` in quotes in `file`, or None."""
     owner, layer = file.parts[0], target.split("/")[0]
     if not (root / target).is_file() or layer not in (*BELOW, *OUTSIDE) or ".." in target.split("/"):
-        return f'"{target}" is not a file\'s path from the root'
+        return f'"{target}" is not the path of a file from the root'
     if owner in BELOW and layer != owner and layer not in BELOW[owner]:
         return f'{owner} may not include "{target}"'
     return None
@@ -94,7 +94,7 @@ def code_breaches(root, file, lines):
 
 
 def breaches(root):
-    """Every breach in the tree, each as one line of text."""
+    """Every breach in the tree, as one line each."""
     for file in sources(root):
         lines = (root / file).read_text(encoding="utf-8").splitlines()
         if not any(LICENCE in line for line in lines[:LICENCE_WITHIN_LINES]):
@@ -111,7 +111,7 @@ def main():
     found = list(breaches(root))
     print(*found, sep="\n", end="\n" if found else "")
     print(f"{count} sources, {len(found)} breaches")
-    # A tree without sources is a wrong path, and no proof of anything.
+    # A tree without sources is a wrong path.
     return 1 if found or count == 0 else 0
 
 

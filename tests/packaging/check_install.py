@@ -1,12 +1,12 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Checks what an installation consists of.
+"""Checks the files of an installation.
 
     check_install.py CMAKE BUILD_FOLDER VERSION
 
-Installs a finished build into a folder of its own, and reads it as a desktop and the program would:
-every file is there and no other, they agree about names and version, and none holds a secret. Prints
-one line a fault and exits with 1 if there is any.
+Installs a finished build into a temporary folder and reads the files as a desktop and the program do:
+every file exists and no other, their names and versions agree, and none has a secret. Prints a line for
+each fault and exits with 1 if there is any.
 """
 import configparser
 import os
@@ -18,13 +18,13 @@ import xml.etree.ElementTree as ElementTree
 from pathlib import Path
 
 ID = "example.tolvane.Tolvane"
-PROGRAM = "bin/tolvane"
-COMMAND = "bin/tolvane-cli"
+WINDOW = "bin/tolvane"
+CLI = "bin/tolvane-cli"
 INFO = "bin/Info.plist"
 DESKTOP = f"share/applications/{ID}.desktop"
 METAINFO = f"share/metainfo/{ID}.metainfo.xml"
 ICON = f"share/icons/hicolor/scalable/apps/{ID}.svg"
-FILES = {PROGRAM, COMMAND, INFO, DESKTOP, METAINFO, ICON}
+FILES = {WINDOW, CLI, INFO, DESKTOP, METAINFO, ICON}
 
 
 def install(cmake, build, prefix):
@@ -44,19 +44,19 @@ def file_faults(prefix):
 
 
 def program_faults(prefix, version):
-    for name in (PROGRAM, COMMAND):
+    for name in (WINDOW, CLI):
         if not os.access(prefix / name, os.X_OK):
-            yield f"{name} is no program"
-    said = subprocess.run([prefix / COMMAND, "--version"], text=True, stdout=subprocess.PIPE,
-                          check=False).stdout.strip()
-    if said != f"tolvane-cli {version}":
-        yield f'{COMMAND} says that it is "{said}"'
+            yield f"{name} is not executable"
+    output = subprocess.run([prefix / CLI, "--version"], text=True, stdout=subprocess.PIPE,
+                            check=False).stdout.strip()
+    if output != f"tolvane-cli {version}":
+        yield f'{CLI} --version prints "{output}"'
 
 
 def info_faults(prefix, version):
     with (prefix / INFO).open("rb") as file:
         info = plistlib.load(file)
-    expected = {"CFBundleIdentifier": ID, "CFBundleExecutable": Path(PROGRAM).name,
+    expected = {"CFBundleIdentifier": ID, "CFBundleExecutable": Path(WINDOW).name,
                 "CFBundleShortVersionString": version}
     for key, value in expected.items():
         if info.get(key) != value:
@@ -71,18 +71,18 @@ def desktop_faults(prefix, version):
     entry.optionxform = str
     entry.read(prefix / DESKTOP)
     section = entry["Desktop Entry"]
-    if section["Exec"] != Path(PROGRAM).name:
+    if section["Exec"] != Path(WINDOW).name:
         yield f"{DESKTOP} starts {section['Exec']}"
     if section["Icon"] != Path(ICON).stem:
         yield f"{DESKTOP} shows {section['Icon']}"
 
     root = ElementTree.parse(prefix / METAINFO).getroot()
     if root.findtext("id") != ID or root.findtext("launchable") != Path(DESKTOP).name:
-        yield f"{METAINFO} is of another program"
+        yield f"{METAINFO} describes another program"
     if root.find("releases/release").get("version") != version:
         yield f"{METAINFO} has no release {version} at its top"
     if not ElementTree.parse(prefix / ICON).getroot().tag.endswith("svg"):
-        yield f"{ICON} is no drawing"
+        yield f"{ICON} is not an SVG image"
 
 
 def main():
