@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Certificates for TLS servers on loopback, made on the spot by openssl(1)."""
+"""Certificates for TLS servers on loopback, made by openssl(1) for each run."""
 import ssl
 import subprocess
 
@@ -39,8 +39,8 @@ def sign(folder, name, subject, addresses, validity):
 
 
 def make_certificates(folder):
-    """TLS contexts of servers by the kind of their certificate, and the file of the one authority
-    that a client is to trust."""
+    """TLS contexts for servers, by the kind of their certificate, and the certificate file of the
+    authority that a client has to trust."""
     folder.mkdir()
     (folder / "index").touch()
     (folder / "serial").write_text("01\n")

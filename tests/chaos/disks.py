@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Disks that are full, have no room for another file, or may not be written to."""
+"""Disks that are full, have no inode for another file, or are read-only."""
 import subprocess
 
 from program import can_mount, make_folder, mount, remount, restricted, unmount
@@ -26,7 +26,7 @@ class Disks:
             yield from attacks
 
     def disk(self, attacked, options):
-        """The round's folder, on a file system of its own."""
+        """Mounts a file system of its own on the round's folder."""
         self.context.server.show(self.repository)
         mount(make_folder(attacked.out), options)
         attacked.at_end.append(lambda: unmount(attacked.out))
@@ -53,7 +53,7 @@ class Disks:
         attacked.recover(self.repository, *more)
 
     def full_for_metadata(self, attacked):
-        """All packages are there, and for the metadata there is no room left."""
+        """All packages are present, and the disk has no room for the metadata."""
         self.disk(attacked, "size=64m")
         attacked.labels.append("full for metadata")
         attacked.run("--quiet")
@@ -72,7 +72,7 @@ class Disks:
         unnamed = [path for path in self.repository.metadata if path not in present
                    and not any(path in line for line in run.complaints)]
         if unnamed:
-            attacked.broke("a failure is named", f"{', '.join(unnamed)} lack and are in no line")
+            attacked.broke("a failure is named", f"{', '.join(unnamed)} are missing and in no line")
 
     def read_only_disk(self, attacked):
         self.disk(attacked, "size=64m")
@@ -92,7 +92,7 @@ class Disks:
         probe = subprocess.run(restricted((), "touch", str(attacked.out / "probe")),
                                capture_output=True, check=False)
         if probe.returncode == 0:
-            self.context.skip("disks: read-only", "an ordinary user can write there all the same")
+            self.context.skip("disks: read-only", "an ordinary user can write there")
             reopen()
             (attacked.out / "probe").unlink()
             return
@@ -108,7 +108,7 @@ class Disks:
         attacked.expect_status(run, 1)
         attacked.expect_message(run)
         if run.code == 1 and words not in run.errors:
-            attacked.broke("a message", f"exit status 1, and not a word of: {words}")
+            attacked.broke("a message", f"exit status 1 without the message: {words}")
         attacked.expect_whole_files(self.repository.files())
         attacked.expect_no_hidden_files("a full or read-only disk")
         packages = {package.file: package.data for package in self.repository.packages}
@@ -116,7 +116,7 @@ class Disks:
 
 
 def fill_up(filler, folder):
-    """Nothing more fits on the folder's disk."""
+    """Fills the disk of the folder completely."""
     with filler.open("wb", buffering=0) as file:
         for step in (64 * KB, 512, 1):
             try:

@@ -1,42 +1,42 @@
 # SPDX-License-Identifier: MIT
-"""The ways in which a server gets a transfer wrong, and what a client may make of each."""
+"""The faults of a server, and which results of a client are correct for each."""
 import gzip
 import itertools
 from dataclasses import dataclass
 from typing import Callable
 
-# What may become of a request that meets the fault.
-WHOLE = "whole"  # the answer is odd and right: it is kept, byte for byte
-FAILURE = "failure"  # there is no whole answer: no file, and a failure that is named
-EITHER = "either"  # whole or a failure, and nothing between
-WRONG = "wrong"  # a whole answer with other bytes: named where the index gives size or digest
-ABSENT = "absent"  # the server does not have it: no file, and nothing to name
+# The correct results of a request that meets the fault.
+WHOLE = "whole"  # the answer is unusual but correct: it is kept, byte for byte
+FAILURE = "failure"  # there is no complete answer: no file, and a failure that is named
+EITHER = "either"  # complete, or a failure
+WRONG = "wrong"  # a complete answer with other bytes: named if the index gives size or digest
+ABSENT = "absent"  # the server does not have it: no file and no failure
 
 MEGABYTE = 1 << 20
-LONGEST_HEAD = 32 * MEGABYTE  # far more than any client has to read
+LONGEST_HEAD = 32 * MEGABYTE  # far more than a client has to read
 MAX_TIME = ("--max-time", "1")
 MAX_SIZE = ("--max-size", "2000000")
-BEYOND_INDEX = 128 * MEGABYTE  # a client that knows the size stops after 64
-BEYOND_MEMORY = 768 * MEGABYTE  # an index is held in memory, and ends after 512
+BEYOND_INDEX = 128 * MEGABYTE  # a client that knows the size stops 64 above it
+BEYOND_MEMORY = 768 * MEGABYTE  # an index is held in memory, and is limited to 512
 
 
 @dataclass
 class Fault:
-    """`pieces` gives what is sent: bytes, or a pause in seconds; it is called with the right body,
-    and with the server.Request where it takes two arguments. `bound` is the number of bytes after
-    which a client that still reads has broken its word."""
+    """`pieces` returns what is sent: bytes, or pauses in seconds. It is called with the correct
+    body, and with the server.Request if it takes two arguments. A client that reads more than
+    `bound` bytes fails the test."""
 
     name: str
     pieces: Callable
     package: str
     index: str = ""
     metadata: str = ""
-    ending: str = "close"  # or "keep", "reset", "hold", and "cut": TLS without its own end
+    ending: str = "close"  # or "keep", "reset", "hold", and "cut": TLS without close_notify
     over: str = ""  # a TLS server, to which the request is redirected first
     bound: int = 0
     only: tuple = ("sized", "unsized", "index", "metadata")
-    spoils: bool = False  # other requests on the same connection too
-    needs: tuple = ()  # the option that keeps it short, and its value
+    spoils: bool = False  # affects other requests on the same connection too
+    needs: tuple = ()  # an option that keeps the round short, and its value
 
     def __post_init__(self):
         self.index = self.index or self.package
@@ -114,7 +114,7 @@ def add_interim_answers():
     add("100, then the status line and the end", FAILURE,
         lambda body: [more, b"HTTP/1.1 200 OK\r\n"])
     add("100 and 103, then the answer", WHOLE, lambda body: [more, hints, *whole(body)])
-    add("101, unasked for", FAILURE, lambda body: [
+    add("101 without a request for it", FAILURE, lambda body: [
         head("Upgrade: other", "Connection: Upgrade", status="101 Switching Protocols"), body])
     add("interim answers without end", FAILURE, lambda body: itertools.repeat(hints * 500),
         bound=LONGEST_HEAD)
@@ -137,8 +137,8 @@ def add_lengths():
     add("Content-Length and chunked", EITHER, lambda body: [
         head(f"Content-Length: {len(body) // 2}", "Transfer-Encoding: chunked"), chunk(body),
         b"0\r\n\r\n"])
-    more = b"".join(whole(b"not asked for"))
-    add("a second answer with the body's end", WHOLE,
+    more = b"".join(whole(b"not requested"))
+    add("a second answer with the end of the body", WHOLE,
         lambda body: [sized(body), body + more], ending="keep", spoils=True)
     add("a second answer after the body", WHOLE,
         lambda body: [*whole(body), 0.01, more], ending="keep", spoils=True)
@@ -152,7 +152,7 @@ def add_chunks():
     add("chunked, cut in a size line", FAILURE,
         lambda body: chunked(chunk(half(body)), b"%x" % len(body)))
     add("chunked, cut in the data", FAILURE, lambda body: chunked(chunk(body)[:len(body) // 2]))
-    add("chunked, cut behind a chunk", FAILURE, lambda body: chunked(chunk(half(body))))
+    add("chunked, cut after a chunk", FAILURE, lambda body: chunked(chunk(half(body))))
     add("chunked, cut before the last chunk", FAILURE, lambda body: chunked(chunk(body)))
     add("chunked, cut in the last chunk", EITHER, lambda body: chunked(chunk(body), b"0\r\n"))
     add("chunked, cut in the trailers", EITHER,
@@ -174,7 +174,7 @@ def add_resets_and_stalls():
     add("reset in the body", FAILURE, lambda body: [sized(body), half(body)], ending="reset")
     add("reset in a body of unknown length", FAILURE, lambda body: [head(), half(body)],
         ending="reset")
-    add("reset behind the body", EITHER, whole, ending="reset")
+    add("reset after the body", EITHER, whole, ending="reset")
     for name, pieces in (("before the head", lambda body: []),
                          ("inside the head", lambda body: [b"HTTP/1.1 200 OK\r\nDate"]),
                          ("in the body", lambda body: [sized(body), half(body)])):
@@ -240,11 +240,11 @@ def add_redirects():
     add("redirect to itself", FAILURE, lambda body, request: [moved(request.path)], ending="keep")
     add("redirects without end", FAILURE,
         lambda body, request: [moved(request.next_turn)], ending="keep")
-    add("redirect without a place", WRONG,
+    add("redirect without a Location", WRONG,
         lambda body: whole(b"<html>", status="302 Found"), index=FAILURE, metadata=FAILURE)
     for name, place in (("a port that refuses", "http://127.0.0.1:1/"),
                         ("file:", "file:///etc/passwd"), ("ftp:", "ftp://127.0.0.1:1/x"),
-                        ("no address", "http://[::bad"), ("no host", "http:///x")):
+                        ("an invalid URL", "http://[::bad"), ("a URL without a host", "http:///x")):
         add(f"redirect to {name}", FAILURE, lambda body, place=place: [moved(place)],
             ending="keep")
 
@@ -258,7 +258,7 @@ def add_other_protocols():
     add("HTTP/1.0, cut", WRONG, lambda body: [head(version="HTTP/1.0"), half(body)])
     add("ended by the connection", WHOLE, lambda body: [head(), body])
     add("ended by the connection, cut", WRONG, lambda body: [head(), half(body)])
-    add("lines ended by LF alone", WHOLE, lambda body: [sized(body).replace(b"\r", b""), body])
+    add("lines that end in LF alone", WHOLE, lambda body: [sized(body).replace(b"\r", b""), body])
     add("head in single bytes", WHOLE, lambda body: [*single_bytes(sized(body)), body],
         ending="keep")
     add("folded header field", EITHER, lambda body: whole(body, "X-Note: one\r\n two"))
@@ -271,18 +271,20 @@ def add_other_protocols():
 
 def add_contents():
     coded = "Content-Encoding: gzip"
-    add("labelled gzip, and is not", WHOLE, lambda body: whole(body, coded), index=FAILURE,
+    add("labelled gzip, but not gzip", WHOLE, lambda body: whole(body, coded), index=FAILURE,
         ending="keep")
-    add("labelled gzip, and is", WRONG, lambda body: whole(gzip.compress(body), coded), index=WHOLE,
-        ending="keep")
+    add("labelled gzip, and gzip", WRONG, lambda body: whole(gzip.compress(body), coded),
+        index=WHOLE, ending="keep")
     add("labelled gzip, cut inside", WRONG, lambda body: whole(half(gzip.compress(body)), coded),
         index=FAILURE, ending="keep")
+    add("labelled gzip, one byte more", WRONG,
+        lambda body: whole(gzip.compress(body) + b"\n", coded), index=FAILURE, ending="keep")
     add("an unknown coding", WHOLE, lambda body: whole(body, "Content-Encoding: odd"), index=EITHER,
         ending="keep")
     add("one bit changed", WRONG, lambda body: whole(altered(body)), ending="keep")
     add("other bytes of the same size", WRONG, lambda body: whole(b"z" * len(body)), index=FAILURE,
         ending="keep")
-    add("half of it, said to be all", WRONG, lambda body: whole(half(body)), ending="keep")
+    add("half of it, with that length", WRONG, lambda body: whole(half(body)), ending="keep")
     add("one byte more", WRONG, lambda body: whole(body + b"\n"), ending="keep")
     add("empty, with 200", WRONG, lambda body: whole(b""), index=FAILURE, ending="keep")
     add("a page, with 200", WRONG, lambda body: whole(b"<html>Log in first</html>"), index=FAILURE,
@@ -292,22 +294,22 @@ def add_contents():
 def add_tls():
     for kind in ("expired", "self-signed", "other name"):
         add(f"TLS, certificate {kind}", FAILURE, whole, over=kind)
-    add("TLS, well", WHOLE, whole, over="tls", ending="keep")
+    add("TLS, correct", WHOLE, whole, over="tls", ending="keep")
     add("TLS, ended inside the head", FAILURE, lambda body: [sized(body)[:-2]], over="tls")
     add("TLS, ended in the body", FAILURE, lambda body: [sized(body), half(body)], over="tls")
     add("TLS, cut inside the head", FAILURE, lambda body: [sized(body)[:-2]], over="tls",
         ending="cut")
     add("TLS, cut in the body", FAILURE, lambda body: [sized(body), half(body)], over="tls",
         ending="cut")
-    add("TLS, cut behind the body", EITHER, whole, over="tls", ending="cut")
+    add("TLS, cut after the body", EITHER, whole, over="tls", ending="cut")
     add("TLS, unknown length, cut in the body", WRONG, lambda body: [head(), half(body)],
         over="tls", ending="cut")
-    add("TLS, unknown length, cut behind the body", EITHER, lambda body: [head(), body],
+    add("TLS, unknown length, cut after the body", EITHER, lambda body: [head(), body],
         over="tls", ending="cut")
-    add("TLS, unknown length, well", WHOLE, lambda body: [head(), body], over="tls")
+    add("TLS, unknown length, correct", WHOLE, lambda body: [head(), body], over="tls")
     add("TLS, reset in the body", FAILURE, lambda body: [sized(body), half(body)], over="tls",
         ending="reset")
-    add("https, and no TLS there", FAILURE,
+    add("https to a server without TLS", FAILURE,
         lambda body, request: [moved(f"https://127.0.0.1:{request.port}{request.path}")],
         ending="keep")
 

@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: MIT
-"""Kills: a signal at any moment between the start and the usual end of a run.
+"""Kills: a signal at a random moment between the start and the usual end of a run.
 
-Half of the rounds run where /proc is hidden. There the program cannot name an unnamed file, and
-falls back to hidden names, as on file systems without unnamed files.
+Half of the rounds run without /proc. Then the program cannot link an unnamed file, and uses hidden
+names, as on file systems without unnamed files.
 """
 import signal
 import time
@@ -20,7 +20,7 @@ class Kills:
     def __init__(self, context):
         self.context = context
         rng = context.rng("kills")
-        self.repositories = {}  # kind: repository, and seconds that the bodies of some take
+        self.repositories = {}  # kind: repository, and how many seconds some of its bodies take
         sizes = small_files(rng, 300) + [rng.randint(1 * MB, 3 * MB) for _ in range(4)]
         mixed = Repository(rng, sizes)
         paths = mixed.package_paths
@@ -56,7 +56,7 @@ class Kills:
 
     @staticmethod
     def prepare_folder(attacked, kind):
-        """A burst goes to a disk that is quick, so that a signal finds many files at work."""
+        """A burst is saved to a fast disk, so that a signal meets many files in progress."""
         if kind == "burst" and can_mount():
             mount(make_folder(attacked.out), "size=64m")
             attacked.at_end.append(lambda: unmount(attacked.out))
@@ -69,8 +69,8 @@ class Kills:
 
     @staticmethod
     def strike(attacked, hide_proc, options, usual):
-        """One run that a signal ends at any moment of its usual time. The hidden file that SIGKILL
-        leaves, if any."""
+        """One run that a signal ends at a random moment of its usual time. Returns the hidden file
+        that SIGKILL leaves, if any."""
         rng, hidden_before = attacked.rng, attacked.hidden_files()
         first = rng.choice(SIGNALS)
         second = rng.choice((None, None, None, None, first, signal.SIGTERM))
@@ -95,14 +95,13 @@ class Kills:
         return None
 
     def usual_seconds(self, kind, hide_proc):
-        """How long a run takes that nobody disturbs."""
+        """How long an undisturbed run takes."""
         if (kind, hide_proc) not in self.usual:
             measured = self.context.new_round(f"kills/usual-{kind}-{int(hide_proc)}")
             self.prepare_folder(measured, kind)
             self.usual[kind, hide_proc] = measured.run("--quiet", hide_proc=hide_proc).seconds
             self.context.close(measured)
         return self.usual[kind, hide_proc]
-
 
 
 def delete_packages(attacked, repository):

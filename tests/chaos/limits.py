@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: MIT
 """Limits of an ordinary user: open files, memory, processes (which count threads) and file size.
 
-Each kind is tried on a small program first; where that does not meet the limit, the kind is left
-out and said to be.
+Each kind is tried on a small program first. If the limit has no effect on it, the kind is skipped
+and the report says so.
 """
 import functools
 import itertools
@@ -13,13 +13,13 @@ from pathlib import Path
 from program import IS_ROOT, ORDINARY_USER, restricted
 from repository import Repository, small_files
 
-ENOUGH_FILES = 30  # with this many every package arrives
+ENOUGH_FILES = 30  # with this limit every package is downloaded
 OPEN_FILES = (16, 20, 24, 30, 40, 64, 100, 256)
 MEMORY = tuple(range(40, 800, 20))  # in MB
-PROCESSES = tuple(range(1, 31))  # more than the user runs already
+PROCESSES = tuple(range(1, 31))  # in addition to those that the user runs already
 FILE_SIZE = 10_000
 VALUES = {"nofile": OPEN_FILES, "as": MEMORY, "nproc": PROCESSES, "fsize": (FILE_SIZE,)}
-UNLOADABLE = "error while loading shared libraries"  # the system's words, before the program runs
+UNLOADABLE = "error while loading shared libraries"  # of the loader, before the program runs
 
 
 class Limits:
@@ -30,20 +30,20 @@ class Limits:
         self.context = context
         rng = context.rng("limits")
         self.repository = Repository(rng, small_files(rng, 120))
-        self.kinds = [kind for kind in ("nofile", "as", "nproc", "fsize") if self.bites(kind)]
+        self.kinds = [kind for kind in ("nofile", "as", "nproc", "fsize") if self.has_effect(kind)]
 
-    def bites(self, kind):
-        """The small program fails under the limit, and without it does not."""
+    def has_effect(self, kind):
+        """Whether the small program fails under the limit, and only then."""
         limit, *program = PROBES[kind]
         failures = [subprocess.run(restricted(limits, *program), capture_output=True, check=False,
                                    cwd=self.context.scratch).returncode != 0
                     for limits in ((), options({kind: limit}))]
         if failures != [False, True]:
-            self.context.skip(f"limits: {kind}", "the limit does not bite")
+            self.context.skip(f"limits: {kind}", "the limit has no effect")
         return failures == [False, True]
 
     def rounds(self):
-        """Few of each kind in turn, so that a short run meets them all."""
+        """A few values of each kind first, so that a short run covers all kinds."""
         few = VALUES | {"as": MEMORY[::4], "nproc": PROCESSES[::3]}
         for values in itertools.zip_longest(*(few[kind] for kind in self.kinds)):
             for kind, value in zip(self.kinds, values):
@@ -85,14 +85,15 @@ class Limits:
         if run.code == 0 or plenty or set(limits) == {"fsize"}:
             lacking = [package.file for package in fitting if package.file not in present]
             if lacking:
-                attacked.broke("every package that can arrives", f"{len(lacking)} of "
-                               f"{len(fitting)} lack: {' '.join(run.complaints[:1])}")
+                attacked.broke("every package that fits is downloaded",
+                               f"{len(lacking)} of {len(fitting)} are missing: "
+                               f"{' '.join(run.complaints[:1])}")
         packages = {package.file: package.data for package in self.repository.packages}
         attacked.expect_counters(run, [], packages)
 
 
 def options(limits):
-    """As prlimit(1) wants them, soft and hard."""
+    """Options of prlimit(1), for the soft and the hard limit."""
     values = dict(limits)
     if "as" in values:
         values["as"] *= 1_000_000
@@ -102,7 +103,7 @@ def options(limits):
 
 
 def running_threads():
-    """How many threads the ordinary user has."""
+    """How many threads the ordinary user runs."""
     user = ORDINARY_USER if IS_ROOT else os.getuid()
     return sum(threads_of(process, user) for process in Path("/proc").glob("[0-9]*"))
 
@@ -115,7 +116,7 @@ def threads_of(process, user):
     return int(fields["Threads"]) if int(fields["Uid"].split()[0]) == user else 0
 
 
-# For each kind a limit, and a small program that meets it.
+# For each kind a limit, and a small program that exceeds it.
 PROBES = {
     "nofile": (30, "bash", "-c", "exec 40</dev/null"),
     "as": (100, "dd", "if=/dev/zero", "of=/dev/null", "bs=200M", "count=1"),

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Attacks the headless command from outside for a while; see scripts/chaos."""
+"""Attacks tolvane-cli as a black box for some time; see scripts/chaos."""
 import argparse
 import os
 import random
@@ -23,8 +23,8 @@ from server import Server
 from transfers import Transfers
 
 CATEGORIES = (Kills, Transfers, Disks, Limits)
-GRACE = 35  # seconds beyond the end for a round that is on
-SHOWN = 8  # rounds that are listed for each way in which a promise was broken
+GRACE = 35  # seconds after the end for a round that is still running
+SHOWN = 8  # rounds that are listed for each kind of failure
 
 
 class Context:
@@ -37,7 +37,7 @@ class Context:
         self.kept = arguments.keep / f"{time.strftime('%Y%m%d-%H%M%S')}-{arguments.seed}"
         self.skipped = {}
         contexts, authority = make_certificates(work / "certificates")
-        # Copied, since the tree's own may be built anew, or stand where other users cannot read.
+        # Copied, because the program may be rebuilt meanwhile, or other users cannot read it there.
         copy = Path(shutil.copy2(arguments.program, work / "tolvane-cli"))
         shutil.copy2(authority, work / "authority.pem")
         environment = {"PATH": os.environ["PATH"], "HOME": str(self.scratch), "LANG": "C.UTF-8",
@@ -65,7 +65,7 @@ def folder_name(round_name):
 
 
 class Category:
-    """The rounds of one kind, what they took and how they ended."""
+    """The rounds of one kind, their time and their results."""
 
     def __init__(self, kind, context):
         self.attack = kind(context)
@@ -80,7 +80,7 @@ class Category:
         self.broken = []  # (name of the round, its problems)
 
     def play(self, only=None):
-        """The next round; False where there is none. All but the round `only` are passed over."""
+        """Plays the next round; False if there is none. With `only`, skips all other rounds."""
         attack = next(self.attacks, None)
         if attack is None:
             self.share = 0
@@ -117,7 +117,7 @@ class Category:
             yield from self.report_promise(promise)
 
     def report_promise(self, promise):
-        """What differs in details or numbers alone is shown by its first round."""
+        """Of failures that differ only in details or numbers, shows the first."""
         alike = {}
         for name, problems in self.broken:
             for kind, what, detail in problems:
@@ -133,7 +133,7 @@ class Category:
 
 
 def attack_for(seconds, categories):
-    """Plays the category that is furthest behind its share of the time, until that is over."""
+    """Always plays the category that is furthest behind its share, until the time is over."""
     end = time.monotonic() + seconds
     while time.monotonic() < end:
         able = [category for category in categories if category.share]
@@ -159,9 +159,9 @@ def play_again(name, categories):
 
 
 def report(context, categories):
-    """Prints what held and what broke; True where all held."""
+    """Prints the results; True if no round failed."""
     for what, why in context.skipped.items():
-        print(f"left out: {what}: {why}")
+        print(f"skipped: {what}: {why}")
     for category in categories:
         if category.played:
             print("\n".join(category.report()))
@@ -171,15 +171,15 @@ def report(context, categories):
 def parse_arguments():
     parser = argparse.ArgumentParser(prog="scripts/chaos")
     parser.add_argument("--seconds", type=int, default=200,
-                        help="after these no round begins (200)")
-    parser.add_argument("--program", type=Path, required=True, help="the command to attack")
-    parser.add_argument("--seed", type=int, default=int(time.time()), help="of all that is random")
-    parser.add_argument("--round", help="CATEGORY/NUMBER: only this one")
+                        help="no round starts after this time (200)")
+    parser.add_argument("--program", type=Path, required=True, help="the program to attack")
+    parser.add_argument("--seed", type=int, default=int(time.time()), help="of all random choices")
+    parser.add_argument("--round", help="CATEGORY/NUMBER: only this round")
     parser.add_argument("--only", help="only this category")
     parser.add_argument("--table", action="store_true",
-                        help="print what became of each fault, and attack with nothing else")
+                        help="only run each fault of the server alone, and print the results")
     parser.add_argument("--keep", type=Path, default=Path("build/chaos"),
-                        help="folder for what broken rounds leave")
+                        help="folder for the files of failed rounds")
     arguments = parser.parse_args()
     arguments.keep = arguments.keep.resolve()
     arguments.program = arguments.program.resolve()
@@ -187,7 +187,7 @@ def parse_arguments():
 
 
 def enter_namespace():
-    """Starts again in a mount namespace of its own, so that no mount outlives us."""
+    """Executes itself again in a mount namespace of its own, so that no mount outlives it."""
     alone = ["unshare", "--mount", "--propagation", "private"]
     if "TOLVANE_CHAOS_NAMESPACE" in os.environ or os.geteuid() != 0:
         return

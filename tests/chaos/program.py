@@ -1,6 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Runs the program under attack: as an ordinary user, under limits, and never for longer than a
-minute."""
+"""Runs the attacked program: as an ordinary user, under limits, for a minute at most."""
 import contextlib
 import os
 import re
@@ -12,7 +11,7 @@ import time
 from dataclasses import dataclass
 from pathlib import Path
 
-WATCHDOG = 60  # seconds that a run may take; a longer one hangs
+WATCHDOG = 60  # seconds that a run may take; a longer one counts as a hang
 ORDINARY_USER = 65534
 IS_ROOT = os.geteuid() == 0
 WITHOUT_PROC = ("unshare", "--mount", "sh", "-c", 'mount -t tmpfs none /proc && exec "$@"', "sh")
@@ -21,13 +20,13 @@ AS_ORDINARY_USER = ("setpriv", "--reuid", str(ORDINARY_USER), "--regid", str(ORD
 
 
 class TimeIsUp(Exception):
-    """The attack has to end, and the run that is on is no proof of a hang."""
+    """The time of the attack is over; the run that was still running is not a hang."""
 
 
 @dataclass
 class Run:
     command: list
-    code: int  # negative: died of that signal
+    code: int  # exit status, or the negative number of the signal that killed it
     hung: bool
     seconds: float
     output: str
@@ -51,8 +50,8 @@ class Program:
         return re.search(rf"(^|\s|,){option}\b", run.stdout) is not None
 
     def run(self, arguments, folder, attack=None, ignored=(), hide_proc=False, limits=()):
-        """`attack` is called with the process while it runs, `ignored` are signals that it is
-        started with, `limits` options of prlimit(1)."""
+        """`attack` is called with the running process, `ignored` are signals that it is started to
+        ignore, `limits` options of prlimit(1)."""
         command = [*(WITHOUT_PROC if hide_proc else ()),
                    *restricted(limits, str(self.path), *map(str, arguments))]
         with ignoring(ignored):
@@ -60,7 +59,7 @@ class Program:
 
     def _run(self, command, folder, attack):
         start = time.monotonic()
-        # Through pipes: a limit of the size of files would meet its output as well.
+        # Through pipes, because a limit of file size would apply to output files too.
         with subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                               stderr=subprocess.PIPE, env=self.environment, cwd=folder,
                               start_new_session=True) as process:
@@ -76,13 +75,13 @@ class Program:
 
 
 def restricted(limits, *command):
-    """The command of an ordinary user, under options of prlimit(1)."""
+    """The command line that runs `command` as an ordinary user under options of prlimit(1)."""
     return [*AS_ORDINARY_USER, *(("prlimit", *limits) if limits else ()), *command]
 
 
 @contextlib.contextmanager
 def ignoring(signals):
-    """A process that is started in here inherits these signals as ignored."""
+    """A process that is started meanwhile ignores these signals."""
     former = {number: signal.signal(number, signal.SIG_IGN) for number in signals}
     try:
         yield
@@ -92,7 +91,7 @@ def ignoring(signals):
 
 
 def wait(process, seconds):
-    """True where it had to be killed."""
+    """True if the process had to be killed."""
     try:
         process.wait(seconds)
         return False
@@ -103,7 +102,7 @@ def wait(process, seconds):
 
 
 class Reader(threading.Thread):
-    """Takes what comes out of a pipe, so that the program never waits for us."""
+    """Reads a pipe, so that the program never blocks on it."""
 
     def __init__(self, pipe):
         super().__init__(daemon=True)
@@ -124,14 +123,14 @@ def status_name(code):
 
 
 def prepare_own_signals():
-    """To end in order. Whoever started us may also have set some to ignored, which the program
-    would inherit."""
+    """Cleans up on these signals. Also undoes that a parent process ignores some of them, which the
+    program would inherit."""
     for number in (signal.SIGHUP, signal.SIGINT, signal.SIGTERM):
         signal.signal(number, lambda received, _: sys.exit(128 + received))
 
 
 def make_folder(path, mode=0o755):
-    """A folder that the program, as an ordinary user, can use."""
+    """A folder that an ordinary user can use."""
     path.mkdir(parents=True)
     path.chmod(mode)
     if IS_ROOT:
@@ -140,7 +139,7 @@ def make_folder(path, mode=0o755):
 
 
 def mount(folder, options):
-    """A file system in memory. It goes with the mount namespace, which is ours alone."""
+    """Mounts a file system in memory. It ends with the mount namespace, which is our own."""
     owner = f"uid={ORDINARY_USER},gid={ORDINARY_USER}"
     subprocess.run(["mount", "-t", "tmpfs", "-o", f"{options},{owner}", "none", folder], check=True)
 

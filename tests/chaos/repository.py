@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Invented repositories: random bytes under the names of packages, and an index that fits them."""
+"""Invented repositories: random bytes as packages, and a matching index."""
 import gzip
 import hashlib
 from dataclasses import dataclass
@@ -16,13 +16,13 @@ class Package:
 
     @property
     def file(self):
-        """Its name in the folder."""
+        """Its local file name."""
         return self.path.rsplit("/", 1)[1]
 
 
 class Repository:
-    """What a server holds: `site` maps each path to its bytes. With `digests` the index gives each
-    package's size, MD5 and SHA-256."""
+    """The files of a server: `site` maps each path to its bytes. With `digests` the index gives
+    size, MD5 and SHA-256 of each package."""
 
     def __init__(self, rng, sizes, digests=True):
         self.digests = digests
@@ -39,7 +39,7 @@ class Repository:
         self.site |= {package.path: package.data for package in self.packages}
 
     def files(self, metadata=True):
-        """What a complete folder holds: relative path and bytes."""
+        """The files of a complete folder: relative path and bytes."""
         files = {package.file: package.data for package in self.packages}
         return files | self.metadata if metadata else files
 

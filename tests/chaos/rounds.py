@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: MIT
-"""One round of an attack, and the promises that it holds the program to.
+"""One round of an attack, and what it expects of the program.
 
-What is so is read from the folder and from the server's count of requests; what the program says is
-compared with that.
+Expectations are checked against the folder and the server's count of requests; the output of the
+program is compared with these.
 """
 import json
 import random
@@ -17,7 +17,7 @@ COUNTERS = ("downloaded", "verified", "failed", "validationFailed", "skipped", "
 
 
 class Round:
-    """`problems` collects broken promises: (the promise, what happened, to what)."""
+    """`problems` collects failures: (what was promised, what happened, details)."""
 
     def __init__(self, program, server, name, seed, work):
         self.program = program
@@ -28,22 +28,22 @@ class Round:
         self.out = self.folder / "out"
         self.problems = []
         self.history = []
-        self.at_end = []  # what takes down what the round has set up
-        self.labels = []  # what the report counts this round under
+        self.at_end = []  # functions that undo what the round has set up
+        self.labels = []  # under which the report counts this round
 
     def broke(self, promise, what, detail=""):
-        """The report puts together what differs in details or numbers alone."""
+        """The report groups failures that differ only in details or numbers."""
         self.problems.append((promise, what, detail))
 
     def arguments(self, *more):
         return ("download", self.server.url, self.out, "--type", "apt", *more)
 
     def run(self, *more, attack=None, **conditions):
-        """Runs a download; holds it to what is promised of every one."""
+        """Runs a download and checks what holds for all of them."""
         run = self.program.run(self.arguments(*more), self.folder, attack, **conditions)
         self.history.append(run)
         if run.hung:
-            self.broke("no hang", "was still running after a minute")
+            self.broke("no hang", "still running after a minute")
         if run.code in CRASHES:
             self.broke("no crash", f"{status_name(run.code)}: {last_line(run.errors)}",
                        " ".join(map(str, conditions.get("limits", ()))))
@@ -57,22 +57,22 @@ class Round:
                    last_line(run.errors))
 
     def expect_message(self, run):
-        """For runs with --quiet, of which only warnings and errors are left."""
+        """For runs with --quiet, which print only warnings and errors."""
         if run.code not in (0, *CRASHES) and not run.hung and not run.errors.strip():
-            self.broke("a message", f"{status_name(run.code)} without a word on standard error")
+            self.broke("a message", f"{status_name(run.code)} without a message on standard error")
 
     # Files ---------------------------------------------------------------------------------------
 
     def present(self):
-        """Each file below the folder and its bytes, hidden ones left out."""
+        """The bytes of each file below the folder, except hidden ones."""
         found = [path for path in walk(self.out) if not is_hidden(path)]
         return {str(path.relative_to(self.out)): path.read_bytes() for path in found}
 
     def expect_whole_files(self, expected):
-        """No file that is not, byte for byte, what the server holds."""
+        """Every file is, byte for byte, one of the server."""
         for name, data in self.present().items():
             if name not in expected:
-                self.broke("whole files only", f"{len(data)} bytes not of the server", name)
+                self.broke("whole files only", f"{len(data)} bytes, not of the server", name)
             elif data != expected[name]:
                 self.broke("whole files only", describe(data, expected[name]), name)
 
@@ -80,17 +80,17 @@ class Round:
         present = self.present()
         missing = sorted(name for name in required if name not in present)
         if missing:
-            self.broke("completion", f"{len(missing)} of {len(required)} lack",
+            self.broke("completion", f"{len(missing)} of {len(required)} are missing",
                        " ".join(missing[:6]))
         self.expect_whole_files(allowed)
 
     def identities(self, names):
-        """What changes when a file is written or replaced."""
+        """Inode and modification time, which change when a file is written or replaced."""
         paths = [self.out / name for name in names if (self.out / name).exists()]
         return {path.name: (path.stat().st_ino, path.stat().st_mtime_ns) for path in paths}
 
     def hidden_files(self):
-        """Left over by the program, here or in the folder above, where it starts files for a
+        """Temporary files of the program, in the folder or above it, where it creates those for a
         folder that does not exist yet."""
         return [path for path in walk(self.folder) if is_hidden(path)]
 
@@ -104,8 +104,8 @@ class Round:
     # Counters ------------------------------------------------------------------------------------
 
     def expect_counters(self, run, before, packages):
-        """The --json of a run that ended by itself with 0 or 1. `before` are the names of the
-        packages that were there; `packages` maps the name of each to its right bytes."""
+        """Checks the --json output of a run that ended by itself with 0 or 1. `before` has the
+        names of the packages that were present; `packages` maps each name to the correct bytes."""
         if run.code not in (0, 1) or run.hung:
             return
         try:
@@ -128,8 +128,8 @@ class Round:
     # The runs afterwards -------------------------------------------------------------------------
 
     def recover(self, repository, *more, left_over=None):
-        """The next undisturbed run completes the folder, the third transfers nothing. `left_over`,
-        a hidden file of a killed run (path and bytes), is put back between the two."""
+        """The next, undisturbed run completes the folder, and a third transfers nothing.
+        `left_over`, a hidden file of a killed run (path and bytes), is restored between the two."""
         packages = {package.file: package.data for package in repository.packages}
         before = [name for name in self.present() if name in packages]
         run = self.run("--json", "--quiet", *more)
@@ -143,22 +143,22 @@ class Round:
         self.rest(repository, packages)
 
     def rest(self, repository, packages):
-        """A run that has nothing to do."""
+        """A run with nothing to do."""
         identities = self.identities(packages)
         self.server.forget()
         run = self.run("--json", "--quiet")
         self.expect_status(run, 0)
         asked = self.server.asked_for(repository.package_paths)
         if asked or identities != self.identities(packages):
-            self.broke("the third run transfers nothing", f"{len(asked)} packages were asked for")
+            self.broke("the third run transfers nothing", f"{len(asked)} packages were requested")
         self.expect_no_hidden_files("a run with nothing to do")
         self.expect_counters(run, list(packages), packages)
 
     # The end -------------------------------------------------------------------------------------
 
     def finish(self, kept):
-        """Removes what the round has made. Of a broken one the files that are not whole are kept,
-        and a report that lists all; large ones are left out."""
+        """Removes the files of the round. Of a failed round keeps the files that are not complete,
+        except large ones, and a report that lists all files."""
         if self.problems:
             whole = set(self.server.site.values())
             shutil.copytree(self.folder, kept / self.folder.name, ignore=lambda folder, names: {
@@ -181,18 +181,18 @@ class Round:
 
 
 def counter_faults(values, total, present, whole, arrived, code):
-    """`present` packages were there before, and `arrived` have come, of which `whole` are right."""
+    """`present` packages existed before, and `arrived` are new, of which `whole` are correct."""
     ended = sum(values[name] for name in ("downloaded", "failed", "skipped", "alreadyPresent"))
     if any(not isinstance(value, int) or value < 0 for value in values.values()):
         yield "not all are counts"
     elif ended != total:
         yield f"of {total} packages {ended} have an outcome"
     elif values["alreadyPresent"] != present:
-        yield f"{present} were there before"
+        yield f"{present} were present before"
     elif values["verified"] > values["downloaded"] or values["validationFailed"] > values["failed"]:
-        yield "a part is more than its whole"
+        yield "a part exceeds its sum"
     elif not whole <= values["downloaded"] <= arrived:
-        yield f"{arrived} have arrived, {whole} of them whole"
+        yield f"{arrived} files are new, {whole} of them correct"
     elif values["failed"] and code == 0:
         yield "failures, and exit status 0"
 
@@ -213,7 +213,7 @@ def is_hidden(path):
 
 def last_line(text):
     lines = text.strip().splitlines()
-    return lines[-1][:200] if lines else "nothing on standard error"
+    return lines[-1][:200] if lines else "standard error is empty"
 
 
 def describe(data, right):

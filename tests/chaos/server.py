@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: MIT
-"""An HTTP server on loopback that speaks through raw sockets, so that it can break every rule.
+"""An HTTP server on loopback over raw sockets, so that it can break every rule.
 
-A path that has a fault (faults.Fault) is answered by it, every other one well. Which paths were
-asked for is counted here: what the program says about that is not believed.
+A path with a fault (faults.Fault) is answered with it, every other path correctly. The server
+counts the requests for each path, so that the tests need not rely on the program's output.
 """
 import collections
 import inspect
@@ -13,17 +13,17 @@ import threading
 import time
 from dataclasses import dataclass
 
-PATIENCE = 45  # seconds that a thread waits for a client before it gives up
+PATIENCE = 45  # seconds that a thread waits for a client
 TLS_HANDSHAKE = 0x16  # the first byte of a client that speaks TLS to the plain server
 NOT_FOUND = b"HTTP/1.1 404 Not Found\r\nContent-Length: 9\r\n\r\nNot found"
 
 
 @dataclass
 class Request:
-    """What a fault gets to know."""
+    """What is passed to a fault."""
 
     path: str
-    turn: int  # the number in "?turn=", by which a redirect leads a client round in circles
+    turn: int  # the number in "?turn=", which a redirect increments
     port: int  # of this server
 
     @property
@@ -32,15 +32,15 @@ class Request:
 
 
 class Server:
-    """Serves until the process ends. `listeners` maps "" and each name of `contexts`, the TLS
-    servers beside the plain one, to its address."""
+    """Serves until the process ends. `listeners` maps "" (the server without TLS) and each name of
+    `contexts` (servers with TLS) to an address."""
 
     def __init__(self, contexts=None):
         self.site = {}
         self.faults = {}  # path: Fault
-        self.slow = {}  # path: seconds that its body takes
+        self.slow = {}  # path: the seconds that its body takes
         self.requests = collections.Counter()
-        self.overrun = set()  # paths of which a client took more than the fault's bound
+        self.overrun = set()  # paths of which a client read more than the fault's bound
         self.listeners = {}
         self._lock = threading.Lock()
         self._listen("", None)
@@ -52,7 +52,7 @@ class Server:
         return self.listeners[""] + "/"
 
     def show(self, repository, slow=None):
-        """Serves another repository, whole, and counts anew."""
+        """Serves another repository without faults, and resets the counts."""
         self.site, self.faults, self.slow = repository.site, {}, slow or {}
         self.forget()
 
@@ -90,13 +90,13 @@ class Server:
             while path := read_request(connection, buffer):
                 if not self._answer(connection, name, path):
                     break
-        except (OSError, ValueError):  # the client has gone, which is what it may do
+        except (OSError, ValueError):  # the client may close at any time
             pass
         finally:
             connection.close()
 
     def _answer(self, connection, name, path):
-        """True where the connection stays open."""
+        """True if the connection stays open."""
         path, _, turn = path.partition("?turn=")
         with self._lock:
             self.requests[path] += 1
@@ -134,7 +134,7 @@ class Server:
 
 
 def read_request(connection, buffer):
-    """The path that is asked for; None at the end of the connection."""
+    """The path of the next request; None at the end of the connection."""
     while b"\r\n\r\n" not in buffer:
         received = connection.recv(65536)
         if not received or received[0] == TLS_HANDSHAKE:
@@ -166,7 +166,7 @@ def reset(connection):
 
 def end(connection, ending):
     if ending == "reset":
-        time.sleep(0.02)  # or the client's system drops what has not been read yet
+        time.sleep(0.02)  # or the client's kernel discards what has not been read yet
         reset(connection)
     elif ending == "hold":
         while connection.recv(65536):

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
-"""Faults of a server. First each alone, on an index, on a package with and without size and
-digests, and on a metadata file; then several at random among many packages."""
+"""Faults of a server. First each alone: for an index, for a package with and without size and
+digests, and for a metadata file. Then several at random among many packages."""
 import functools
 import itertools
 
@@ -32,7 +32,7 @@ class Transfers:
         self.many = {digests: Repository(rng, small_files(rng, 60), digests)
                      for digests in (True, False)}
         self.single_count = sum(len(fault.only) for fault in self.faults)
-        self.table = {}  # (fault, target): what became of it
+        self.table = {}  # (fault, target): its result
 
     def rounds(self):
         for fault in self.faults:
@@ -85,7 +85,7 @@ class Transfers:
 
     def single_metadata(self, attacked, fault, repository):
         server, rng = self.context.server, attacked.rng
-        earlier = rng.random() < 0.3  # an older file is there, and only a whole one may replace it
+        earlier = rng.random() < 0.3  # an older file exists; only a complete one may replace it
         if earlier:
             attacked.run("--metadata", "--quiet")
             (attacked.out / repository.packages[0].file).unlink()
@@ -112,7 +112,7 @@ class Transfers:
         kept = found == right and run.code == 0
         outcome = status_text(found, right, run, named), fault.name
         if verdict == WHOLE and not kept:
-            attacked.broke("a right answer is kept", *outcome)
+            attacked.broke("a correct answer is kept", *outcome)
         elif verdict == EITHER and not (kept or failed):
             attacked.broke("metadata: whole or named", *outcome)
         elif verdict == FAILURE and not failed:
@@ -125,7 +125,7 @@ class Transfers:
     # Several faults ------------------------------------------------------------------------------
 
     def several(self, attacked):
-        """A tenth of many packages meets faults, each its own."""
+        """Of 60 packages up to 8 have faults, chosen independently."""
         digests = attacked.rng.random() < 0.5
         attacked.labels.append("several at once")
         repository = self.many[digests]
@@ -140,8 +140,8 @@ class Transfers:
         attacked.recover(repository)
 
     def disturbed(self, attacked, faults, repository, *more):
-        """A run in which these paths of packages meet these faults, and the files that it has made.
-        Afterwards the server is well, and what has come wrong is deleted, as a user would."""
+        """Runs a download with these faults for these paths; returns the run and the files after
+        it. Then removes the faults, and deletes wrong files, as a user would."""
         server = self.context.server
         server.faults = faults
         needs = {fault.needs for fault in faults.values()}
@@ -167,7 +167,7 @@ class Transfers:
         attacked.expect_message(run)
         attacked.expect_no_hidden_files("a run with faults")
         for path in self.context.server.overrun:
-            attacked.broke("no transfer without end", "a file was read on and on", path)
+            attacked.broke("every transfer ends", "a file was read without end", path)
 
     def print_table(self):
         print("| fault | " + " | ".join(TITLES[target] for target in TARGETS) + " |")
@@ -178,14 +178,13 @@ class Transfers:
 
 
 def expect_package(attacked, run, package, verdict, digests, fault):
-    """Holds what became of one package to what may become of it; True where it had to fail, or did
-    and was allowed to."""
+    """Checks the result of one package; True if it had to fail, or failed and was allowed to."""
     data = attacked.present().get(package.file)
     named = mentions(run, package)
     whole, failed = data == package.data, data is None
     outcome = status_text(data, package.data, run, named), fault
     if verdict == WHOLE and not whole:
-        attacked.broke("a right answer is kept", *outcome)
+        attacked.broke("a correct answer is kept", *outcome)
     elif verdict in (FAILURE, EITHER) and not (failed or whole and verdict == EITHER):
         attacked.broke("whole files only", *outcome)
     must_be_named = failed or not whole and digests
@@ -195,7 +194,7 @@ def expect_package(attacked, run, package, verdict, digests, fault):
 
 
 def mentions(run, package):
-    """The first line on standard error that says which package it is about."""
+    """The first line on standard error that names the package."""
     names = (package.file, package.identifier, package.path)
     return next((line for line in run.complaints if any(name in line for name in names)), "")
 
