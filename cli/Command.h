@@ -10,7 +10,7 @@
 
 namespace tolvane {
 
-// What the command has from its process.
+// What tolvane-cli uses of its process.
 struct CommandEnvironment {
   HTTPClientFactory clientFactory;
   std::ostream& output;
@@ -18,8 +18,8 @@ struct CommandEnvironment {
   ConsoleSettings console;
 };
 
-// Does what the arguments (those after the program's name) ask for and gives the exit status.
-// Standard output gets the result and nothing else.
+// Runs tolvane-cli with these arguments (those after the program's name) and returns the exit
+// status. Only the result is written to standard output.
 int runCommand(const std::vector<std::string>& arguments, const CommandEnvironment& environment);
 
 }  // namespace tolvane

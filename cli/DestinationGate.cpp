@@ -22,15 +22,15 @@ bool isOfTheFolder(const Error& error) {
   return error.domain == kPOSIXErrorDomain && std::ranges::find(kCodes, error.code) != kCodes.end();
 }
 
-// Gone, or not a folder any more, when a file was to be moved there.
+// The folder was removed or replaced by a file before a file was moved into it.
 bool hasVanished(const PackageOutcome& outcome, const std::string& folder) {
   const Error& error = *outcome.error;
   return outcome.request.url && error.domain == kPOSIXErrorDomain &&
          (error.code == ENOENT || error.code == ENOTDIR) && nearestExistingFolder(folder) != folder;
 }
 
-// One file may be larger than the room that is left, or its name be in use by another user. What
-// the folder has to say comes of a file of no name and of moderate size.
+// One file may be larger than the free space, or its name may be in use by another user. So the
+// folder is tried with an unnamed file of moderate size.
 std::optional<Error> errorOfTrialFile(const std::string& folder) {
   TemporaryFile file;
   if (std::optional<Error> failure = file.open(folder)) return failure;

@@ -10,17 +10,17 @@
 
 namespace tolvane {
 
-// Closes when a package fails and the folder then takes no other file of a mebibyte either, because
-// it is full, read-only or not ours. Any thread.
+// Closes when a package fails and no other file of 1 MiB can be written to the folder either,
+// because it is full, read-only or may not be written to. Any thread.
 class DestinationGate {
  public:
   explicit DestinationGate(std::string folder) : folder_(std::move(folder)) {}
 
-  // What the system says of the folder, where this outcome closes the gate.
+  // The system's error for the folder, if this outcome closes the gate.
   std::optional<std::string> closeFor(const PackageOutcome& outcome);
 
-  // Of a transfer that has not started, once the gate is closed: the error that closed it, with
-  // "not tried: " before its description.
+  // The error for a transfer that has not started, once the gate is closed: the error that closed
+  // it, with "not tried: " before its description. No value while the gate is open.
   std::optional<Error> refusal() const;
 
  private:

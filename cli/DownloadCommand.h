@@ -12,13 +12,12 @@
 
 namespace tolvane {
 
-// Downloads into options.folder the packages that it lacks, or those that options.packages names,
-// and with options.metadata the repository's own files. Prints how it ended to `output`: one line,
-// or with options.json one object; then the packages that failed to the console. Gives the exit
-// status. Returns when all is done.
+// Downloads the packages that options.folder lacks, or those that options.packages names, and with
+// options.metadata the repository's own files. Writes the result to `output`, one line or with
+// options.json one object, then the packages that failed to the console. Returns the exit status
+// when everything has ended.
 //
-// Where the folder turns out to be full or read-only, the packages whose transfer has not started
-// fail without one.
+// If the folder is full or read-only, packages whose transfer has not started fail without one.
 int downloadPackages(const std::vector<PackageEntry>& packages, const URL& repositoryURL,
                      const Options& options, const HTTPClientFactory& clientFactory,
                      Console& console, std::ostream& output);

@@ -11,13 +11,13 @@
 
 namespace tolvane {
 
-// The packages of a run that failed and those whose files are not what the index says, in the order
-// in which they ended. Addresses are shown without passwords. Any thread.
+// The packages of a run that failed, and those whose files differ from the index, in the order in
+// which they ended. Addresses are shown without passwords. Any thread.
 class FailureReport {
  public:
-  void add(const PackageOutcome& outcome);  // successes are none
+  void add(const PackageOutcome& outcome);  // ignores successes
 
-  // A plain line for each of the first 20, and what becomes of invalid files in the folder.
+  // A plain line for each of the first 20, and one that says that invalid files stay in the folder.
   void show(Console& console, const std::string& folder) const;
 
   // All of them, each with `package`, `version`, `filename`, `url`, `reason`, `domain`, `code` and
@@ -27,7 +27,7 @@ class FailureReport {
  private:
   struct Failure {
     PackageEntry package;
-    std::string url;  // "" where nothing was asked for
+    std::string url;  // "" if nothing was requested
     Error error;
     int status = 0;  // 0 without an answer
     bool invalid = false;

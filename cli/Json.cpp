@@ -14,7 +14,7 @@ namespace tolvane {
 
 namespace {
 
-// The texts of the record, in the order of PackageEntry::Field.
+// The string fields of the record, in the order of PackageEntry::Field.
 constexpr std::array<const char*, PackageEntry::kTextCount> kTextNames{
     "packageName",    "displayName", "version",    "architecture",       "filename",
     "size",           "md5sum",      "sha256",     "packageDescription", "section",

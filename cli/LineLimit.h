@@ -8,8 +8,8 @@
 
 namespace tolvane {
 
-// Hands the lines lineAt(0) to lineAt(count - 1) to show(line): the first 20, and for what is left
-// "and N more".
+// Calls show(line) with the first 20 of the lines lineAt(0) to lineAt(count - 1), and with "and N
+// more" for the rest.
 template <typename LineAt, typename Show>
 void showAtMost20(std::size_t count, LineAt lineAt, Show show) {
   constexpr std::size_t kMost = 20;

@@ -8,7 +8,7 @@ namespace tolvane {
 
 namespace {
 
-// libcurl says how long it waited, so that one failure would read otherwise each time.
+// libcurl's message has the time that it waited, which would make each failure a different reason.
 std::string withoutDuration(const std::string& detail) {
   static const std::regex kDuration(" after [0-9]+ (ms|milliseconds)\\b");
   return std::regex_replace(detail, kDuration, "");

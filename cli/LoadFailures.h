@@ -11,14 +11,14 @@
 
 namespace tolvane {
 
-// Why a repository could not be loaded, as the transport and the servers put it. Any thread.
+// The reasons why a repository could not be loaded: errors of transfers, statuses of servers. Any
+// thread.
 class LoadFailures {
  public:
   void add(const IndexAnswer& answer);
 
-  // Each reason once, in the order in which they came first, with the number of requests that it
-  // stands for: "HTTP status 403 (20 requests)". An answer of 200 to 299 that holds no index gives
-  // none.
+  // Each reason once, in the order of first occurrence, with the number of its requests: "HTTP
+  // status 403 (20 requests)". An answer of 200 to 299 without an index is not a reason.
   std::vector<std::string> lines() const;
 
  private:

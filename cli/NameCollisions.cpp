@@ -33,7 +33,7 @@ std::set<std::string> metadataNames() {
 
 struct Collision {
   std::size_t index;
-  std::optional<std::size_t> other = {};  // none: the name is that of a metadata file
+  std::optional<std::size_t> other = {};  // no value: the name is that of a metadata file
 
   bool operator<(const Collision& that) const {
     return std::tie(index, other) < std::tie(that.index, that.other);
@@ -98,7 +98,7 @@ class CollisionFinder {
   }
 
   std::optional<URL> urlOf(const PackageEntry& package) const {
-    // That of the ZIP file is not known before its information list is read.
+    // The name of the ZIP file is not known before the information list is read.
     if (package.installer4Package()) return URL::parse(package.packageInfoURL());
     return DownloadManager::URLForPackage(package, repositoryURL_);
   }
@@ -109,7 +109,7 @@ class CollisionFinder {
     return package.filename() == other.filename() || urlOf(package) == urlOf(other);
   }
 
-  // Names that differ by case alone stand next to each other.
+  // Names that differ by case alone become neighbours.
   std::vector<Name> sortedNames() const {
     std::vector<Name> names;
     names.reserve(packages_.size());

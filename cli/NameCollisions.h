@@ -11,10 +11,10 @@
 
 namespace tolvane {
 
-// Warns of packages that cannot all be kept in one folder, or not in every one: two that have one
-// file name and different addresses, two whose names differ by case alone, and one whose name is
-// that of a metadata file or of the folder above it; where identifiers are given, only of those
-// that one of these has a part in. 20 lines at most, then "and N more".
+// Warns of packages that cannot all be kept in one folder on every file system: two that have the
+// same file name and different addresses, two whose file names differ by case alone, and one whose
+// file name is that of a metadata file or of a folder for these. With identifiers, only of
+// collisions in which one of these packages takes part. 20 lines at most, then "and N more".
 void warnOfNameCollisions(std::span<const PackageEntry> packages,
                           const std::vector<std::string>& identifiers, const URL& repositoryURL,
                           Console& console);

@@ -15,8 +15,8 @@ namespace {
 
 constexpr std::string_view kBreaks("\r\n\0", 3);
 
-// With these a server may send something else than the whole file as it is stored, or the two ends
-// may not agree on where the message ends.
+// With these a server may send something other than the whole file as it is stored, or client and
+// server may disagree on where the message ends.
 constexpr std::array<std::string_view, 18> kReservedFields{
     "Accept-Encoding",
     "Connection",
@@ -67,7 +67,7 @@ std::string headerFieldFault(std::string_view text) {
 }
 
 HeaderFields::value_type headerField(std::string_view text) {
-  constexpr std::string_view kBlanks = " \t";  // what a server takes for no part of a value
+  constexpr std::string_view kBlanks = " \t";  // around a value; no part of it (RFC 9110)
   const std::size_t colon = text.find(':');
   std::string_view value = text.substr(colon + 1);
   value.remove_prefix(std::min(value.find_first_not_of(kBlanks), value.size()));

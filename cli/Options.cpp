@@ -21,7 +21,7 @@ namespace {
 constexpr int kMaximumConnections = 64;
 constexpr int kMaximumSeconds = 100'000'000;  // some three years
 
-// Accepted before the command's name as well as after it.
+// Accepted before the subcommand as well as after it.
 void addConsoleFlags(CLI::App& app, Options& options) {
   app.add_flag("--quiet", options.quiet, "Show only warnings and errors on standard error");
   app.add_flag("--verbose", options.verbose, "Show the system log on standard error");
@@ -120,7 +120,7 @@ bool takesValue(const CLI::App& app, const std::string& word) {
   });
 }
 
-// The parser itself takes whatever follows an option for its value.
+// CLI11 takes any word after an option for its value.
 void refuseOptionsAsValues(const CLI::App& app, const std::vector<std::string>& arguments) {
   for (std::size_t i = 0; i + 1 < arguments.size() && arguments[i] != "--"; ++i) {
     const std::string& next = arguments[i + 1];
@@ -130,7 +130,7 @@ void refuseOptionsAsValues(const CLI::App& app, const std::vector<std::string>& 
   }
 }
 
-// Lines of the parser's, which may hold words as they were typed.
+// Messages of CLI11, which may contain words as they were typed.
 std::string printableLines(const std::string& text) {
   std::istringstream lines(text);
   std::string result;
@@ -139,8 +139,8 @@ std::string printableLines(const std::string& text) {
   return result;
 }
 
-// Words that were not expected. One with a blank may be a header field that has lost its option,
-// and a secret with it.
+// The words that were not expected. One with a blank may be a header field without its option, so
+// its value may be a secret.
 std::string unexpectedWords(const CLI::App& app) {
   std::string text = "Not expected:";
   for (const std::string& word : app.remaining(true)) {
@@ -173,7 +173,7 @@ std::variant<Options, UsageAnswer> parseOptions(const std::vector<std::string>& 
   addDownload(app, options);
   try {
     refuseOptionsAsValues(app, arguments);
-    // The parser takes its words from the back.
+    // CLI11 expects the words in reverse order.
     app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
   } catch (const CLI::ParseError& error) {
     return answerTo(app, error);

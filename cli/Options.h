@@ -13,7 +13,7 @@
 
 namespace tolvane {
 
-// What the command line asks for.
+// The parsed command line.
 struct Options {
   enum class Command { list, download };
 
@@ -25,27 +25,27 @@ struct Options {
   bool verbose = false;
   std::string userAgent;  // "" for the program's own
   HeaderFields headers;   // for the repository's own server alone; may hold secrets
-  // For every single transfer, 0 for no limit; the program's own limits where nothing is said.
+  // The limit for each transfer, 0 for none; no value for the program's own limits.
   std::optional<std::chrono::seconds> maxTime;
-  std::optional<std::string> indexFile;  // read instead of asking the repository for an index
+  std::optional<std::string> indexFile;  // read instead of requesting an index
 
   std::string search;  // list
 
   std::string folder;                 // download, as all below
-  std::vector<std::string> packages;  // identifiers; none means whatever the folder lacks
+  std::vector<std::string> packages;  // identifiers; empty for all that the folder lacks
   bool metadata = false;
   int connections = 6;                       // to one host
   std::uint64_t maxSize = kMaximumFileSize;  // bytes of a transfer of which no size is known
 };
 
-// A command line that is answered with a text: help, the version, or what is wrong with it.
+// The answer to a command line that runs nothing: help, the version, or what is wrong with it.
 struct UsageAnswer {
   std::string text;
   int exitStatus = 0;
 };
 
-// `arguments` are those after the program's name. A word that begins with "--", or is "-h", is
-// never an option's value unless "=" joins the two.
+// `arguments` are those after the program's name. A word that begins with "--", or is "-h", is the
+// value of an option only after "=".
 std::variant<Options, UsageAnswer> parseOptions(const std::vector<std::string>& arguments);
 
 }  // namespace tolvane

@@ -6,8 +6,8 @@
 
 namespace tolvane {
 
-// A bar of text for a share that is done, such as "[#####               ]  25%"; empty for 0 of 0,
-// full for more than all.
+// A progress bar such as "[#####               ]  25%"; empty for 0 of 0, full if `completed`
+// exceeds `total`.
 std::string progressBar(std::uint64_t completed, std::uint64_t total);
 
 }  // namespace tolvane

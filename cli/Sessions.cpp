@@ -11,10 +11,10 @@ namespace tolvane {
 
 namespace {
 
-// So long that no transfer is meant, and short enough to be added to any time.
+// Longer than any transfer, and short enough to be added to any time without overflow.
 constexpr auto kNoLimit = std::chrono::hours(24 * 365 * 10);
 
-// Transfers of several sessions may report at once.
+// Transfers of several clients may report at the same time.
 class InsecureRedirects {
  public:
   explicit InsecureRedirects(std::shared_ptr<Console> console) : console_(std::move(console)) {}

@@ -10,9 +10,9 @@
 
 namespace tolvane {
 
-// The factory for all sessions of a run on the repository: those of `factory` with what the options
-// say of connections, header fields, time and size. A redirect from https to http is a warning on
-// the console, once for each two servers.
+// The factory for all HTTP clients of a run: those of `factory`, with the connections, header
+// fields, time and size of the options. A redirect from https to http is a warning on the console,
+// once for each pair of servers.
 HTTPClientFactory sessionsOfRun(const Options& options, const URL& repositoryURL,
                                 std::shared_ptr<Console> console, HTTPClientFactory factory);
 

@@ -34,7 +34,7 @@ Lack lackOf(std::span<const PackageEntry> packages, const std::string& folder) {
   names.reserve(packages.size());
   for (const PackageEntry& package : packages) {
     const std::string name = DownloadQueueManager::localFilenameForPackage(package);
-    // The missing scan looks for another name of these.
+    // The missing scan uses another name for these.
     if (package.installer4Package() && fileExists(joinPath(folder, name))) continue;
     if (!names.insert(std::hash<std::string>()(name)).second) continue;
     ++lack.files;
@@ -48,7 +48,7 @@ Lack lackOf(std::span<const PackageEntry> packages, const std::string& folder) {
   return lack;
 }
 
-// For this user, on the file system that the folder is on or will be on.
+// Free bytes for this user on the file system of the folder, or of its nearest existing ancestor.
 std::optional<std::int64_t> freeBytes(const std::string& folder) {
   struct statvfs status {};
   if (::statvfs(nearestExistingFolder(folder).c_str(), &status) != 0) return std::nullopt;

@@ -9,8 +9,8 @@
 
 namespace tolvane {
 
-// Says how many files the packages of a missing scan are, how many bytes these have by the index,
-// and how many the folder's file system has free; a warning where that is too little.
+// Reports how many files the packages of a missing scan are, how many bytes they have by the index,
+// and how many bytes are free on the folder's file system; a warning if these do not suffice.
 void reportSpace(std::span<const PackageEntry> missing, const std::string& folder,
                  Console& console);
 

@@ -5,7 +5,8 @@
 
 namespace tolvane {
 
-// What standard error can show: lines are coloured on a terminal, unless NO_COLOR is set.
+// The settings for standard error: a status line and colours on a terminal, no colours if NO_COLOR
+// is set.
 ConsoleSettings consoleOfStandardError();
 
 }  // namespace tolvane

@@ -221,7 +221,7 @@ TEST_F(ArchiveWorkflowTest, DownloadsOneAtATimeAndThenAsManyAsBefore) {
   queue.setMaxConcurrentDownloads(4);
   std::int64_t width = 0;
   observer.onEvent = [&](const std::string& event) {
-    if (event.starts_with("status: Archive download ")) width = queue.maxConcurrentDownloads();
+    if (event == "status: Archive download 2 / 2") width = queue.maxConcurrentDownloads();
   };
   check();
   observer.answer(0);
