@@ -31,12 +31,12 @@ void deleteUploadedFile(const std::string& path) {
 }  // namespace
 
 void ArchiveWorkflow::check() {
-  const LoadedRepository& repository = services_.repository;
+  const LoadedRepository repository = services_.repository();
   if (!repository.url || repository.packages.empty()) return;
   observer_.report("Checking central archive...", LogType::info);
   observer_.showProgress({Progress::State::indeterminate});
   services_.client.checkRepositoryURL(
-      absoluteText(repository.url), archiveTypeOf(services_.kind()), repository.packages,
+      absoluteText(repository.url), archiveTypeOf(repository.kind), repository.packages,
       lifetime_.guardOn(services_.mainQueue,
                         [this](MissingPackages missing, const std::optional<Error>& error) {
                           checkDidComplete(std::move(missing), error);
@@ -72,8 +72,9 @@ void ArchiveWorkflow::requestToken() {
   }
   observer_.report("Requesting central archive upload token...", LogType::info);
   observer_.showProgress({Progress::State::indeterminate});
+  const LoadedRepository repository = services_.repository();
   services_.client.requestUploadTokenForRepositoryURL(
-      absoluteText(services_.repository.url), archiveTypeOf(services_.kind()), lastMissing_.size(),
+      absoluteText(repository.url), archiveTypeOf(repository.kind), lastMissing_.size(),
       lifetime_.guardOn(services_.mainQueue, [this](const std::optional<std::string>& token,
                                                     const std::optional<Error>& error) {
         tokenDidArrive(token, error);
@@ -92,7 +93,7 @@ void ArchiveWorkflow::tokenDidArrive(const std::optional<std::string>& token,
 }
 
 ArchiveWorkflow::PackageList ArchiveWorkflow::matchedPackages() const {
-  return packagesForEntries(lastMissing_, services_.repository.packages);
+  return packagesForEntries(lastMissing_, services_.repository().packages);
 }
 
 std::string ArchiveWorkflow::cacheFolder() {
@@ -125,14 +126,13 @@ void ArchiveWorkflow::begin() {
 }
 
 void ArchiveWorkflow::download(PackageList packages, const std::string& folder) {
-  observer_.activityChanged(Activity::download, true);
   observer_.activityChanged(Activity::archiveDownload, true);
   observer_.report(fmt::format("Downloading {} package(s) for archival...", packages.size()),
                    LogType::info);
   const auto width = services_.queue.maxConcurrentDownloads();
   services_.queue.setMaxConcurrentDownloads(1);
   services_.downloads.runQueue(
-      {std::move(packages), services_.repository.url, folder},
+      {std::move(packages), services_.repository().url, folder},
       [this](const DownloadCounters& counters, std::uint64_t total) {
         observer_.showStatus(fmt::format("Archive download {} / {}", counters.completed(), total));
       },
@@ -145,7 +145,6 @@ void ArchiveWorkflow::download(PackageList packages, const std::string& folder) 
 void ArchiveWorkflow::downloadsDidFinish(const DownloadCounters& counters,
                                          const std::string& folder) {
   observer_.activityChanged(Activity::archiveDownload, false);
-  observer_.activityChanged(Activity::download, false);
   observer_.report(
       fmt::format("Archive download complete. Downloaded: {}  Failed: {}  Validation failed: {}",
                   counters.downloaded, counters.failed, counters.validationFailed),
@@ -186,8 +185,9 @@ void ArchiveWorkflow::send(const Uploads& uploads) {
     observer_.addConsoleLine(fmt::format("Starting upload of {} archived package(s).", count),
                              LogType::info);
   }
+  const LoadedRepository repository = services_.repository();
   services_.client.uploadPackage(
-      package, absoluteText(services_.repository.url), archiveTypeOf(services_.kind()), path,
+      package, absoluteText(repository.url), archiveTypeOf(repository.kind), path,
       lifetime_.guardOn(
           services_.mainQueue,
           [=, this, next = uploads](bool uploaded, const std::optional<Error>& error) mutable {

@@ -13,15 +13,22 @@
 #include "async/Lifetime.h"
 #include "async/MainQueue.h"
 #include "base/Error.h"
+#include "base/URL.h"
 #include "download/DownloadCounters.h"
 #include "download/DownloadQueueManager.h"
 #include "model/PackageEntry.h"
 #include "model/RepositoryKind.h"
 #include "workflow/DownloadWorkflow.h"
-#include "workflow/LoadedRepository.h"
 #include "workflow/WorkflowObserver.h"
 
 namespace tolvane {
+
+// The repository that is loaded at the moment. Valid during one step of a workflow.
+struct LoadedRepository {
+  const std::vector<PackageEntry>& packages;  // all of them, in the order of the index
+  const std::optional<URL>& url;
+  RepositoryKind kind;  // as it was chosen
+};
 
 // Uploads to the central archive what it lacks of a repository, in four stages: the check, the
 // question whether to go on, an upload token, and then the downloads into a cache folder, one at a
@@ -45,8 +52,7 @@ class ArchiveWorkflow {
     CentralArchiveClient& client;
     DownloadQueueManager& queue;
     DownloadWorkflow& downloads;
-    const LoadedRepository& repository;
-    std::function<RepositoryKind()> kind;  // of the repository, as it was chosen
+    std::function<LoadedRepository()> repository;
   };
 
   ArchiveWorkflow(Services services, WorkflowObserver& observer)

@@ -29,8 +29,8 @@ struct Progress {
 // What a workflow is busy with. Controls whose use would get in its way are disabled meanwhile.
 enum class Activity {
   fetch,
-  download,         // a run of the download queue, that of the archive workflow included
-  archiveDownload,  // and that one in particular
+  download,
+  archiveDownload,  // into the archive workflow's cache
 };
 
 // A question with its answers, the first of which is the default. An answer that is given in

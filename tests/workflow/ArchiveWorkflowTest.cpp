@@ -39,7 +39,8 @@ class ArchiveWorkflowTest : public WorkflowTest {
           "Package: " + name + "\nVersion: 1\nFilename: " + name + ".deb\nSize: " + size + "\n\n";
       client.answer(kRepository + name + ".deb", {200, "abc"});
     }
-    repository = {RepoParser::parsePackagesText(index), URL::parse(kRepository)};
+    packages = RepoParser::parsePackagesText(index);
+    url = URL::parse(kRepository);
   }
 
   void archiveLacks(const std::vector<std::string>& names) {
@@ -62,19 +63,22 @@ class ArchiveWorkflowTest : public WorkflowTest {
   }
 
   TemporaryFolder caches;
-  LoadedRepository repository;
+  std::vector<PackageEntry> packages;
+  std::optional<URL> url;
   CentralArchiveClient archive{kArchive, "a-secret", client.factory()};
   DownloadQueueManager queue{mainQueue, client.factory()};
   RepositoryMetadataArchiver metadataArchiver{mainQueue, client.factory()};
   DownloadWorkflow downloads{queue, metadataArchiver, observer};
-  RepositoryKind kind = RepositoryKind::installer3;
-  ArchiveWorkflow workflow{
-      {mainQueue, archive, queue, downloads, repository, [this] { return kind; }}, observer};
+  ArchiveWorkflow workflow{{mainQueue, archive, queue, downloads,
+                            [this] {
+                              return LoadedRepository{packages, url, RepositoryKind::installer3};
+                            }},
+                           observer};
 };
 
 TEST_F(ArchiveWorkflowTest, WithoutARepositoryTheCheckDoesNothing) {
   workflow.check();
-  repository.url = URL::parse(kRepository);
+  url = URL::parse(kRepository);
   workflow.check();
   EXPECT_THAT(observer.events, IsEmpty());
   EXPECT_THAT(client.requests(), IsEmpty());
@@ -106,11 +110,10 @@ TEST_F(ArchiveWorkflowTest, ReportsEveryStageInOrder) {
       observer.taken(),
       ElementsAre("progress: hidden", "status: Central archive upload token received.",
                   "success: Central archive upload token received.",
-                  "info: Central archive: 0 package(s) already cached locally.", "download: on",
+                  "info: Central archive: 0 package(s) already cached locally.",
                   "archiveDownload: on", "status: Downloading 1 package(s) for archival...",
                   "info: Downloading 1 package(s) for archival...", "progress: 0 / 1",
                   "progress: 1 / 1", "status: Archive download 1 / 1", "archiveDownload: off",
-                  "download: off",
                   "status: Archive download complete. Downloaded: 1  Failed: 0  "
                   "Validation failed: 0",
                   "success: Archive download complete. Downloaded: 1  Failed: 0  "
@@ -197,7 +200,7 @@ TEST_F(ArchiveWorkflowTest, CachedFilesAreUploadedWithoutADownload) {
 TEST_F(ArchiveWorkflowTest, AFileThatDidNotArriveAndAnUploadThatFailsAreCountedAndNamed) {
   load({"a", "b"});
   client.answer(std::string(kRepository) + "b.deb", failingAnswer(-1005, "Lost."));
-  repository.packages = RepoParser::parsePackagesText(
+  packages = RepoParser::parsePackagesText(
       "Package: a\nVersion: 1\nFilename: a.deb\n\nPackage: b\nVersion: 1\nFilename: none.deb\n\n");
   client.answer(std::string(kRepository) + "none.deb", failingAnswer(-1005, "Lost."));
   archiveLacks({"a", "b"});

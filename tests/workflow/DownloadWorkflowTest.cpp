@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: MIT
+#include <algorithm>
+
 #include "repository/RepoParser.h"
+#include "tests/support/LogRecorder.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/workflow/WorkflowFixture.h"
 #include "workflow/DownloadWorkflow.h"
@@ -121,10 +124,13 @@ TEST_F(DownloadWorkflowTest, DestroyedWhileItRunsItHasNoReportsAndNoCompletion) 
   EXPECT_THAT(ends, IsEmpty());
 }
 
-TEST_F(DownloadWorkflowTest, MetadataIsSavedInParallelWithoutAReport) {
+TEST_F(DownloadWorkflowTest, MetadataIsSavedInParallelAndItsOutcomeLogged) {
+  const LogRecorder log;
   client.answer(std::string(kRepository) + "Release", {200, "Origin: test\n"});
   workflow->saveMetadata(URL::parse(kRepository), folder.path());
-  runUntil([this] { return folder.names() == std::vector<std::string>{"Release", "dists"}; });
+  const std::string line = "[UI] Metadata archived: 1 downloaded, 22 missing/failed";
+  runUntil([&] { return std::ranges::count(log.lines(), line) == 1; });
+  EXPECT_EQ(folder.read("Release"), "Origin: test\n");
   EXPECT_THAT(observer.events, IsEmpty());
 }
 

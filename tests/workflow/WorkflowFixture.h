@@ -19,6 +19,11 @@ inline constexpr const char* kRepository = "http://repo.test/";
 // A workflow's surroundings: a main queue that the test drains, and an observer that records.
 class WorkflowTest : public testing::Test {
  protected:
+  static RunLoop& sharedQueue() {
+    static RunLoop queue;
+    return queue;
+  }
+
   // Runs the main queue until the condition holds; a test in which it never does fails.
   void runUntil(const std::function<bool()>& condition) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
@@ -35,7 +40,8 @@ class WorkflowTest : public testing::Test {
 
   std::string lastEvent() const { return observer.events.empty() ? "" : observer.events.back(); }
 
-  RunLoop mainQueue;
+  // Of all tests, since what a test leaves behind may post to it later.
+  RunLoop& mainQueue = sharedQueue();
   RecordingObserver observer;
   ScriptedHTTPClient client;
 };
