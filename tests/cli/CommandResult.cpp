@@ -10,7 +10,7 @@ namespace tolvane {
 
 namespace {
 
-// What a line of the console begins with; "0" stands for any digit.
+// The start of a console line; "0" means any digit.
 constexpr std::string_view kStamp = "[00:00:00] ";
 
 bool isStamped(std::string_view line) {
@@ -27,7 +27,7 @@ std::vector<std::string> consoleMessages(const std::string& errorOutput) {
   bool hasPlainLine = false;
   for (const std::string& line : linesOf(errorOutput)) {
     if (isStamped(line)) {
-      EXPECT_FALSE(hasPlainLine) << "a line of the console behind the last lines: " << line;
+      EXPECT_FALSE(hasPlainLine) << "a line of the console after the last lines: " << line;
       messages.push_back(line.substr(kStamp.size()));
     } else {
       hasPlainLine = true;

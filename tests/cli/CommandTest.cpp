@@ -30,7 +30,7 @@ void expectRefusal(const std::vector<std::string>& arguments, const std::string&
   EXPECT_THAT(session.requests(), IsEmpty());
 }
 
-TEST(Command, RefusesAURLThatIsNone) {
+TEST(Command, RefusesAnInvalidURL) {
   for (const char* url : {"", " ", "repo example", "http://repo.example/a b", "http://[::1/",
                           "http://repo.example/%zz"}) {
     expectRefusal({"list", url}, "Invalid repository URL.");
@@ -53,7 +53,7 @@ TEST(Command, TrimsTheURL) {
   EXPECT_THAT(session.requestedURLs(), ElementsAre("http://repo.example/Packages"));
 }
 
-TEST(Command, RefusesAnAddressThatCanNeverWork) {
+TEST(Command, RefusesAnUnsupportedSchemeAndAnImpossiblePort) {
   for (const char* url : {"ftp://repo.example/", "httpss://repo.example/", "http://repo.example:0/",
                           "http://repo.example:00/", "http://repo.example:65536/",
                           "https://repo.example:99999999999/"}) {
@@ -62,7 +62,7 @@ TEST(Command, RefusesAnAddressThatCanNeverWork) {
   }
 }
 
-TEST(Command, TakesEveryPortThatThereIs) {
+TEST(Command, AcceptsEveryValidPort) {
   for (const char* url : {"http://repo.example:1", "HTTP://repo.example:65535",
                           "https://repo.example:", "http://repo.example:0080"}) {
     ScriptedHTTPClient session;
@@ -84,7 +84,7 @@ TEST(Command, ARepositoryWithoutAnIndexCannotBeLoaded) {
   }
 }
 
-TEST(Command, SaysWhyARepositoryCouldNotBeLoadedAlsoWhenQuiet) {
+TEST(Command, PrintsWhyARepositoryCouldNotBeLoadedAlsoWhenQuiet) {
   ScriptedHTTPClient session;
   Error expired{std::string(kURLErrorDomain), kURLErrorServerCertificateUntrusted, "untrusted",
                 "SSL certificate problem: certificate has expired"};
@@ -104,7 +104,7 @@ TEST(Command, SaysWhyARepositoryCouldNotBeLoadedAlsoWhenQuiet) {
   }
 }
 
-TEST(Command, SaysNothingOfFailedRequestsWhereTheRepositoryWasLoaded) {
+TEST(Command, PrintsNoFailedRequestsIfTheRepositoryWasLoaded) {
   ScriptedHTTPClient session;
   session.answer("http://repo.example/Packages.gz", failingAnswer(kURLErrorTimedOut, "timed out"));
   session.answer("http://repo.example/dists/ios/main/binary-iphoneos-arm/Packages",
@@ -154,7 +154,7 @@ TEST(Command, QuietLeavesWarningsAndErrors) {
                           "No Cydia/APT Packages file found."));
 }
 
-// The limits to one host of the sessions that a download makes after that of its index.
+// The connection limits of the clients that a download makes after the client for its index.
 std::vector<int> connectionLimits(const std::vector<std::string>& options) {
   ScriptedHTTPClient session;
   session.answer("http://repo.example/Packages", {200, stanza("a")});

@@ -57,7 +57,7 @@ TEST(Console, ColorsLinesByTheirType) {
   }
 }
 
-TEST(Console, KeepsWarningsAndErrorsWhenToldTo) {
+TEST(Console, ShowsOnlyWarningsAndErrorsWithWarningsOnly) {
   std::ostringstream stream;
   ConsoleSettings settings;
   settings.warningsOnly = true;
@@ -87,7 +87,7 @@ TEST(Console, KeepsTheStatusBelowTheMessages) {
   EXPECT_EQ(stream.str(), "\r\033[K");
 }
 
-TEST(Console, WritesNoStatusWhereNoneCanBeShown) {
+TEST(Console, WritesNoStatusWithoutAStatusLine) {
   std::ostringstream stream;
   {
     Console console(stream, {});
@@ -114,7 +114,7 @@ TEST(Console, ShowsTheLogBusWhileTheTokenLives) {
   EXPECT_THAT(consoleMessages(stream.str()), ElementsAre("one", "two"));
 }
 
-TEST(Console, LeavesOutMessagesOfTheLogBusThatEndWithAText) {
+TEST(Console, LeavesOutMessagesOfTheLogBusWithAGivenEnding) {
   std::ostringstream stream;
   const auto console = std::make_shared<Console>(stream, ConsoleSettings());
   const auto token = showLogBus(console);
@@ -128,7 +128,7 @@ TEST(Console, LeavesOutMessagesOfTheLogBusThatEndWithAText) {
               ElementsAre("disk full!", "Could not save Release: disk full", "disk full"));
 }
 
-TEST(Console, APlainLineHasNeitherTimeNorColorAndStandsAlsoAmongWarnings) {
+TEST(Console, APlainLineHasNeitherTimeNorColorAndIsShownWithWarningsOnly) {
   std::ostringstream stream;
   ConsoleSettings settings = colored();
   settings.warningsOnly = true;
@@ -136,7 +136,7 @@ TEST(Console, APlainLineHasNeitherTimeNorColorAndStandsAlsoAmongWarnings) {
   EXPECT_EQ(stream.str(), "a\uFFFD[2J\uFFFDb\n");
 }
 
-TEST(Console, TakesMessagesOfManyThreadsLineByLine) {
+TEST(Console, DoesNotMixMessagesOfSeveralThreads) {
   std::ostringstream stream;
   constexpr int kThreads = 4;
   constexpr int kMessages = 200;

@@ -15,7 +15,7 @@ std::optional<std::string> closeFor(DestinationGate& gate, const std::optional<E
   return gate.closeFor({PackageEntry(), {std::nullopt, std::nullopt, localPath}, false, error});
 }
 
-// Smaller than the trial file.
+// On a disk that is smaller than the trial file.
 class DestinationGateTest : public testing::Test {
  protected:
   void SetUp() override {
@@ -40,7 +40,7 @@ TEST_F(DestinationGateTest, IsClosedOnceByAFullFolder) {
   EXPECT_THAT(disk_.folder().names(), testing::IsEmpty()) << "the trial file";
 }
 
-TEST_F(DestinationGateTest, IsClosedByAReadOnlyFolderAndByOneThatCannotBeMadeThere) {
+TEST_F(DestinationGateTest, IsClosedByAReadOnlyFolderAndByOneThatCannotBeCreatedInIt) {
   ASSERT_EQ(::mount("tmpfs", disk_.folder().path().c_str(), "tmpfs", MS_REMOUNT | MS_RDONLY, ""),
             0);
   for (const char* name : {"", "new/below"}) {
@@ -49,7 +49,7 @@ TEST_F(DestinationGateTest, IsClosedByAReadOnlyFolderAndByOneThatCannotBeMadeThe
   }
 }
 
-TEST_F(DestinationGateTest, StaysOpenForWhatIsWrongWithOneFileAlone) {
+TEST_F(DestinationGateTest, StaysOpenForErrorsOfOneFile) {
   DestinationGate gate(disk_.folder().path());
   for (const int code : {EISDIR, ENAMETOOLONG, EFBIG, EIO, EMFILE}) {
     EXPECT_EQ(closeFor(gate, posixError(code)), std::nullopt);
@@ -60,10 +60,10 @@ TEST_F(DestinationGateTest, StaysOpenForWhatIsWrongWithOneFileAlone) {
   EXPECT_EQ(gate.refusal(), std::nullopt);
 }
 
-TEST(DestinationGate, IsClosedByAFolderThatHasVanished) {
+TEST(DestinationGate, IsClosedByAFolderThatWasRemoved) {
   const TemporaryFolder folder;
   folder.write("file", "");
-  for (const auto& [name, code] : {std::pair("gone", ENOENT), std::pair("file", ENOTDIR)}) {
+  for (const auto& [name, code] : {std::pair("removed", ENOENT), std::pair("file", ENOTDIR)}) {
     const LastRequest request{URL::parse("http://h/x.deb"), std::nullopt, ""};
     DestinationGate gate(folder.path(name));
     EXPECT_EQ(gate.closeFor({PackageEntry(), request, false, posixError(code)}),
@@ -73,8 +73,8 @@ TEST(DestinationGate, IsClosedByAFolderThatHasVanished) {
   }
 }
 
-// A file larger than what is free, or a name that another user's link has.
-TEST(DestinationGate, StaysOpenWhileTheFolderTakesOtherFiles) {
+// As for a file that is larger than the free space, or a name that a link of another user has.
+TEST(DestinationGate, StaysOpenWhileTheFolderAcceptsOtherFiles) {
   const TemporaryFolder folder;
   DestinationGate gate(folder.path());
   for (const int code : {ENOSPC, EDQUOT, EROFS, EACCES, EPERM}) {

@@ -19,7 +19,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
-// A repository with these stanzas whose every file is good.
+// A repository with these packages, whose files match the index.
 void serve(ScriptedHTTPClient& session, const std::vector<std::string>& names) {
   std::string index;
   for (const std::string& name : names) {
@@ -29,11 +29,11 @@ void serve(ScriptedHTTPClient& session, const std::vector<std::string>& names) {
   session.answer(std::string(kRepository) + "Packages", {200, index});
 }
 
-TEST(DownloadCommand, TakesWhatTheFolderLacks) {
+TEST(DownloadCommand, DownloadsWhatTheFolderLacks) {
   ScriptedHTTPClient session;
   serve(session, {"a", "b", "c"});
   const TemporaryFolder folder;
-  folder.write("b.deb", "whatever stands here");
+  folder.write("b.deb", "other contents");
   const CommandResult result = runScripted(session, {"download", kRepository, folder.path()});
   EXPECT_EQ(result.status, kExitDone);
   EXPECT_EQ(result.output,
@@ -42,10 +42,10 @@ TEST(DownloadCommand, TakesWhatTheFolderLacks) {
   EXPECT_THAT(consoleMessages(result.errorOutput), Contains("Missing: 2   Already present: 1"));
   EXPECT_THAT(folder.names(), ElementsAre("a.deb", "b.deb", "c.deb"));
   EXPECT_EQ(folder.read("a.deb"), kPackageBody);
-  EXPECT_EQ(folder.read("b.deb"), "whatever stands here");
+  EXPECT_EQ(folder.read("b.deb"), "other contents");
 }
 
-TEST(DownloadCommand, EndsWithTheScanWhereNothingLacks) {
+TEST(DownloadCommand, EndsWithTheScanIfNothingIsMissing) {
   ScriptedHTTPClient session;
   serve(session, {"a", "b"});
   const TemporaryFolder folder;
@@ -71,7 +71,7 @@ TEST(DownloadCommand, CountsInJSON) {
             "\n");
 }
 
-TEST(DownloadCommand, CountsInJSONWhereNothingLacks) {
+TEST(DownloadCommand, CountsInJSONIfNothingIsMissing) {
   ScriptedHTTPClient session;
   serve(session, {"a"});
   const TemporaryFolder folder;
@@ -98,7 +98,7 @@ TEST(DownloadCommand, ExitsWithOneWhenAPackageFails) {
             "Skipped: 0  Already present: 0\n");
 }
 
-TEST(DownloadCommand, TakesEveryEntryOfANamedPackage) {
+TEST(DownloadCommand, DownloadsEveryEntryOfANamedPackage) {
   ScriptedHTTPClient session;
   const std::string root = kRepository;
   session.answer(root + "Packages",
@@ -115,7 +115,7 @@ TEST(DownloadCommand, TakesEveryEntryOfANamedPackage) {
   EXPECT_THAT(folder.names(), ElementsAre("a.deb", "a2.deb"));
 }
 
-TEST(DownloadCommand, CountsANamedPackageThatIsThereAsSkipped) {
+TEST(DownloadCommand, CountsANamedPackageThatIsPresentAsSkipped) {
   ScriptedHTTPClient session;
   serve(session, {"a", "b", "c"});
   const TemporaryFolder folder;
@@ -143,7 +143,7 @@ TEST(DownloadCommand, APackageThatTheRepositoryDoesNotHaveIsAFailure) {
             "Finished. Downloaded: 0  Verified: 0  Failed: 0  Validation failed: 0  Skipped: 0\n");
 }
 
-TEST(DownloadCommand, APackageThatIsNotThereDoesNotKeepTheOthersFromComing) {
+TEST(DownloadCommand, AnUnknownPackageDoesNotKeepTheOthersFromBeingDownloaded) {
   ScriptedHTTPClient session;
   serve(session, {"a", "b"});
   const TemporaryFolder folder;
@@ -157,7 +157,7 @@ TEST(DownloadCommand, APackageThatIsNotThereDoesNotKeepTheOthersFromComing) {
   EXPECT_THAT(folder.names(), ElementsAre("b.deb"));
 }
 
-TEST(DownloadCommand, MakesTheFolder) {
+TEST(DownloadCommand, CreatesTheFolder) {
   ScriptedHTTPClient session;
   serve(session, {"a"});
   const TemporaryFolder folder;
@@ -165,7 +165,7 @@ TEST(DownloadCommand, MakesTheFolder) {
   EXPECT_EQ(folder.read("new/deep/a.deb"), kPackageBody);
 }
 
-TEST(DownloadCommand, AFileInPlaceOfTheFolderFailsEachPackage) {
+TEST(DownloadCommand, AFileWithTheNameOfTheFolderFailsEachPackage) {
   ScriptedHTTPClient session;
   serve(session, {"a", "b"});
   const TemporaryFolder folder;

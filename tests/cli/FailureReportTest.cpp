@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What a run says of the packages that failed.
+// What a run reports about the packages that failed.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -21,7 +21,7 @@ using testing::IsEmpty;
 
 const std::string kRoot = kRepository;
 
-// A repository whose packages p0, p1 and so on answer with a lost connection.
+// A repository in which the download of each package, p0, p1 and so on, ends in a lost connection.
 ScriptedHTTPClient failing(int count) {
   ScriptedHTTPClient session;
   std::string index;
@@ -62,7 +62,7 @@ TEST(FailureReport, FollowsTheLastLineOfTheRun) {
   EXPECT_EQ(lines.back(), "Failed: p0 1.0, http://repo.example/debs/p0.deb: lost");
 }
 
-TEST(FailureReport, NamesTwentyAndCountsTheOthers) {
+TEST(FailureReport, ListsTwentyAndCountsTheOthers) {
   const ScriptedHTTPClient session = failing(23);
   const TemporaryFolder folder;
   const CommandResult result =
@@ -72,7 +72,7 @@ TEST(FailureReport, NamesTwentyAndCountsTheOthers) {
   EXPECT_EQ(lines.back(), "and 3 more");
 }
 
-TEST(FailureReport, HasAllOfThemInJSON) {
+TEST(FailureReport, ListsAllInJSON) {
   const ScriptedHTTPClient session = failing(23);
   const TemporaryFolder folder;
   const CommandResult result =
@@ -82,7 +82,7 @@ TEST(FailureReport, HasAllOfThemInJSON) {
   EXPECT_EQ(plainLines(result.errorOutput).size(), 21U);
 }
 
-TEST(FailureReport, IsEmptyWhereNothingFailed) {
+TEST(FailureReport, IsEmptyIfNothingFailed) {
   FailureReport report;
   report.add(
       {package(), {URL::parse("http://h/"), HTTPResponse{200}, "a.deb"}, true, std::nullopt});
@@ -93,7 +93,7 @@ TEST(FailureReport, IsEmptyWhereNothingFailed) {
   EXPECT_EQ(report.json().dump(), "[]");
 }
 
-TEST(FailureReport, SaysWhatBecomesOfAnInvalidFile) {
+TEST(FailureReport, SaysThatInvalidFilesStay) {
   const Error mismatch{"DownloadManager", 2004, "SHA256 mismatch for a."};
   EXPECT_THAT(
       shown(package(), {URL::parse("http://h/a.deb"), HTTPResponse{200}, "a.deb"}, mismatch),
@@ -101,14 +101,14 @@ TEST(FailureReport, SaysWhatBecomesOfAnInvalidFile) {
                   "Invalid files stay in the folder and count as present at the next run."));
 }
 
-TEST(FailureReport, AFileThatVanishedIsNotCalledInvalid) {
+TEST(FailureReport, AFileThatWasRemovedIsNotCalledInvalid) {
   const Error vanished{"DownloadManager", 2001, "Downloaded file does not exist."};
   EXPECT_THAT(
       shown(package(), {URL::parse("http://h/a.deb"), HTTPResponse{200}, "a.deb"}, vanished),
       ElementsAre("Failed: a 1.0, http://h/a.deb: Downloaded file does not exist."));
 }
 
-TEST(FailureReport, HasNoAddressWhereNothingWasAskedFor) {
+TEST(FailureReport, HasNoAddressIfNothingWasRequested) {
   EXPECT_THAT(shown(package(), {}, Error{"DownloadManager", 1001, "reason"}),
               ElementsAre("Failed: a 1.0: reason"));
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What --index does for a repository whose index is gone from its server.
+// --index, for a repository whose server no longer has an index.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -16,7 +16,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-TEST(IndexOption, AListComesFromTheFileAndNothingIsAskedFor) {
+TEST(IndexOption, ListReadsTheFileAndRequestsNothing) {
   const ScriptedHTTPClient session;
   const TemporaryFolder folder;
   const std::string index = folder.write("Packages.bz2", bzip2ed(stanza("a") + stanza("b")));
@@ -29,7 +29,7 @@ TEST(IndexOption, AListComesFromTheFileAndNothingIsAskedFor) {
   EXPECT_THAT(session.requests(), IsEmpty());
 }
 
-TEST(IndexOption, ADownloadAsksForThePackagesAlone) {
+TEST(IndexOption, DownloadRequestsOnlyThePackages) {
   ScriptedHTTPClient session;
   session.answer("http://repo.example/debs/a.deb", {.body = kPackageBody});
   const TemporaryFolder folder, indexes;
@@ -41,7 +41,7 @@ TEST(IndexOption, ADownloadAsksForThePackagesAlone) {
   EXPECT_THAT(session.requestedURLs(), ElementsAre("http://repo.example/debs/a.deb"));
 }
 
-TEST(IndexOption, AFileThatGivesNoListIsARepositoryThatCouldNotBeLoaded) {
+TEST(IndexOption, AFileWithoutAListIsARepositoryThatCouldNotBeLoaded) {
   const ScriptedHTTPClient session;
   const TemporaryFolder folder;
   folder.write("empty", "");

@@ -52,7 +52,7 @@ TEST(ListCommand, AlignsWideCharacters) {
             "abcdefghijkl  1.0      iphoneos-arm  1234  Tweaks   y\n");
 }
 
-TEST(ListCommand, ALongTableIsWholeInOrderAndAlignedFromEndToEnd) {
+TEST(ListCommand, ALongTableIsCompleteOrderedAndAligned) {
   std::vector<std::string> names;
   for (int i = 0; i < 5000; ++i) names.push_back("p" + std::to_string(i));
   names.emplace_back("the.longest.identifier");
@@ -66,7 +66,7 @@ TEST(ListCommand, ALongTableIsWholeInOrderAndAlignedFromEndToEnd) {
   EXPECT_EQ(printed(packages), expected);
 }
 
-TEST(ListCommand, ALongTextRunsOverItsColumn) {
+TEST(ListCommand, ALongValueOverflowsItsColumn) {
   const std::string longName(60, 'n');
   const std::string table = printed({package(longName, "x"), package("b", "y")});
   EXPECT_EQ(table, "Identifier" + std::string(40, ' ') +
@@ -103,7 +103,7 @@ TEST(ListCommand, KeepsTheOrderAndTheDuplicatesOfTheIndex) {
   EXPECT_THAT(names, ElementsAre("1", "2", "3"));
 }
 
-TEST(ListCommand, SearchNarrowsTheList) {
+TEST(ListCommand, SearchFiltersTheList) {
   Options options = json();
   options.search = " Ab ";
   const auto array = nlohmann::json::parse(

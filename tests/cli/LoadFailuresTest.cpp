@@ -21,7 +21,7 @@ Error errorWith(const std::string& detail) {
   return {std::string(kURLErrorDomain), kURLErrorTimedOut, "The request timed out.", detail};
 }
 
-TEST(LoadFailures, HaveTheLibrarysWordsOrElseTheErrors) {
+TEST(LoadFailures, ShowTheDetailOfAnErrorOrElseItsDescription) {
   LoadFailures failures;
   add(failures, std::nullopt, errorWith("Could not resolve host: repo.example"));
   add(failures, std::nullopt, errorWith(""));
@@ -29,7 +29,7 @@ TEST(LoadFailures, HaveTheLibrarysWordsOrElseTheErrors) {
                                             "The request timed out. (1 request)"));
 }
 
-TEST(LoadFailures, AreEachThereOnceInTheOrderInWhichTheyCame) {
+TEST(LoadFailures, AreListedOnceEachInTheirOrder) {
   LoadFailures failures;
   for (const int status : {503, 404, 503, 503, 404}) {
     add(failures, HTTPResponse{status}, std::nullopt);
@@ -38,7 +38,7 @@ TEST(LoadFailures, AreEachThereOnceInTheOrderInWhichTheyCame) {
               ElementsAre("HTTP status 503 (3 requests)", "HTTP status 404 (2 requests)"));
 }
 
-TEST(LoadFailures, AreOneWhereOnlyTheTimeDiffers) {
+TEST(LoadFailures, AreTheSameIfOnlyTheTimeDiffers) {
   LoadFailures failures;
   for (const char* time : {"0 ms", "17 ms", "30001 milliseconds"}) {
     add(failures, std::nullopt,
@@ -48,13 +48,13 @@ TEST(LoadFailures, AreOneWhereOnlyTheTimeDiffers) {
               ElementsAre("Failed to connect to h port 80: refused (3 requests)"));
 }
 
-TEST(LoadFailures, AnAnswerThatIsNoIndexIsNone) {
+TEST(LoadFailures, AnAnswerWithoutAnIndexIsNoFailure) {
   LoadFailures failures;
   add(failures, HTTPResponse{200}, std::nullopt);
   EXPECT_THAT(failures.lines(), IsEmpty());
 }
 
-TEST(LoadFailures, AnErrorOutweighsItsAnswersStatus) {
+TEST(LoadFailures, AnErrorTakesPrecedenceOverTheStatus) {
   LoadFailures failures;
   add(failures, HTTPResponse{200}, errorWith(""));
   EXPECT_THAT(failures.lines(), ElementsAre("The request timed out. (1 request)"));

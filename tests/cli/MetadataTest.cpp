@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
-// What --metadata adds to a download.
+// What a download with --metadata saves as well.
 #include <algorithm>
+#include <cerrno>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "base/Error.h"
 #include "cli/ExitStatus.h"
 #include "tests/cli/SampleIndex.h"
 #include "tests/cli/ScriptedCommand.h"
@@ -50,7 +52,7 @@ class Metadata : public testing::Test {
   const LogRecorder log_;
 };
 
-TEST_F(Metadata, IsSavedBesideThePackages) {
+TEST_F(Metadata, IsSavedInTheFolderOfThePackages) {
   const CommandResult result = download({"--metadata"});
   EXPECT_EQ(result.status, kExitDone);
   EXPECT_EQ(result.output, kSummary);
@@ -58,7 +60,7 @@ TEST_F(Metadata, IsSavedBesideThePackages) {
   EXPECT_EQ(folder_.read("Release"), "release");
 }
 
-TEST_F(Metadata, IsToldOfInTheSystemLogAlone) {
+TEST_F(Metadata, IsReportedInTheSystemLogOnly) {
   const CommandResult result = download({"--metadata"});
   EXPECT_THAT(log_.lines(), Contains("[Metadata] Archived 2 metadata files, 21 missing/failed."));
   EXPECT_THAT(
@@ -77,13 +79,13 @@ TEST_F(Metadata, IsToldOfInTheSystemLogAlone) {
                   "Validation failed: 0  Skipped: 0"));
 }
 
-TEST_F(Metadata, IsNotSavedUnlessAskedFor) {
+TEST_F(Metadata, IsNotSavedWithoutTheOption) {
   EXPECT_EQ(download({}).output, kSummary);
   EXPECT_THAT(folder_.names(), ElementsAre("a.deb"));
   EXPECT_EQ(timesRequested("Release"), 0);
 }
 
-TEST_F(Metadata, IsSavedAlsoWhereNothingLacks) {
+TEST_F(Metadata, IsSavedAlsoIfNoPackageIsMissing) {
   folder_.write("a.deb", "");
   const CommandResult result = download({"--metadata"});
   EXPECT_EQ(result.status, kExitDone);
@@ -92,13 +94,13 @@ TEST_F(Metadata, IsSavedAlsoWhereNothingLacks) {
   EXPECT_EQ(session_.requests().size(), 1U + 23U);
 }
 
-TEST_F(Metadata, IsSavedAlsoWhereNoNamedPackageExists) {
+TEST_F(Metadata, IsSavedAlsoIfNoNamedPackageExists) {
   const CommandResult result = download({"--metadata", "--package", "x"});
   EXPECT_EQ(result.status, kExitFailed);
   EXPECT_THAT(folder_.names(), ElementsAre("Packages", "Release", "dists"));
 }
 
-TEST_F(Metadata, IsNotAskedForWhereTheRepositoryCouldNotBeLoaded) {
+TEST_F(Metadata, IsNotRequestedIfTheRepositoryCouldNotBeLoaded) {
   const ScriptedHTTPClient session;
   const CommandResult result = runScripted(
       session, {"download", kRepository, folder_.path(), "--type", "apt", "--metadata"});
@@ -109,24 +111,25 @@ TEST_F(Metadata, IsNotAskedForWhereTheRepositoryCouldNotBeLoaded) {
 
 TEST_F(Metadata, ThatHasNoFolderIsAFailureWithItsReason) {
   folder_.write("taken", "a file");
+  const std::string reason = posixError(ENOTDIR).description;
   const CommandResult result = runScripted(
       session_,
       {"download", kRepository, folder_.path("taken"), "--type", "apt", "--metadata", "--quiet"});
   EXPECT_EQ(result.status, kExitFailed);
-  EXPECT_THAT(consoleMessages(result.errorOutput),
-              ElementsAre("Not a directory", "Download failed: Not a directory",
-                          "Could not save metadata: Not a directory"));
+  EXPECT_THAT(
+      consoleMessages(result.errorOutput),
+      ElementsAre(reason, "Download failed: " + reason, "Could not save metadata: " + reason));
   EXPECT_EQ(timesRequested("Release"), 0);
 }
 
-TEST_F(Metadata, IsAskedForWhenThePackagesAreThere) {
+TEST_F(Metadata, IsRequestedAfterThePackages) {
   download({"--metadata"});
   const std::vector<std::string> urls = session_.requestedURLs();
   ASSERT_EQ(urls.size(), 1U + 1U + 23U);
   EXPECT_EQ(urls[1], "http://repo.example/debs/a.deb");
 }
 
-TEST_F(Metadata, IsSavedBesideNamedPackagesToo) {
+TEST_F(Metadata, IsSavedWithNamedPackagesToo) {
   EXPECT_EQ(download({"--metadata", "--package", "a"}).output,
             "Finished. Downloaded: 1  Verified: 1  Failed: 0  Validation failed: 0  Skipped: 0\n");
   EXPECT_EQ(folder_.read("Release"), "release");
@@ -146,7 +149,7 @@ TEST_F(Metadata, ThatTheServerDoesNotHaveIsNoFailure) {
   EXPECT_THAT(log_.lines(), Contains("[Metadata] Archived 0 metadata files, 23 missing/failed."));
 }
 
-TEST_F(Metadata, ThatCouldNotBeHadOtherwiseIsAFailureWithItsReason) {
+TEST_F(Metadata, ThatCouldNotBeSavedIsAFailureWithItsReason) {
   session_.answer(
       "http://repo.example/InRelease",
       failingAnswer(kURLErrorNetworkConnectionLost, "The network connection was lost."));
@@ -156,10 +159,11 @@ TEST_F(Metadata, ThatCouldNotBeHadOtherwiseIsAFailureWithItsReason) {
   const CommandResult result = download({"--metadata", "--quiet"});
   EXPECT_EQ(result.status, kExitFailed);
   EXPECT_EQ(result.output, kSummary);
-  EXPECT_THAT(consoleMessages(result.errorOutput),
-              UnorderedElementsAre("Could not save InRelease: The network connection was lost.",
-                                   "Could not save Release.gpg: HTTP status 500",
-                                   "Could not save CydiaIcon.png: Is a directory"));
+  EXPECT_THAT(
+      consoleMessages(result.errorOutput),
+      UnorderedElementsAre("Could not save InRelease: The network connection was lost.",
+                           "Could not save Release.gpg: HTTP status 500",
+                           "Could not save CydiaIcon.png: " + posixError(EISDIR).description));
   EXPECT_THAT(log_.lines(), Not(Contains(HasSubstr("Could not save"))));
 }
 

@@ -29,14 +29,14 @@ std::vector<std::string> warnings(const std::vector<PackageEntry>& packages,
   return consoleMessages(stream.str());
 }
 
-TEST(NameCollisions, TwoPackagesWithOneFileNameAreNamedWithTheirAddresses) {
+TEST(NameCollisions, TwoPackagesWithOneFileNameAreListedWithTheirAddresses) {
   EXPECT_THAT(warnings({package("a", "one/x.deb"), package("c", "y.deb"),
                         package("b", "http://other/x.deb")}),
               ElementsAre("a 1.0 and b 1.0 have one file name, x.deb, and one file will stand "
                           "for both: http://user:***@h/repo/one/x.deb and http://other/x.deb"));
 }
 
-TEST(NameCollisions, ANamedPackageIsHeldAgainstAllOfTheRepository) {
+TEST(NameCollisions, ANamedPackageIsComparedWithTheWholeRepository) {
   const std::vector<PackageEntry> packages{package("a", "1/x.deb"), package("b", "2/x.deb"),
                                            package("c", "1/y.deb"), package("d", "2/y.deb"),
                                            package("e", "Release")};
@@ -64,13 +64,13 @@ TEST(NameCollisions, CaseIsThatOfUnicode) {
   EXPECT_THAT(warnings({package("a", "d/ä.deb"), package("b", "d/a.deb")}), IsEmpty());
 }
 
-TEST(NameCollisions, NamesThatOnlyResembleEachOtherAreNone) {
+TEST(NameCollisions, SimilarNamesAreNoCollision) {
   EXPECT_THAT(warnings({package("a", "x@.deb"), package("b", "x`.deb"), package("c", "x.deb"),
                         package("d", "x.de"), package("e", "[.deb"), package("f", "{.deb")}),
               IsEmpty());
 }
 
-TEST(NameCollisions, EachOfThreeWithOneNameIsNamed) {
+TEST(NameCollisions, EachOfThreeWithOneNameIsListed) {
   const auto lines =
       warnings({package("a", "1/x.deb"), package("b", "2/x.deb"), package("c", "3/x.deb")});
   ASSERT_EQ(lines.size(), 2U);
@@ -78,7 +78,7 @@ TEST(NameCollisions, EachOfThreeWithOneNameIsNamed) {
   EXPECT_THAT(lines[1], testing::StartsWith("b 1.0 and c 1.0 have one file name"));
 }
 
-TEST(NameCollisions, TheNameOfAMetadataFileIsNamedWhateverItsCase) {
+TEST(NameCollisions, TheNameOfAMetadataFileIsACollisionInAnyCase) {
   EXPECT_THAT(warnings({package("a", "debs/release"), package("b", "dists"),
                         package("c", "x/Packages.gz"), package("d", "stable")}),
               ElementsAre("a 1.0 has the file name of a metadata file, release: "
@@ -118,7 +118,7 @@ TEST(NameCollisions, AreTwentyLinesAtMostInTheOrderOfTheList) {
   EXPECT_EQ(lines.back(), "and 5 more");
 }
 
-// The packages are there; the warnings come also where nothing lacks.
+// The packages are present: the warnings are also printed if nothing is missing.
 TEST(NameCollisions, AreWarnedOfBeforeEachRun) {
   ScriptedHTTPClient session;
   session.answer("http://repo.example/Packages",

@@ -64,7 +64,7 @@ TEST(Options, EveryTypeHasItsName) {
             RepositoryType::installer3);
 }
 
-TEST(Options, OptionsMayStandAnywhereAfterTheCommand) {
+TEST(Options, OptionsMayAppearAnywhereAfterTheSubcommand) {
   const Options options = parsed({"download", "--json", "--connections", "64", "u", "--metadata",
                                   "--type", "apt", "f", "--package", "a"});
   EXPECT_TRUE(options.json);
@@ -82,14 +82,14 @@ TEST(Options, APackageTakesOneIdentifierAndMayBeRepeated) {
   EXPECT_EQ(options.folder, "f");
 }
 
-TEST(Options, QuietAndVerboseMayStandBeforeTheCommandToo) {
+TEST(Options, QuietAndVerboseMayPrecedeTheSubcommand) {
   EXPECT_TRUE(parsed({"--quiet", "list", "u"}).quiet);
   EXPECT_TRUE(parsed({"list", "u", "--quiet"}).quiet);
   EXPECT_TRUE(parsed({"--verbose", "download", "u", "f"}).verbose);
   EXPECT_TRUE(parsed({"download", "u", "f", "--verbose"}).verbose);
 }
 
-TEST(Options, AFolderMayBeNamedLikeACommand) {
+TEST(Options, AFolderMayBeNamedLikeASubcommand) {
   EXPECT_EQ(parsed({"download", "u", "list"}).folder, "list");
   EXPECT_EQ(parsed({"download", "u", "download"}).folder, "download");
 }
@@ -98,7 +98,7 @@ TEST(Options, AFolderMayBeginWithADashAfterADoubleDash) {
   EXPECT_EQ(parsed({"download", "u", "--", "-folder"}).folder, "-folder");
 }
 
-TEST(Options, ASearchTakesAnyText) {
+TEST(Options, ASearchMayBeAnyString) {
   EXPECT_EQ(parsed({"list", "u", "--search", "two words"}).search, "two words");
   EXPECT_EQ(parsed({"list", "u", "--search", ""}).search, "");
   EXPECT_EQ(parsed({"list", "u", "--search=-x"}).search, "-x");
@@ -118,7 +118,7 @@ TEST(Options, AValueIsNeverAnOption) {
   }
 }
 
-TEST(Options, AnEqualsSignMakesAValueOfAnything) {
+TEST(Options, AnythingAfterAnEqualsSignIsAValue) {
   EXPECT_EQ(parsed({"list", "u", "--search=--json"}).search, "--json");
   EXPECT_FALSE(parsed({"list", "u", "--search=--json"}).json);
   EXPECT_EQ(parsed({"list", "u", "--search=-h"}).search, "-h");
@@ -134,7 +134,7 @@ TEST(Options, AWordAfterADoubleDashIsNoOption) {
   EXPECT_EQ(parsed({"download", "u", "--", "--package"}).folder, "--package");
 }
 
-TEST(Options, TransfersAreTheProgramsOwnUnlessSomethingIsSaid) {
+TEST(Options, TransferOptionsHaveDefaults) {
   const Options options = parsed({"download", "u", "f"});
   EXPECT_EQ(options.userAgent, "");
   EXPECT_THAT(options.headers, IsEmpty());
@@ -151,7 +151,7 @@ TEST(Options, HeadersAreNamesAndValues) {
   EXPECT_EQ(options.url, "u");
 }
 
-TEST(Options, AHeaderThatIsNoneIsRefusedAndItsValueNotShown) {
+TEST(Options, AMalformedHeaderIsRefusedAndItsValueNotShown) {
   for (const char* header : {"secret", ":secret", " A: secret", "A : secret", "A(: secret",
                              "\xC3\xA4: secret", "A: secret\r\nB: c", "A: secret\nB"}) {
     expectWrongUsage({"list", "u", "--header", header}, "--header");
@@ -206,12 +206,12 @@ TEST(Options, AMaximumSizeIsInBytesOrPowersOf1024) {
   expectWrongUsage({"list", "u", "--max-size", "1"}, "--max-size");
 }
 
-TEST(Options, WrongUsageReachesNoTerminalAsAControl) {
+TEST(Options, WrongUsageHasNoControlCharacters) {
   const UsageAnswer answer = answered({"list", "u", "a\033[2J\u009B\u202E"});
   EXPECT_THAT(answer.text, HasSubstr("a\uFFFD[2J\uFFFD\uFFFD\n"));
 }
 
-TEST(Options, HelpNamesTheCommandsAndTheirOptions) {
+TEST(Options, HelpNamesTheSubcommandsAndTheirOptions) {
   const UsageAnswer help = answered({"--help"});
   EXPECT_EQ(help.exitStatus, kExitDone);
   EXPECT_THAT(help.text, HasSubstr("list"));
@@ -231,9 +231,15 @@ TEST(Options, VersionPrintsNameAndNumber) {
   EXPECT_EQ(answer.text, "tolvane-cli " TOLVANE_VERSION "\n");
 }
 
-TEST(Options, WrongUsageIsNamed) {
-  expectWrongUsage({}, "subcommand");
-  expectWrongUsage({"fetch", "u"}, "subcommand");
+TEST(Options, AMissingOrUnknownSubcommandIsWrongUsage) {
+  for (const std::vector<std::string>& arguments : {std::vector<std::string>{}, {"fetch", "u"}}) {
+    const UsageAnswer answer = answered(arguments);
+    EXPECT_EQ(answer.exitStatus, kExitUsage);
+    EXPECT_THAT(answer.text, Not(IsEmpty()));
+  }
+}
+
+TEST(Options, WrongUsageNamesTheArgument) {
   expectWrongUsage({"list"}, "URL");
   expectWrongUsage({"list", "u", "extra"}, "extra");
   expectWrongUsage({"list", "u", "--type", "cydia"}, "cydia");

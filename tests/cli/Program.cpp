@@ -40,14 +40,14 @@ std::vector<std::string> programEnvironment(const std::map<std::string, std::str
   return entries;
 }
 
-std::vector<char*> pointers(std::vector<std::string>& texts) {
+std::vector<char*> pointers(std::vector<std::string>& strings) {
   std::vector<char*> result;
-  for (std::string& text : texts) result.push_back(text.data());
+  for (std::string& string : strings) result.push_back(string.data());
   result.push_back(nullptr);
   return result;
 }
 
-// A pair of terminal sides; the one for the program is closed with the object.
+// A pseudo-terminal; the side of the program is closed in the destructor.
 struct Terminal {
   Terminal() {
     winsize size{};
@@ -90,7 +90,7 @@ Program::Program(const std::vector<std::string>& arguments, const ProgramSetting
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errors.c_str(), O_WRONLY | O_APPEND,
                                      0);
   }
-  // Tests that run in the background may have been told to ignore signals.
+  // A test that runs in the background may inherit ignored signals.
   posix_spawnattr_t attributes;
   posix_spawnattr_init(&attributes);
   sigset_t none, usual;
@@ -125,7 +125,7 @@ CommandResult Program::wait() {
   while (!hasEnded()) {
     readTerminal();
     if (std::chrono::steady_clock::now() > end) {
-      ADD_FAILURE() << "the program does not end";
+      ADD_FAILURE() << "the program did not end within two minutes";
       signal(SIGKILL);
     }
     std::this_thread::sleep_for(kPause);
@@ -160,7 +160,7 @@ void waitUntil(const std::function<bool()>& condition) {
   const auto end = std::chrono::steady_clock::now() + kConditionLimit;
   while (!condition()) {
     if (std::chrono::steady_clock::now() > end) {
-      ADD_FAILURE() << "waited in vain";
+      ADD_FAILURE() << "the condition did not hold within a minute";
       return;
     }
     std::this_thread::sleep_for(kPause);

@@ -15,15 +15,15 @@ namespace tolvane {
 
 struct ProgramSettings {
   std::map<std::string, std::string> environment = {};
-  // Where standard output goes; "" closes it. It is collected when nothing is said.
+  // The file for standard output; "" closes it. Without a value, the output is collected.
   std::optional<std::string> outputPath = {};
-  bool terminal = false;                    // standard error is one, 200 columns wide
-  std::vector<std::string> startedBy = {};  // the words of a command that starts the program
+  bool terminal = false;                    // standard error is a terminal, 200 columns wide
+  std::vector<std::string> startedBy = {};  // a command line that starts the program
 };
 
-// One run of the built program tolvane-cli. It sees the test's environment without what would
-// change its ways: proxies, certificates, colours. A program that still runs is killed when the
-// object goes.
+// One run of the built program tolvane-cli. Its environment is that of the test without variables
+// that change its behaviour (proxies, certificates, colours). A program that still runs is killed
+// in the destructor.
 class Program {
  public:
   explicit Program(const std::vector<std::string>& arguments, const ProgramSettings& settings = {});

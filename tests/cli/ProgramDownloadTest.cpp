@@ -27,8 +27,8 @@ using testing::UnorderedElementsAre;
 const std::string kZeroMD5(32, '0');
 const std::string kZeroSHA256(64, '0');
 
-// One package of each fate. "present" is there before the run.
-void serveEveryFate(LoopbackServer& server) {
+// One package of each outcome. "present" is in the folder before the run.
+void serveEveryOutcome(LoopbackServer& server) {
   server.on(
       "/Packages",
       respond(200, stanza("good", trueChecks()) + stanza("wrong-size", {{"Size", "1234"}}) +
@@ -43,7 +43,7 @@ void serveEveryFate(LoopbackServer& server) {
   server.on("/debs/cut-off.deb", cutOff(kPackageBody, 10));
 }
 
-// A repository of `count` packages, p0 to pN, of which the handler serves every one.
+// A repository of `count` packages, p0 to pN, each served by the handler.
 std::vector<std::string> servePackages(LoopbackServer& server, int count,
                                        const LoopbackHandler& handler) {
   std::string index;
@@ -59,7 +59,8 @@ std::vector<std::string> servePackages(LoopbackServer& server, int count,
   return files;
 }
 
-// Every second request is answered at once, the others when the gate opens, after half a body.
+// Answers every second request at once, and the others with 10 bytes, and the rest when the gate
+// opens.
 LoopbackHandler everySecondHeld(const Gate& gate) {
   const std::string body = kPackageBody;
   const std::string head = responseHead(200, {{"Content-Length", std::to_string(body.size())}});
@@ -74,9 +75,9 @@ bool isWhole(const TemporaryFolder& folder, const std::string& name) {
   return folder.read(name) == kPackageBody;
 }
 
-TEST(ProgramDownload, CountsEveryFateInItsSummary) {
+TEST(ProgramDownload, CountsEveryOutcomeInItsSummary) {
   LoopbackServer server;
-  serveEveryFate(server);
+  serveEveryOutcome(server);
   const TemporaryFolder folder;
   folder.write("present.deb", "older");
   const CommandResult result = runProgram({"download", server.url("/"), folder.path()});
@@ -98,9 +99,9 @@ TEST(ProgramDownload, CountsEveryFateInItsSummary) {
   }
 }
 
-TEST(ProgramDownload, KeepsWhatArrivedWholeAndNothingElse) {
+TEST(ProgramDownload, KeepsOnlyCompleteFiles) {
   LoopbackServer server;
-  serveEveryFate(server);
+  serveEveryOutcome(server);
   const TemporaryFolder folder;
   folder.write("present.deb", "older");
   runProgram({"download", server.url("/"), folder.path()});
@@ -111,9 +112,9 @@ TEST(ProgramDownload, KeepsWhatArrivedWholeAndNothingElse) {
   EXPECT_EQ(folder.read("present.deb"), "older");
 }
 
-TEST(ProgramDownload, CountsEveryFateInJSON) {
+TEST(ProgramDownload, CountsEveryOutcomeInJSON) {
   LoopbackServer server;
-  serveEveryFate(server);
+  serveEveryOutcome(server);
   const TemporaryFolder folder;
   folder.write("present.deb", "older");
   const CommandResult result = runProgram({"download", server.url("/"), folder.path(), "--json"});
@@ -135,9 +136,9 @@ TEST(ProgramDownload, CountsEveryFateInJSON) {
   EXPECT_EQ(failures["wrong-md5"]["code"], 2003);
 }
 
-TEST(ProgramDownload, NamesTheFailedAndTheInvalidAfterItsLastLine) {
+TEST(ProgramDownload, ListsTheFailedAndTheInvalidAfterItsLastLine) {
   LoopbackServer server;
-  serveEveryFate(server);
+  serveEveryOutcome(server);
   const TemporaryFolder folder;
   const CommandResult result = runProgram({"download", server.url("/"), folder.path(), "--quiet"});
   const auto line = [&](const std::string& kind, const std::string& name,
@@ -157,7 +158,7 @@ TEST(ProgramDownload, NamesTheFailedAndTheInvalidAfterItsLastLine) {
   EXPECT_THAT(lines.back(), StartsWith("Invalid files stay"));
 }
 
-TEST(ProgramDownload, ASecondRunAsksForNothingButTheIndex) {
+TEST(ProgramDownload, ASecondRunRequestsOnlyTheIndex) {
   LoopbackServer server;
   servePackages(server, 5, respond(200, kPackageBody));
   const TemporaryFolder folder;
@@ -169,7 +170,7 @@ TEST(ProgramDownload, ASecondRunAsksForNothingButTheIndex) {
   EXPECT_EQ(server.requests().size(), before + 1);
 }
 
-TEST(ProgramDownload, TakesARelativeFolder) {
+TEST(ProgramDownload, AcceptsARelativeFolder) {
   LoopbackServer server;
   servePackages(server, 1, respond(200, kPackageBody));
   const TemporaryFolder folder;
@@ -204,14 +205,14 @@ TEST(ProgramDownload, ARunAfterAKilledOneCompletesTheFolder) {
   const auto files = servePackages(server, 40, everySecondHeld(gate));
   const TemporaryFolder folder;
   Program program({"download", server.url("/"), folder.path()});
-  // All connections hang in the middle of a file by then, and some files are done.
+  // Then all connections wait in the middle of a file, and some files are complete.
   waitUntil([&] { return server.requestsInFlight() == 6 && !folder.names().empty(); });
   program.signal(SIGKILL);
   EXPECT_EQ(program.wait().status, -SIGKILL);
   const auto left = folder.names();
   EXPECT_LT(left.size(), files.size());
   for (const std::string& name : left) {
-    if (name.starts_with(".")) continue;  // of a file system without unnamed files
+    if (name.starts_with(".")) continue;  // on a file system without unnamed files
     EXPECT_TRUE(isWhole(folder, name)) << name;
   }
 
@@ -224,7 +225,7 @@ TEST(ProgramDownload, ARunAfterAKilledOneCompletesTheFolder) {
 
 class ProgramInterrupt : public testing::TestWithParam<int> {};
 
-TEST_P(ProgramInterrupt, IsItsDeathAndLeavesNoHalfFile) {
+TEST_P(ProgramInterrupt, KillsTheProgramAndLeavesNoPartialFile) {
   LoopbackServer server;
   Gate gate;
   const auto files = servePackages(server, 40, everySecondHeld(gate));
@@ -241,7 +242,7 @@ TEST_P(ProgramInterrupt, IsItsDeathAndLeavesNoHalfFile) {
 
 INSTANTIATE_TEST_SUITE_P(Signals, ProgramInterrupt, testing::Values(SIGHUP, SIGINT, SIGTERM));
 
-TEST(ProgramDownload, IsInterruptedWhileItWaitsForTheIndex) {
+TEST(ProgramDownload, CanBeInterruptedWhileItWaitsForTheIndex) {
   LoopbackServer server;
   server.on("/Packages", stall());
   const TemporaryFolder folder;

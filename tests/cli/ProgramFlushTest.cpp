@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// In which order the program asks the system for things, as strace sees it.
+// The order of system calls, as strace records it.
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <gmock/gmock.h>
@@ -8,6 +9,7 @@
 #include <regex>
 #include <set>
 
+#include "base/Error.h"
 #include "cli/ExitStatus.h"
 #include "tests/cli/Program.h"
 #include "tests/cli/SampleIndex.h"
@@ -25,7 +27,7 @@ bool canTrace() {
 #endif
 }
 
-// The names that were given to unnamed files, each with whether the file's bytes had been flushed.
+// The names that unnamed files were given, each with whether the file had been flushed before.
 std::map<std::string, bool> namedFiles(const std::string& trace) {
   static const std::regex kFlushBegins(R"((\d+) +fdatasync\((\d+).*)");
   static const std::regex kFlushResumes(R"((\d+) +<\.\.\. fdatasync resumed>.*= 0)");
@@ -47,7 +49,7 @@ std::map<std::string, bool> namedFiles(const std::string& trace) {
   return files;
 }
 
-TEST(ProgramFlush, AFilesBytesAreOnTheDiskBeforeItHasItsName) {
+TEST(ProgramFlush, AFileIsFlushedBeforeItIsNamed) {
   if (!canTrace()) GTEST_SKIP() << "strace is not installed, or not permitted";
   LoopbackServer server;
   std::string index;
@@ -67,7 +69,7 @@ TEST(ProgramFlush, AFilesBytesAreOnTheDiskBeforeItHasItsName) {
   for (const auto& [name, isFlushed] : files) EXPECT_TRUE(isFlushed) << name;
 }
 
-// Where each call stands in the trace: the namings, and the flushes of the folder itself.
+// Line numbers in the trace: of the last file that was named, and of each flush of the folder.
 struct FolderFlushes {
   std::size_t lastName = 0;
   std::vector<std::size_t> flushes;
@@ -86,7 +88,7 @@ FolderFlushes folderFlushes(const std::string& trace, const std::string& folder)
   return found;
 }
 
-TEST(ProgramFlush, TheFolderIsFlushedBehindTheLastNameAndNotOnceAFile) {
+TEST(ProgramFlush, TheFolderIsFlushedAfterTheLastNameAndNotForEachFile) {
   if (!canTrace()) GTEST_SKIP() << "strace is not installed, or not permitted";
   LoopbackServer server;
   std::string index;
@@ -108,10 +110,10 @@ TEST(ProgramFlush, TheFolderIsFlushedBehindTheLastNameAndNotOnceAFile) {
   EXPECT_GT(own.flushes.back(), own.lastName);
   EXPECT_LE(own.flushes.size(), 10U);
   EXPECT_FALSE(folderFlushes(traces.read("trace"), real).flushes.empty())
-      << "the name of the new folder stands in the one above it";
+      << "the name of the new folder is part of its parent";
 }
 
-TEST(ProgramFlush, AFolderThatTheDiskLosesIsAFailure) {
+TEST(ProgramFlush, AFolderThatCannotBeFlushedIsAFailure) {
   if (!canTrace()) GTEST_SKIP() << "strace is not installed, or not permitted";
   LoopbackServer server;
   server.on("/Packages", respond(200, stanza("a", trueChecks())));
@@ -123,7 +125,7 @@ TEST(ProgramFlush, AFolderThatTheDiskLosesIsAFailure) {
                                 "-e", "inject=fsync:error=EIO"}});
   EXPECT_EQ(result.status, kExitFailed);
   EXPECT_THAT(result.errorOutput,
-              testing::HasSubstr("Could not flush the folder: Input/output error"));
+              testing::HasSubstr("Could not flush the folder: " + posixError(EIO).description));
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// What the program does with a folder that takes no more files.
+// Downloads into a folder that accepts no more files.
+#include <cerrno>
 #include <cstdlib>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -8,6 +9,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "base/Error.h"
 #include "cli/ExitStatus.h"
 #include "tests/cli/Program.h"
 #include "tests/cli/SampleIndex.h"
@@ -24,11 +26,11 @@ using testing::IsEmpty;
 using testing::SizeIs;
 
 constexpr int kPackages = 40;
-const std::vector<std::string> kAsNobody{"setpriv", "--reuid=65534", "--regid=65534",
-                                         "--clear-groups"};
+const std::vector<std::string> kAsOtherUser{"setpriv", "--reuid=65534", "--regid=65534",
+                                            "--clear-groups"};
 
-// A repository of 40 packages too large for a disk of 64 KiB. The second answer and all after it
-// leave the program time to see what became of the first.
+// A repository of 40 packages that are too large for a disk of 64 KiB. The second answer and all
+// later ones are delayed, so that the program has handled the first failure before.
 class ProgramFolder : public testing::Test {
  protected:
   ProgramFolder() {
@@ -45,7 +47,7 @@ class ProgramFolder : public testing::Test {
                       {.startedBy = startedBy});
   }
 
-  // All packages failed, the first ones with the reason and the others untried.
+  // All packages failed, the first ones with this reason, the others without being tried.
   void expectOneReason(const CommandResult& result, const std::string& reason) {
     EXPECT_EQ(result.status, kExitFailed);
     const auto object = nlohmann::json::parse(result.output);
@@ -70,40 +72,40 @@ class ProgramFolder : public testing::Test {
   LoopbackServer server_;
 };
 
-TEST_F(ProgramFolder, ThatIsFullEndsTheRunAfterTheFirstProof) {
+TEST_F(ProgramFolder, ThatIsFullEndsTheRunAfterTheFirstFailure) {
   const SmallDisk disk(64 * 1024);
   if (!disk.isMounted()) GTEST_SKIP() << "a file system cannot be mounted here";
-  expectOneReason(download(disk.folder().path()), "No space left on device");
+  expectOneReason(download(disk.folder().path()), posixError(ENOSPC).description);
   EXPECT_THAT(disk.folder().names(), IsEmpty());
 }
 
-TEST_F(ProgramFolder, ThatIsReadOnlyEndsTheRunAfterTheFirstProof) {
+TEST_F(ProgramFolder, ThatIsReadOnlyEndsTheRunAfterTheFirstFailure) {
   const SmallDisk disk(64 * 1024);
   if (!disk.isMounted()) GTEST_SKIP() << "a file system cannot be mounted here";
   ASSERT_EQ(::mount("none", disk.folder().path().c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr),
             0);
-  expectOneReason(download(disk.folder().path()), "Read-only file system");
+  expectOneReason(download(disk.folder().path()), posixError(EROFS).description);
 }
 
-TEST_F(ProgramFolder, OfAnotherUserEndsTheRunAfterTheFirstProof) {
+TEST_F(ProgramFolder, OfAnotherUserEndsTheRunAfterTheFirstFailure) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root can become another user";
   const TemporaryFolder folder;
   ASSERT_EQ(::chmod(folder.path().c_str(), 0755), 0);
   const std::string touch = "setpriv --reuid=65534 --regid=65534 --clear-groups touch " +
                             folder.path("x") + " 2>/dev/null";
-  ASSERT_NE(std::system(touch.c_str()), 0) << "the folder is not closed";
-  expectOneReason(download(folder.path(), kAsNobody), "Permission denied");
+  ASSERT_NE(std::system(touch.c_str()), 0) << "the other user can write to the folder";
+  expectOneReason(download(folder.path(), kAsOtherUser), posixError(EACCES).description);
 }
 
-TEST_F(ProgramFolder, ThatCannotBeMadeIsSaidOnceAndNothingIsAskedFor) {
+TEST_F(ProgramFolder, ThatCannotBeCreatedIsReportedOnceAndNothingIsRequested) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root can become another user";
   const TemporaryFolder folder;
   ASSERT_EQ(::chmod(folder.path().c_str(), 0755), 0);
-  const CommandResult result = download(folder.path("new"), kAsNobody);
+  const CommandResult result = download(folder.path("new"), kAsOtherUser);
   EXPECT_EQ(result.status, kExitFailed);
   EXPECT_EQ(nlohmann::json::parse(result.output)["failed"], kPackages);
   EXPECT_THAT(server_.targets(), ElementsAre("/Packages"));
-  expectFewLines(result, "Permission denied");
+  expectFewLines(result, posixError(EACCES).description);
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// How much memory the program takes for an index that is large, or that unpacks to too much.
+// The memory of the program for a large index, and for one that decompresses to too much.
 #include <cstdlib>
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -18,18 +18,19 @@ namespace {
 
 constexpr std::size_t kMiB = std::size_t{1} << 20;
 
-// A little more than a power of two, where memory that doubles is used worst.
+// A little more than a power of two: the worst case for memory that grows by doubling.
 constexpr std::size_t kLarge = 136 * kMiB;
 
-// For the program, its libraries and buffers, whatever the index.
+// For the program, its libraries and buffers.
 constexpr std::size_t kProgram = 40 * kMiB;
 
 struct ProgramRun {
   int status = 0;
-  std::size_t memory = 0;  // the most that it had at a time, in bytes
+  std::size_t memory = 0;  // the peak, in bytes
 };
 
-// Lists a repository. What a child is forked with counts as its memory, so the test holds little.
+// Lists a repository. A forked child starts with the memory of the test, so the test has to hold
+// little.
 ProgramRun list(const std::string& url) {
   const pid_t child = ::fork();
   if (child == 0) {
@@ -45,14 +46,14 @@ ProgramRun list(const std::string& url) {
   return {WEXITSTATUS(status), static_cast<std::size_t>(usage.ru_maxrss) * 1024};
 }
 
-// A text of one character, packed. What is returned is all that is still in memory.
+// A string of one repeated character, compressed. Only the result stays in memory.
 std::string packed(std::string (*pack)(std::string_view), std::size_t size, char character) {
   std::string payload = pack(std::string(size, character));
   payload.shrink_to_fit();
   return payload;
 }
 
-// The text in chunks and without a length.
+// Sends the text in chunks, without a Content-Length.
 LoopbackHandler respondInChunks(std::size_t size, char character) {
   return [=](const LoopbackRequest&, LoopbackConnection& connection) {
     const std::string chunk(kMiB, character);
@@ -68,11 +69,12 @@ class ProgramIndexMemory : public testing::Test {
  protected:
   void SetUp() override {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    GTEST_SKIP() << "sanitizers take memory of their own";
+    GTEST_SKIP() << "sanitizers need memory of their own";
 #endif
   }
 
-  // Lists a repository that has this index, of so many bytes and with a text of so many, alone.
+  // Lists a repository that has only this index; `body` and `text` are the sizes of the answer and
+  // of the decoded text.
   void expectMemory(const std::string& path, const LoopbackHandler& index, std::size_t body,
                     std::size_t text) {
     LoopbackServer server;
@@ -80,7 +82,7 @@ class ProgramIndexMemory : public testing::Test {
     const ProgramRun run = list(server.url("/"));
     EXPECT_EQ(run.status, kExitNotLoaded) << path;
     EXPECT_LE(run.memory, body + text / 10 * 12 + kProgram) << path;
-    // Otherwise it was not read at all.
+    // Otherwise the index was not read.
     EXPECT_GT(run.memory, text / 10 * 9) << path;
   }
 
@@ -89,7 +91,7 @@ class ProgramIndexMemory : public testing::Test {
   }
 };
 
-TEST_F(ProgramIndexMemory, OfAPackedIndexIsItsSizeAndThatOfItsTextAndAFifth) {
+TEST_F(ProgramIndexMemory, OfACompressedIndexIsItsSizeAndTwelveTenthsOfItsText) {
   expectMemory("/Packages.gz", packed(gzipped, kLarge, 'x'), kLarge);
   expectMemory("/Packages.bz2", packed(bzip2ed, kLarge, 'x'), kLarge);
   expectMemory("/Packages.xz", packed(xzed, kLarge, 'x'), kLarge);
@@ -104,13 +106,13 @@ TEST_F(ProgramIndexMemory, OfAnIndexWithoutContentLengthIsThatOfItsText) {
   expectMemory("/Packages", respondInChunks(kLarge, 'x'), 0, kLarge);
 }
 
-TEST_F(ProgramIndexMemory, OfAnHTTPEncodingIsThatOfWhatWasEncoded) {
+TEST_F(ProgramIndexMemory, OfAContentCodingIsThatOfTheDecodedText) {
   const std::string body = packed(gzipped, kLarge, 'x');
   expectMemory("/Packages", respond(200, body, {{"Content-Encoding", "gzip"}}), body.size(),
                kLarge);
 }
 
-TEST_F(ProgramIndexMemory, OfAnIndexThatUnpacksToTooMuchIsThatOfHalfAGibibyte) {
+TEST_F(ProgramIndexMemory, OfAnIndexThatDecompressesToTooMuchIsThatOf512MiB) {
   expectMemory("/Packages.gz", gzipOfZeros(600), 512 * kMiB);
 }
 

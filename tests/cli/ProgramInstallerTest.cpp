@@ -43,7 +43,7 @@ const std::vector<std::string> kInstaller4Paths = [] {
   return paths;
 }();
 
-TEST(ProgramInstaller, AsksAServerWithNothingForEveryInstaller4IndexInOrder) {
+TEST(ProgramInstaller, RequestsEveryInstaller4IndexInOrder) {
   LoopbackServer server;
   const CommandResult result = runProgram({"list", server.url(""), "--type", "installer4"});
   EXPECT_EQ(result.status, kExitNotLoaded);
@@ -60,7 +60,7 @@ TEST(ProgramInstaller, AsksAServerWithNothingForEveryInstaller4IndexInOrder) {
   EXPECT_THAT(consoleMessages(result.errorOutput), ElementsAreArray(messages));
 }
 
-TEST(ProgramInstaller, TellsHowItDetectsAnInstaller4Repository) {
+TEST(ProgramInstaller, LogsHowItDetectsAnInstaller4Repository) {
   LoopbackServer server;
   server.on("/info/index.plist", respond(200, "{ packages = ({ name = A; }, { name = B; }); }"));
   const CommandResult result = runProgram({"list", server.url("/"), "--json"});
@@ -82,7 +82,7 @@ TEST(ProgramInstaller, TellsHowItDetectsAnInstaller4Repository) {
   EXPECT_THAT(consoleMessages(result.errorOutput), ElementsAreArray(messages));
 }
 
-TEST(ProgramInstaller, TellsHowItReadsAnInstaller3Repository) {
+TEST(ProgramInstaller, LogsHowItReadsAnInstaller3Repository) {
   LoopbackServer server;
   server.on("/list.xml", respond(200, "<plist><dict><key>packages</key><array/></dict></plist>"));
   const std::string url = server.url("/list.xml");
@@ -96,7 +96,7 @@ TEST(ProgramInstaller, TellsHowItReadsAnInstaller3Repository) {
                           "Installer 3 repository parsed: 0 package(s)"));
 }
 
-TEST(ProgramInstaller, WaitsForTheMetadataThatIsSlowerThanThePackages) {
+TEST(ProgramInstaller, WaitsForMetadataThatIsSlowerThanThePackages) {
   LoopbackServer server;
   server.on("/Packages.gz", respond(200, gzipped(stanza("a"))));
   server.on("/debs/a.deb", respond(200, kPackageBody));

@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: MIT
-// What becomes of a download where the system gives little. The program runs as an ordinary user,
-// since limits hardly hold for the super-user.
+// Downloads under low limits of the system. The program runs as an ordinary user, because root is
+// exempt from some limits.
+#include <cerrno>
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <unistd.h>
 
+#include "base/Error.h"
 #include "cli/ExitStatus.h"
 #include "tests/cli/Program.h"
 #include "tests/cli/SampleIndex.h"
@@ -23,7 +25,7 @@ using testing::Not;
 constexpr int kPackages = 200;
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool kIsSanitized = true;  // takes address space, threads and files of its own
+constexpr bool kIsSanitized = true;  // needs address space, threads and files of its own
 #else
 constexpr bool kIsSanitized = false;
 #endif
@@ -31,8 +33,8 @@ constexpr bool kIsSanitized = false;
 class ProgramLimits : public testing::Test {
  protected:
   void SetUp() override {
-    if (kIsSanitized) GTEST_SKIP() << "the sanitizer's own needs would hit the limits";
-    if (::geteuid() != 0) GTEST_SKIP() << "takes another user";
+    if (kIsSanitized) GTEST_SKIP() << "the sanitizer's own needs exceed the limits";
+    if (::geteuid() != 0) GTEST_SKIP() << "only root can become another user";
     if (run({"true"}).status != 0) GTEST_SKIP() << "setpriv cannot change the user";
     std::filesystem::permissions(folder_.path(), std::filesystem::perms::all);
     std::string index;
@@ -44,12 +46,12 @@ class ProgramLimits : public testing::Test {
     server_.on("/Packages", respond(200, index));
   }
 
-  // A command in place of the program, as the same user and under the same limit.
+  // Another program instead of tolvane-cli, as the same user and under the same limits.
   CommandResult run(const std::vector<std::string>& command,
                     const std::vector<std::string>& limits = {}) const {
     std::vector<std::string> words = asUserUnder(limits);
     words.insert(words.end(), command.begin(), command.end());
-    return runProgram({}, {.startedBy = words});  // which appends a word that all of them ignore
+    return runProgram({}, {.startedBy = words});  // appends a word that all of them ignore
   }
 
   CommandResult download(const std::vector<std::string>& limits,
@@ -65,7 +67,7 @@ class ProgramLimits : public testing::Test {
     }
   }
 
-  // Either all is done or the program says, in order, that it could not.
+  // Either everything is downloaded or the program reports that it is not.
   void expectAnOrderlyEnd(const CommandResult& result, const std::string& limit) const {
     EXPECT_THAT(result.status, AnyOf(kExitDone, kExitFailed, kExitNotLoaded))
         << limit << ": " << result.errorOutput;
@@ -78,7 +80,7 @@ class ProgramLimits : public testing::Test {
 
  private:
   static std::vector<std::string> asUserUnder(const std::vector<std::string>& limits) {
-    // A user of this process's own, since a limit of threads counts all that one user runs.
+    // A user for this process alone, because a limit of threads counts all threads of a user.
     const std::string user = std::to_string(60000 + ::getpid() % 5000);
     std::vector<std::string> words{"setpriv", "--reuid=" + user, "--regid=" + user,
                                    "--clear-groups"};
@@ -88,7 +90,7 @@ class ProgramLimits : public testing::Test {
   }
 };
 
-TEST_F(ProgramLimits, FewOpenFilesMakeItSlowAndNeverWrong) {
+TEST_F(ProgramLimits, FewOpenFilesFailNoPackage) {
   const auto limitOf = [](int files) {
     return "--nofile=" + std::to_string(files) + ":" + std::to_string(files);
   };
@@ -104,7 +106,7 @@ TEST_F(ProgramLimits, FewOpenFilesMakeItSlowAndNeverWrong) {
   }
 }
 
-TEST_F(ProgramLimits, TooFewOpenFilesAreNeverCalledAServerThatCannotBeReached) {
+TEST_F(ProgramLimits, TooFewOpenFilesAreNotReportedAsAnUnreachableServer) {
   for (const int files : {12, 14, 16, 18, 20, 22, 24, 26, 28}) {
     const std::string limit = "--nofile=" + std::to_string(files) + ":" + std::to_string(files);
     const CommandResult result = download({limit});
@@ -114,7 +116,7 @@ TEST_F(ProgramLimits, TooFewOpenFilesAreNeverCalledAServerThatCannotBeReached) {
   }
 }
 
-TEST_F(ProgramLimits, FewThreadsEndInAllFilesOrInAMessage) {
+TEST_F(ProgramLimits, WithFewThreadsAllFilesArriveOrAMessageIsPrinted) {
   ASSERT_NE(run({"sh", "-c", "true & true & wait"}, {"--nproc=1:1"}).status, 0) << "no limit";
   int done = 0;
   for (int threads = 1; threads <= 20; ++threads) {
@@ -127,13 +129,13 @@ TEST_F(ProgramLimits, FewThreadsEndInAllFilesOrInAMessage) {
   EXPECT_EQ(download({"--nproc=8:8"}).status, kExitDone) << "fewer threads than it would like";
 }
 
-TEST_F(ProgramLimits, LittleMemoryEndsInAllFilesOrInAMessage) {
+TEST_F(ProgramLimits, WithLittleMemoryAllFilesArriveOrAMessageIsPrinted) {
   ASSERT_NE(run({"python3", "-c", "bytearray(200000000)"}, {"--as=100000000"}).status, 0);
   int failed = 0;
   for (int megabytes = 30; megabytes <= 400; megabytes += 10) {
     const std::string limit = "--as=" + std::to_string(megabytes * 1000000);
     const CommandResult result = download({limit}, {"--connections", "32"});
-    // Below the least, not even the loader maps the libraries: 127.
+    // With too little memory for the loader to map the libraries, the exit status is 127.
     if (result.status == 127) continue;
     expectAnOrderlyEnd(result, limit);
     if (result.status != kExitDone) ++failed;
@@ -150,10 +152,10 @@ TEST_F(ProgramLimits, AFileAboveTheLimitOfFileSizeFailsAndTheOthersArrive) {
       << "no limit";
   std::filesystem::remove(folder_.path("probe"));
   server_.on("/debs/p7.deb", respond(200, std::string(20000, 'x')));
-  // Quiet: the limit holds for the file that standard error is written to as well.
+  // With --quiet, because the limit applies to the file of standard error too.
   const CommandResult result = download({"--fsize=10000:10000"}, {"--quiet"});
   EXPECT_EQ(result.status, kExitFailed);
-  EXPECT_THAT(result.errorOutput, HasSubstr("Download failed: File too large"));
+  EXPECT_THAT(result.errorOutput, HasSubstr("Download failed: " + posixError(EFBIG).description));
   EXPECT_EQ(nlohmann::json::parse(result.output).at("downloaded"), kPackages - 1);
   EXPECT_EQ(folder_.names().size(), kPackages - 1U);
   expectOnlyWholeFiles();

@@ -16,7 +16,7 @@ namespace {
 using testing::ElementsAre;
 using testing::SizeIs;
 
-TEST(ProgramList, WalksToTheEleventhCandidateOfARepository) {
+TEST(ProgramList, RequestsCandidatesUpToTheEleventhThatHasAnIndex) {
   LoopbackServer server;
   const std::string path = "/dists/stable/main/binary-iphoneos-arm/Packages.bz2";
   server.on(path, respond(200, bzip2ed(stanza("a") + stanza("b"))));
@@ -39,7 +39,7 @@ TEST(ProgramList, WalksToTheEleventhCandidateOfARepository) {
   EXPECT_EQ(records[1]["filename"], "debs/b.deb");
 }
 
-TEST(ProgramList, ReportsAWalkThroughAnEmptyAnUndecodableAUselessAndAGoodIndex) {
+TEST(ProgramList, LogsAnEmptyAnUndecodableAUselessAndAGoodIndex) {
   LoopbackServer server;
   const std::string useless = "Package: a\nVersion: 1.0\n";
   const std::string good = stanza("a") + stanza("b");
@@ -78,7 +78,7 @@ TEST(ProgramList, GivesUpAfterTwentyCandidates) {
   EXPECT_EQ(consoleMessages(result.errorOutput).back(), "No Cydia/APT Packages file found.");
 }
 
-TEST(ProgramList, CannotLoadFromAServerThatIsNotThere) {
+TEST(ProgramList, FailsIfTheServerCannotBeReached) {
   LoopbackServer server;
   const std::string url = server.url("/");
   server.stop();

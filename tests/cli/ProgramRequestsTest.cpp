@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the options say of each request of a run.
+// Options that affect every request of a run.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

@@ -45,7 +45,7 @@ class ProgramStreams : public testing::Test {
   TemporaryFolder folder_;
 };
 
-TEST_F(ProgramStreams, NothingIsColoredWhereThereIsNoTerminal) {
+TEST_F(ProgramStreams, NothingIsColoredWithoutATerminal) {
   const CommandResult result = download({});
   EXPECT_THAT(result.errorOutput, Not(HasSubstr(kEscape)));
   EXPECT_THAT(result.output, Not(HasSubstr(kEscape)));
@@ -61,24 +61,24 @@ TEST_F(ProgramStreams, ATerminalGetsColorsAndAProgressLine) {
             "Skipped: 0  Already present: 0\n");
 }
 
-TEST_F(ProgramStreams, NoColorTakesTheColorsAndLeavesTheProgressLine) {
+TEST_F(ProgramStreams, NoColorRemovesTheColorsButNotTheProgressLine) {
   const CommandResult result = download({}, {.environment = {{"NO_COLOR", "1"}}, .terminal = true});
   EXPECT_THAT(result.errorOutput, Not(HasSubstr("\033[3")));
   EXPECT_THAT(result.errorOutput, Not(HasSubstr("\033[2m")));
   EXPECT_THAT(result.errorOutput, HasSubstr("Downloading missing 1 / 1"));
 }
 
-TEST_F(ProgramStreams, AnEmptyNoColorSaysNothing) {
+TEST_F(ProgramStreams, AnEmptyNoColorHasNoEffect) {
   const CommandResult result = download({}, {.environment = {{"NO_COLOR", ""}}, .terminal = true});
   EXPECT_THAT(result.errorOutput, HasSubstr("\033[32m["));
 }
 
-TEST_F(ProgramStreams, ADumbTerminalIsNone) {
+TEST_F(ProgramStreams, ADumbTerminalGetsNeitherColorsNorAProgressLine) {
   const CommandResult result = download({}, {.environment = {{"TERM", "dumb"}}, .terminal = true});
   EXPECT_THAT(result.errorOutput, Not(HasSubstr(kEscape)));
 }
 
-TEST_F(ProgramStreams, QuietLeavesNothingOfARunWithoutTrouble) {
+TEST_F(ProgramStreams, QuietPrintsNothingForARunWithoutErrors) {
   EXPECT_EQ(download({"--quiet"}).errorOutput, "");
 }
 
@@ -100,21 +100,21 @@ TEST_F(ProgramStreams, VerboseAddsTheSystemLog) {
   EXPECT_THAT(log, HasSubstr("[CrawlerLogger][success] Parsed 1 package(s)\n"));
 }
 
-TEST_F(ProgramStreams, AFullDiskUnderTheOutputIsAnError) {
+TEST_F(ProgramStreams, AFullDiskForTheOutputIsAnError) {
   const CommandResult result = list({"--json"}, {.outputPath = "/dev/full"});
   EXPECT_EQ(result.status, kExitFailed);
   EXPECT_THAT(result.errorOutput, EndsWith("Could not write to standard output.\n"));
   EXPECT_EQ(runProgram({"--help"}, {.outputPath = "/dev/full"}).status, kExitFailed);
 }
 
-TEST_F(ProgramStreams, AClosedOutputIsAnErrorAndNoFileReceivesIt) {
+TEST_F(ProgramStreams, AClosedOutputIsAnErrorAndIsNotWrittenToAnotherFile) {
   const CommandResult result = download({}, {.outputPath = ""});
   EXPECT_EQ(result.status, kExitFailed);
   EXPECT_THAT(result.errorOutput, EndsWith("Could not write to standard output.\n"));
   EXPECT_EQ(folder_.read("a.deb"), kPackageBody);
 }
 
-TEST_F(ProgramStreams, NobodyReadingTheOutputIsAnErrorAndNoCrash) {
+TEST_F(ProgramStreams, ABrokenPipeIsAnErrorAndNoCrash) {
   Gate gate;
   server_.on("/Packages", heldBy(gate, respond(200, stanza("a"))));
   int ends[2];
@@ -129,7 +129,7 @@ TEST_F(ProgramStreams, NobodyReadingTheOutputIsAnErrorAndNoCrash) {
   EXPECT_THAT(result.errorOutput, EndsWith("Could not write to standard output.\n"));
 }
 
-TEST_F(ProgramStreams, AHostileNameReachesTheTerminalHarmless) {
+TEST_F(ProgramStreams, ControlCharactersOfANameDoNotReachTheTerminal) {
   server_.on("/Packages", respond(200, stanza("a", {{"Name", "x\033]0;title\007y"}})));
   EXPECT_THAT(list({}).output, HasSubstr("x\uFFFD]0;title\uFFFDy"));
   EXPECT_THAT(list({"--json"}).output, HasSubstr(R"(x\u001b]0;title\u0007y)"));

@@ -6,7 +6,7 @@
 namespace tolvane {
 namespace {
 
-TEST(ProgressBar, ShowsTheShareThatIsDone) {
+TEST(ProgressBar, ShowsTheCompletedShare) {
   EXPECT_EQ(progressBar(0, 8), "[                    ]   0%");
   EXPECT_EQ(progressBar(2, 8), "[#####               ]  25%");
   EXPECT_EQ(progressBar(8, 8), "[####################] 100%");
@@ -16,7 +16,7 @@ TEST(ProgressBar, IsNotFullBeforeTheEnd) {
   EXPECT_EQ(progressBar(99999, 100000), "[################### ]  99%");
 }
 
-TEST(ProgressBar, IsEmptyForNothingOfNothing) {
+TEST(ProgressBar, IsEmptyForZeroOfZero) {
   EXPECT_EQ(progressBar(0, 0), "[                    ]   0%");
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the command does with repositories of each type.
+// tolvane-cli with repositories of each type.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -48,7 +48,7 @@ TEST(RepositoryTypes, EachTypeReadsItsOwnKindOfRepository) {
                           "http://repo.example/Packages"));
 }
 
-TEST(RepositoryTypes, TheTypeIsDetectedWhereNoneIsGiven) {
+TEST(RepositoryTypes, TheTypeIsDetectedIfNoneIsGiven) {
   ScriptedHTTPClient session;
   session.answer("http://repo.example/info/index.plist", {.body = kInstaller4Index});
   const CommandResult result = runScripted(session, {"list", kRepository, "--json"});

@@ -7,7 +7,7 @@
 
 namespace tolvane {
 
-// The bytes of every package file that these tests serve, and what an index says of them.
+// The bytes of every package file that these tests serve, and the fields of an index for them.
 inline constexpr const char* kPackageBody = "the contents of a package\n";
 inline constexpr const char* kPackageSize = "26";
 inline constexpr const char* kPackageMD5 = "ed3e99ef57e9b522b32a8e0292015366";

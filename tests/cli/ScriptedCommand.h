@@ -12,7 +12,7 @@ namespace tolvane {
 
 inline constexpr const char* kRepository = "http://repo.example/";
 
-// Runs the command in this process over the scripted session.
+// Runs tolvane-cli in this process over the scripted client.
 CommandResult runScripted(const ScriptedHTTPClient& session,
                           const std::vector<std::string>& arguments, ConsoleSettings console = {});
 

@@ -2,8 +2,8 @@
 # SPDX-License-Identifier: MIT
 """transfer_ends.py PROGRAM
 
-Answers that end early over TLS and HTTP/2, from a server that writes its frames by hand: none may
-pass for a whole one, except where nothing but the index's size could say so.
+Answers that end early over TLS and HTTP/2, from a server that writes HTTP/2 frames by itself. None
+may count as complete, except where only the size in the index could show that it is not.
 """
 import json
 import os
@@ -50,7 +50,7 @@ def of_length(length):
 
 TEN = of_length(10)
 
-# What the package's stream gets, and whether the connection ends then. No error code says so.
+# The frames of the package's stream, and whether the connection ends then. No error code is sent.
 ENDS = {
     "a head without end": lambda s: (head(s, 0), True),
     "a last head without end": lambda s: (head(s, END_STREAM), True),
@@ -129,7 +129,7 @@ class TransferEnds(unittest.TestCase):
         self.addCleanup(self.folder.cleanup)
 
     def download(self, protocol, answer):
-        """The exit status, the report, and the files that are there."""
+        """The exit status, the JSON output, and the files of the folder."""
         server = Server(self.folder.name, protocol, answer)
         self.addCleanup(server.close)
         out = tempfile.mkdtemp(dir=self.folder.name)
@@ -140,8 +140,8 @@ class TransferEnds(unittest.TestCase):
         return run.returncode, json.loads(run.stdout), files
 
     def over_http2(self, end, over_http1=CUT):
-        """The index is served well, whatever is asked for after it over HTTP/2 ends as `end` says,
-        and over HTTP/1.1 as `over_http1` does."""
+        """Serves the index correctly. Every later request is answered over HTTP/2 as `end` returns,
+        and over HTTP/1.1 with `over_http1`."""
         lock, served = threading.Lock(), []
 
         def answer(connection):
