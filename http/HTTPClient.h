@@ -17,64 +17,63 @@
 
 namespace tolvane {
 
-// Bodies that are held in memory end here, counted after an HTTP content encoding was undone.
+// The longest body that is held in memory, in bytes, counted after its content coding was decoded.
 inline constexpr std::size_t kMaximumBodySize = std::size_t{512} << 20;
 
-// A downloaded file of which no size is known ends here.
+// The longest file that is downloaded where its size is not known.
 inline constexpr std::uint64_t kMaximumFileSize = std::uint64_t{4} << 30;
 
 using HeaderFields = std::vector<std::pair<std::string, std::string>>;
 
 struct HTTPOptions {
-  // The longest wait for further bytes, in either direction; before the first one it covers name,
-  // connection and TLS.
+  // The longest wait for the next byte, received or sent. The wait for the first one includes name
+  // look-up, connection and TLS handshake.
   std::chrono::milliseconds timeoutIntervalForRequest = std::chrono::seconds(60);
-  // The longest a whole transfer may take, redirects included.
+  // The longest time from sending a request to the end of its response, redirects included.
   std::chrono::milliseconds timeoutIntervalForResource = std::chrono::hours(24 * 7);
-  // Connections, not transfers: over HTTP/2 each carries up to 100 of them.
+  // Connections, not requests: over HTTP/2 each carries up to 100 of them.
   int maximumConnectionsPerHost = 6;
-  // The longest body of a data task.
+  // The longest body that send() takes.
   std::size_t maximumBodySize = kMaximumBodySize;
-  // The longest body of a download whose request names no bound of its own.
+  // The longest file that download() takes, for requests without a limit of their own.
   std::uint64_t maximumFileSize = kMaximumFileSize;
   std::string userAgent = {};  // "" for the program's own
-  // Sent with every request to the server of this origin (URL::origin()), and to no other one,
+  // Sent with every request to the server of this origin (URL::origin()), and to no other server,
   // redirects included. They replace fields of the same name.
   std::string headersOrigin = {};
   HeaderFields headers = {};
-  // Called before a transfer starts, on the transport's thread, which it must not hold up. An error
-  // ends the task without a request.
+  // Called before a request is sent, on the thread that drives libcurl, which it must not block. An
+  // error ends the request unsent.
   std::function<std::optional<Error>()> refusal = {};
-  // Called on the session's callback queue for each redirect from https to http, before it is
+  // Called on the client's callback queue for each redirect from https to http, before it is
   // followed.
   std::function<void(const URL& from, const URL& to)> onInsecureRedirect = {};
 };
 
-// A GET or, with a body, a POST. No session keeps a cache.
+// A GET or, with a body, a POST. Nothing is cached.
 //
-// A GET's header fields go along to wherever a redirect leads, so none may hold what only its first
-// server should know. A POST keeps to its own scheme, host and port: 307 and 308 within them repeat
-// it whole, 20 times at most; any other redirect ends it with
+// A GET is sent with its header fields to every server that a redirect leads to, so none of them
+// may be a secret. A POST stays on its origin (scheme, host and port): a 307 or 308 to the same
+// origin repeats it with its body, 20 times at most; any other redirect ends it with
 // kURLErrorRedirectToNonExistentLocation, without a response and with the name of the host in the
-// description. No server gets a POST twice unless it asks for that by such a redirect: it goes out
-// on a new connection of HTTP/1.1, and when that breaks it is lost.
+// description. Only such a redirect makes a server get a POST twice: it is sent on a new HTTP/1.1
+// connection, and when that breaks, the request fails.
 struct HTTPRequest {
   std::optional<URL> url;
-  // An empty value is sent as one, and so is a value of blanks alone: a server takes the blanks
-  // around a value for no part of it (RFC 9110, section 5.5). A field with a line break or a NUL in
-  // it is never sent: the request fails with kURLErrorUnknown.
+  // An empty value, or one of blanks alone, is sent as an empty value: the blanks around a value
+  // are not part of it (RFC 9110, section 5.5). A field with a line break or a NUL is never sent:
+  // the request fails with kURLErrorUnknown.
   HeaderFields headers;
   std::optional<std::string> body = {};               // sent from here, without a copy
-  std::optional<std::uint64_t> maximumFileSize = {};  // of a download; else the configuration's
+  std::optional<std::uint64_t> maximumFileSize = {};  // of a download; else that of the options
 };
 
 struct HTTPResponse {
   int statusCode = 0;
-  // It came before the whole of a POST was sent, and the rest never was: the server refused what it
-  // had not seen, or was going to hang up.
+  // The server responded before a POST was sent to its end, and the rest was never sent.
   bool cutRequestShort = false;
-  std::optional<URL> url = {};  // that answered, the last one of a row of redirects
-  HeaderFields headers = {};    // of its answer, in their order, names and values as received
+  std::optional<URL> url = {};  // that responded, the last one of several redirects
+  HeaderFields headers = {};    // in their order, names and values as received
 };
 
 // 0 where no response arrived.
@@ -87,17 +86,19 @@ inline bool isSuccess(int status) {
 }
 
 // The request for an index: `url` with Cache-Control and Pragma set to no-cache.
-HTTPRequest uncachedRequest(std::optional<URL> url);
+inline HTTPRequest uncachedRequest(std::optional<URL> url) {
+  return {std::move(url), {{"Cache-Control", "no-cache"}, {"Pragma", "no-cache"}}};
+}
 
-// Sends HTTP and HTTPS requests. It is cheap to make; connections and TLS sessions are pooled for
-// the whole process, so a fresh session for each request costs no handshakes. A session may go
-// while its requests are under way; they carry on.
+// Sends HTTP and HTTPS requests. A client is cheap to make, since all clients of the process share
+// their connections and TLS sessions: a new client for each request costs no handshakes. A client
+// may be destroyed while its requests are under way; they are carried out.
 //
-// Completions are called exactly once, one at a time, on the session's own serial background
-// queue; one that is still to come when the process ends, is not called. The error is one of
-// kURLErrorDomain, or of kPOSIXErrorDomain where the disk refused. An answer that ends early comes
-// with both its response and an error. Redirects are followed within http and https, at most 20;
-// what they say beside the new place is passed over, and not for long.
+// Completions are called exactly once, one at a time, on the client's own serial background queue;
+// one that is still to be called when the process ends is not called. The error is one of
+// kURLErrorDomain or, where a file cannot be written, of kPOSIXErrorDomain. A response that ends
+// early comes with both a response and an error. Redirects are followed to http and https URLs, at
+// most 20; their bodies are discarded, and waited for no longer than a second.
 class HTTPClient {
  public:
   using BodyCompletion =
@@ -107,21 +108,21 @@ class HTTPClient {
 
   virtual ~HTTPClient() = default;
 
-  // Reads the answer into memory. The content coding gzip is asked for and undone, except where
-  // the URL's path ends in ".gz", ".bz2" or ".xz". A body of more than maximumBodySize ends
-  // with kURLErrorDataLengthExceedsMaximum, one for which there is no memory with ENOMEM.
+  // Reads the body into memory. The content coding gzip is asked for and decoded, except where the
+  // path of the URL ends in ".gz", ".bz2" or ".xz". A body of more than maximumBodySize ends with
+  // kURLErrorDataLengthExceedsMaximum, one for which there is no memory with ENOMEM.
   virtual void send(HTTPRequest request, BodyCompletion completion) = 0;
 
-  // Writes the answer, byte for byte as it was stored, to a temporary file that can be moved into
-  // `folder` (which need not exist yet) and flushes it to the disk. The file is open exactly when
-  // there is no error; any status counts as an answer.
+  // Writes the body, without decoding it, to a temporary file that can be moved into `folder`
+  // (which need not exist yet), and flushes it. The file is open exactly when there is no error.
+  // The body of any status is written.
   virtual void download(HTTPRequest request, const std::string& folder,
                         FileCompletion completion) = 0;
 };
 
 using HTTPClientFactory = std::function<std::shared_ptr<HTTPClient>(const HTTPOptions&)>;
 
-// The default factory: sessions over the process's one transport.
-std::shared_ptr<HTTPClient> makeHTTPClient(const HTTPOptions& configuration);
+// The HTTPClientFactory of the program.
+std::shared_ptr<HTTPClient> makeHTTPClient(const HTTPOptions& options);
 
 }  // namespace tolvane

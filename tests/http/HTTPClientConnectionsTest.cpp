@@ -201,7 +201,7 @@ TEST_F(HTTPClientConnections, GoThroughTheProxyOfTheEnvironment) {
   server_.onAnyOther(respond(200, "from the proxy"));
   setenv("http_proxy", server_.url("").c_str(), 1);
   setenv("no_proxy", "127.0.0.1", 1);
-  transport_ = std::make_shared<Transport>();
+  transport_ = std::make_shared<CurlMulti>();
   EXPECT_EQ(get("http://repository.example/Packages").body, "from the proxy");
   EXPECT_EQ(server_.targets().back(), "http://repository.example/Packages");
   EXPECT_EQ(get(server_.url("/direct")).body, "from the proxy");

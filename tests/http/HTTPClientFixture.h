@@ -13,7 +13,8 @@
 #include <vector>
 
 #include "http/HTTPClient.h"
-#include "http/Transport.h"
+#include "http/CurlClient.h"
+#include "http/CurlMulti.h"
 #include "tests/support/LoopbackHandlers.h"
 #include "tests/support/LoopbackServer.h"
 #include "tests/support/TemporaryFolder.h"
@@ -43,7 +44,7 @@ class HTTPClientFixture : public testing::Test {
   using Headers = std::vector<std::pair<std::string, std::string>>;
 
   std::shared_ptr<HTTPClient> session(const HTTPOptions& configuration = {}) const {
-    return makeHTTPClient(configuration, transport_);
+    return std::make_shared<CurlClient>(configuration, transport_);
   }
 
   static HTTPRequest request(const std::string& url, Headers headers = {}) {
@@ -111,7 +112,7 @@ class HTTPClientFixture : public testing::Test {
 
   TemporaryFolder folder_;
   LoopbackServer server_;
-  std::shared_ptr<Transport> transport_ = std::make_shared<Transport>();
+  std::shared_ptr<CurlMulti> transport_ = std::make_shared<CurlMulti>();
 };
 
 // Waits for something that another thread brings about; false when it does not within 20 seconds.

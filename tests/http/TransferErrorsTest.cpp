@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "http/TransferErrors.h"
+#include "http/CurlErrors.h"
 
 namespace tolvane {
 namespace {

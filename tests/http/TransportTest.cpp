@@ -4,7 +4,8 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "http/Transport.h"
+#include "http/CurlClient.h"
+#include "http/CurlMulti.h"
 #include "tests/http/HTTPClientFixture.h"
 #include "tests/support/NginxServer.h"
 
@@ -99,8 +100,8 @@ TEST_F(TransportTest, MayGoAtAnyMomentWithTransfersInFlight) {
   // this build, and somewhat beyond it.
   std::chrono::nanoseconds toAnswer{};
   for (int round = 0; round < kRounds; ++round) {
-    auto transport = std::make_shared<Transport>();
-    auto session = makeHTTPClient({}, transport);
+    auto transport = std::make_shared<CurlMulti>();
+    auto session = std::make_shared<CurlClient>(HTTPOptions{}, transport);
     const auto start = std::chrono::steady_clock::now();
     startAll(*session, token, called);
     started += 14;
@@ -135,8 +136,8 @@ TEST_F(TransportTest, MayGoAtAnyMomentWithStreamsInFlight) {
   HTTPOptions configuration;
   configuration.timeoutIntervalForResource = milliseconds(15);
   for (int round = 0; round < kRounds; ++round) {
-    const auto transport = std::make_shared<Transport>();
-    const auto session = makeHTTPClient(round % 3 == 0 ? configuration : HTTPOptions{}, transport);
+    const auto transport = std::make_shared<CurlMulti>();
+    const auto session = std::make_shared<CurlClient>(round % 3 == 0 ? configuration : HTTPOptions{}, transport);
     for (int i = 0; i < 30; ++i) {
       for (const char* path : {"/small", "/slow", "/large", "/reset"}) {
         session->download(request(nginx.secureURL(path)), folder_.path(),
@@ -159,8 +160,8 @@ TEST_F(TransportTest, MayGoAtAnyMomentWithStreamsInFlight) {
 TEST_F(TransportTest, MayGoWhileOtherThreadsSendRequests) {
   const Watchdog watchdog(std::chrono::seconds(120));
   for (int round = 0; round < 50; ++round) {
-    auto transport = std::make_shared<Transport>();
-    const auto session = makeHTTPClient({}, transport);
+    auto transport = std::make_shared<CurlMulti>();
+    const auto session = std::make_shared<CurlClient>(HTTPOptions{}, transport);
     std::atomic<bool> stopped = false;
     std::thread sender([&] {
       while (!stopped) session->send(request(server_.url("/small")), [](auto, auto, auto) {});

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "http/TransferErrors.h"
+#include "http/CurlErrors.h"
 
 namespace tolvane {
 
@@ -55,7 +55,7 @@ int codeFor(CURLcode code) {
     case CURLE_HTTP2:
     case CURLE_HTTP2_STREAM:
       return kURLErrorNetworkConnectionLost;
-    case CURLE_UNSUPPORTED_PROTOCOL:  // an answer that is no HTTP: schemes are checked before
+    case CURLE_UNSUPPORTED_PROTOCOL:  // the response is no HTTP; the scheme was checked
     case CURLE_WEIRD_SERVER_REPLY:
       return kURLErrorBadServerResponse;
     case CURLE_BAD_CONTENT_ENCODING:

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include "http/ContentCoding.h"
+#include "http/GzipCoding.h"
 
 #include <new>
 #include <zlib.h>
 
 #include "base/LargePages.h"
-#include "http/TransferErrors.h"
+#include "http/CurlErrors.h"
 
 namespace tolvane {
 
@@ -30,7 +30,7 @@ GzipCoding::GzipCoding() : stream_(std::make_unique<Stream>()) {}
 
 GzipCoding::~GzipCoding() = default;
 
-std::optional<Error> GzipCoding::append(std::string_view bytes, std::string& text,
+std::optional<Error> GzipCoding::append(std::string_view bytes, std::string& body,
                                         std::size_t maximumSize) {
   z_stream& zlib = stream_->zlib;
   // zlib only reads its input; its type does not say so.
@@ -38,20 +38,20 @@ std::optional<Error> GzipCoding::append(std::string_view bytes, std::string& tex
   zlib.avail_in = static_cast<uInt>(bytes.size());
   bool isPieceFull = false;
   while (zlib.avail_in > 0 || isPieceFull) {
-    if (!isInside_ && inflateReset(&zlib) != Z_OK) throw std::bad_alloc();
-    isInside_ = true;
+    if (!isInMember_ && inflateReset(&zlib) != Z_OK) throw std::bad_alloc();
+    isInMember_ = true;
     zlib.next_out = reinterpret_cast<Bytef*>(stream_->piece);
     zlib.avail_out = kPiece;
     const int result = inflate(&zlib, Z_NO_FLUSH);
     const std::size_t count = kPiece - zlib.avail_out;
-    if (count > maximumSize - text.size()) return urlError(kURLErrorDataLengthExceedsMaximum);
-    appendLarge(text, {stream_->piece, count}, maximumSize);
+    if (count > maximumSize - body.size()) return urlError(kURLErrorDataLengthExceedsMaximum);
+    appendLarge(body, {stream_->piece, count}, maximumSize);
     if (result == Z_MEM_ERROR) throw std::bad_alloc();
     if (result != Z_OK && result != Z_STREAM_END && result != Z_BUF_ERROR) {
       return urlError(kURLErrorCannotDecodeContentData);
     }
-    isInside_ = result != Z_STREAM_END;
-    isPieceFull = isInside_ && zlib.avail_out == 0;  // more may stand behind it
+    isInMember_ = result != Z_STREAM_END;
+    isPieceFull = isInMember_ && zlib.avail_out == 0;  // more output may follow
   }
   return std::nullopt;
 }
