@@ -8,7 +8,7 @@ Error error(int code, const char* sentence) {
   return {"NSURLErrorDomain", code, sentence};
 }
 
-TEST(TransferErrors, EveryCodeHasItsSentence) {
+TEST(CurlErrors, EveryCodeHasItsSentence) {
   for (const Error& expected :
        {error(-1000, "bad URL"), error(-1001, "The request timed out."),
         error(-1002, "unsupported URL"),
@@ -24,7 +24,7 @@ TEST(TransferErrors, EveryCodeHasItsSentence) {
   }
 }
 
-TEST(TransferErrors, EveryFailureOfATransferHasItsCode) {
+TEST(CurlErrors, EveryFailureOfATransferHasItsCode) {
   const auto codeOf = [](CURLcode code) { return urlErrorForCurlCode(code).code; };
   EXPECT_EQ(codeOf(CURLE_URL_MALFORMAT), -1000);
   EXPECT_EQ(codeOf(CURLE_OPERATION_TIMEDOUT), -1001);
@@ -42,7 +42,7 @@ TEST(TransferErrors, EveryFailureOfATransferHasItsCode) {
   EXPECT_EQ(codeOf(CURLE_PEER_FAILED_VERIFICATION), -1202);
 }
 
-TEST(TransferErrors, AFailureWithoutACodeOfItsOwnHasTheLibrarysWords) {
+TEST(CurlErrors, AFailureWithoutACodeOfItsOwnHasTheSentenceOfLibcurl) {
   const Error unknown = urlErrorForCurlCode(CURLE_FAILED_INIT);
   EXPECT_EQ(unknown.domain, "NSURLErrorDomain");
   EXPECT_EQ(unknown.code, -1);

@@ -4,8 +4,6 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "http/CurlClient.h"
-#include "http/CurlMulti.h"
 #include "tests/http/HTTPClientFixture.h"
 #include "tests/support/NginxServer.h"
 
@@ -15,7 +13,7 @@ namespace {
 
 using std::chrono::milliseconds;
 
-// Ends the process when the test hangs, so that the hang is seen.
+// Aborts the process when the test hangs.
 class Watchdog {
  public:
   explicit Watchdog(std::chrono::seconds limit)
@@ -34,7 +32,7 @@ class Watchdog {
   std::thread thread_;
 };
 
-class TransportTest : public HTTPClientFixture {
+class CurlMultiTest : public HTTPClientFixture {
  protected:
   void SetUp() override {
     server_.on("/silent", stall());
@@ -47,74 +45,72 @@ class TransportTest : public HTTPClientFixture {
     server_.on("/hang-up", hangUp());
   }
 
-  // One request of each kind to each path. `token` lives in each completion; `called` counts them.
-  void startAll(HTTPClient& session, const std::shared_ptr<int>& token, std::atomic<int>& called) {
+  // Both kinds of request to each path. Each completion holds `token`; `called` counts the calls.
+  void startAll(HTTPClient& client, const std::shared_ptr<int>& token, std::atomic<int>& called) {
     for (const char* path :
          {"/small", "/silent", "/large", "/drip", "/redirect", "/stuck", "/hang-up"}) {
-      session.send(request(server_.url(path)), [token, &called](auto, auto, auto) { ++called; });
-      session.download(request(server_.url(path)), folder_.path(),
-                       [token, &called](auto, auto, auto) { ++called; });
+      client.send(request(server_.url(path)), [token, &called](auto, auto, auto) { ++called; });
+      client.download(request(server_.url(path)), folder_.path(),
+                      [token, &called](auto, auto, auto) { ++called; });
     }
   }
 };
 
-TEST_F(TransportTest, StoppingDropsWhatHasNotBeenAnswered) {
+TEST_F(CurlMultiTest, StopDropsRequestsThatHaveNoResponse) {
   std::atomic<int> called = 0;
   auto token = std::make_shared<int>();
-  const auto session = this->session();
+  const auto client = this->client();
   for (int i = 0; i < 20; ++i) {
-    session->send(request(server_.url("/silent")),
-                  [token, &called](auto, auto, auto) { ++called; });
+    client->send(request(server_.url("/silent")), [token, &called](auto, auto, auto) { ++called; });
   }
   ASSERT_TRUE(eventually([&] { return server_.requestsInFlight() == 6; }));
-  transport_->stop();
+  multi_->stop();
   EXPECT_EQ(token.use_count(), 1);
   EXPECT_EQ(called, 0);
 }
 
-TEST_F(TransportTest, StoppingTakesAwayTheFilesThatAreNotWhole) {
-  const auto session = this->session();
-  const auto reply = startDownload(*session, request(server_.url("/stuck")), folder_.path());
+TEST_F(CurlMultiTest, StopRemovesIncompleteFiles) {
+  const auto client = this->client();
+  const auto reply = startDownload(*client, request(server_.url("/stuck")), folder_.path());
   ASSERT_TRUE(eventually([&] { return server_.requestsInFlight() == 1; }));
   std::this_thread::sleep_for(milliseconds(20));
-  transport_->stop();
+  multi_->stop();
   EXPECT_EQ(folder_.names(), std::vector<std::string>{});
 }
 
-TEST_F(TransportTest, RequestsAfterTheStopAreDropped) {
+TEST_F(CurlMultiTest, RequestsAfterTheStopAreDropped) {
   auto token = std::make_shared<int>();
-  const auto session = this->session();
-  transport_->stop();
-  session->send(request(server_.url("/small")), [token](auto, auto, auto) { FAIL(); });
+  const auto client = this->client();
+  multi_->stop();
+  client->send(request(server_.url("/small")), [token](auto, auto, auto) { FAIL(); });
   EXPECT_EQ(token.use_count(), 1);
   EXPECT_TRUE(server_.requests().empty());
 }
 
-TEST_F(TransportTest, MayGoAtAnyMomentWithTransfersInFlight) {
+TEST_F(CurlMultiTest, MayBeStoppedAtAnyMomentWithTransfersInFlight) {
   constexpr int kRounds = 2000;
   const Watchdog watchdog(std::chrono::seconds(240));
   std::atomic<int> called = 0;
   int started = 0;
   auto token = std::make_shared<int>();
-  // The rounds end at moments spread over the time that the first answer takes on this machine in
-  // this build, and somewhat beyond it.
-  std::chrono::nanoseconds toAnswer{};
+  // The rounds end at moments spread over the time that the first response takes, and beyond it.
+  std::chrono::nanoseconds toResponse{};
   for (int round = 0; round < kRounds; ++round) {
-    auto transport = std::make_shared<CurlMulti>();
-    auto session = std::make_shared<CurlClient>(HTTPOptions{}, transport);
+    auto multi = std::make_shared<CurlMulti>();
+    auto client = std::make_shared<CurlClient>(HTTPOptions{}, multi);
     const auto start = std::chrono::steady_clock::now();
-    startAll(*session, token, called);
+    startAll(*client, token, called);
     started += 14;
     if (round == 0) {
       ASSERT_TRUE(eventually([&] { return called > 0; }));
-      toAnswer = std::chrono::steady_clock::now() - start;
+      toResponse = std::chrono::steady_clock::now() - start;
     }
-    std::this_thread::sleep_until(start + round % 8 * toAnswer / 4);
-    if (round % 2 == 0) transport->stop();
-    session.reset();
-    transport.reset();
+    std::this_thread::sleep_until(start + round % 8 * toResponse / 4);
+    if (round % 2 == 0) multi->stop();
+    client.reset();
+    multi.reset();
   }
-  // What had been answered may still be on its way to its completion.
+  // Completions may still be called for responses that had come.
   EXPECT_TRUE(eventually([&] { return token.use_count() == 1; })) << token.use_count();
   EXPECT_GT(called, 0);
   EXPECT_LT(called, started);
@@ -122,7 +118,7 @@ TEST_F(TransportTest, MayGoAtAnyMomentWithTransfersInFlight) {
 }
 
 // HTTP/2: many transfers on one connection, some of them held back, reset or timed out.
-TEST_F(TransportTest, MayGoAtAnyMomentWithStreamsInFlight) {
+TEST_F(CurlMultiTest, MayBeStoppedAtAnyMomentWithStreamsInFlight) {
   if (!NginxServer::isInstalled()) GTEST_SKIP() << "nginx or openssl is not installed";
   constexpr int kRounds = 100;
   const Watchdog watchdog(std::chrono::seconds(240));
@@ -130,61 +126,60 @@ TEST_F(TransportTest, MayGoAtAnyMomentWithStreamsInFlight) {
   ASSERT_TRUE(nginx.isRunning());
   for (const char* name : {"slow", "large"}) nginx.write(name, std::string(200'000, 'x'));
   nginx.write("small", "small");
-  setenv("SSL_CERT_FILE", nginx.certificatePath().c_str(), 1);
+  setEnvironment("SSL_CERT_FILE", nginx.certificatePath());
   std::atomic<int> called = 0;
   auto token = std::make_shared<int>();
-  HTTPOptions configuration;
-  configuration.timeoutIntervalForResource = milliseconds(15);
+  HTTPOptions options;
+  options.timeoutIntervalForResource = milliseconds(15);
   for (int round = 0; round < kRounds; ++round) {
-    const auto transport = std::make_shared<CurlMulti>();
-    const auto session = std::make_shared<CurlClient>(round % 3 == 0 ? configuration : HTTPOptions{}, transport);
+    const auto multi = std::make_shared<CurlMulti>();
+    const auto client =
+        std::make_shared<CurlClient>(round % 3 == 0 ? options : HTTPOptions{}, multi);
     for (int i = 0; i < 30; ++i) {
       for (const char* path : {"/small", "/slow", "/large", "/reset"}) {
-        session->download(request(nginx.secureURL(path)), folder_.path(),
-                          [token, &called](auto, auto, auto) { ++called; });
+        client->download(request(nginx.secureURL(path)), folder_.path(),
+                         [token, &called](auto, auto, auto) { ++called; });
       }
     }
     if (round == 0) {
       ASSERT_TRUE(eventually([&] { return called > 0; }));
     }
     std::this_thread::sleep_for(milliseconds(round % 10 * 4));
-    transport->stop();
+    multi->stop();
   }
-  unsetenv("SSL_CERT_FILE");
   EXPECT_TRUE(eventually([&] { return token.use_count() == 1; })) << token.use_count();
   EXPECT_GT(called, 0);
   EXPECT_LT(called, kRounds * 120);
   EXPECT_EQ(folder_.names(), std::vector<std::string>{});
 }
 
-TEST_F(TransportTest, MayGoWhileOtherThreadsSendRequests) {
+TEST_F(CurlMultiTest, MayBeStoppedWhileOtherThreadsSendRequests) {
   const Watchdog watchdog(std::chrono::seconds(120));
   for (int round = 0; round < 50; ++round) {
-    auto transport = std::make_shared<CurlMulti>();
-    const auto session = std::make_shared<CurlClient>(HTTPOptions{}, transport);
+    auto multi = std::make_shared<CurlMulti>();
+    const auto client = std::make_shared<CurlClient>(HTTPOptions{}, multi);
     std::atomic<bool> stopped = false;
     std::thread sender([&] {
-      while (!stopped) session->send(request(server_.url("/small")), [](auto, auto, auto) {});
+      while (!stopped) client->send(request(server_.url("/small")), [](auto, auto, auto) {});
     });
     std::this_thread::sleep_for(std::chrono::microseconds(round * 40));
-    transport->stop();
+    multi->stop();
     stopped = true;
     sender.join();
   }
 }
 
-TEST_F(TransportTest, TheProcessMayEndWithRequestsInFlight) {
+TEST_F(CurlMultiTest, TheProcessMayEndWithRequestsInFlight) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
-  // The process that ends runs this test from its start, and finds the server of the one that
-  // started it.
+  // The child process runs this test from its start, with the server of the parent process.
   setenv("TOLVANE_TEST_SERVER", server_.url("").c_str(), 0);
   const auto endWithRequestsInFlight = [this] {
     const Watchdog watchdog(std::chrono::seconds(60));
     const std::string server = std::getenv("TOLVANE_TEST_SERVER");
     std::atomic<int> called = 0;
-    const auto session = makeHTTPClient(HTTPOptions{});
+    const auto client = makeHTTPClient(HTTPOptions{});
     for (const char* path : {"/small", "/silent", "/large", "/drip", "/stuck"}) {
-      session->send(request(server + path), [&called](auto, auto, auto) { ++called; });
+      client->send(request(server + path), [&called](auto, auto, auto) { ++called; });
     }
     while (called == 0) std::this_thread::yield();
     std::filesystem::remove(folder_.path());  // whose destructor does not run

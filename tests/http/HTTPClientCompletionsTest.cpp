@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// However a transfer ends, its completion is called once and never again.
+#include <atomic>
 #include <filesystem>
 
 #include "tests/http/HTTPClientFixture.h"
@@ -14,42 +14,40 @@ struct End {
   std::optional<Error> error;
 };
 
-// The probes throw when a completion is called twice, however late.
-class HTTPClientOnce : public HTTPClientFixture {
+// A CompletionProbe throws when its completion is called twice, however late.
+class HTTPClientCompletions : public HTTPClientFixture {
  protected:
-  End endOfData(const std::string& url, const HTTPOptions& configuration = {}) const {
+  End endOfData(const std::string& url, const HTTPOptions& options = {}) const {
     const CompletionProbe<End> probe;
-    session(configuration)
-        ->send(request(url),
-               probe.completion([](const std::string&, auto response, auto error) -> End {
-                 return {statusOf(response), std::move(error)};
-               }));
+    client(options)->send(
+        request(url), probe.completion([](const std::string&, auto response, auto error) -> End {
+          return {statusOf(response), std::move(error)};
+        }));
     return probe.wait();
   }
 
   End endOfDownload(const std::string& url, const std::string& folder,
-                    const HTTPOptions& configuration = {}) const {
+                    const HTTPOptions& options = {}) const {
     const CompletionProbe<End> probe;
-    session(configuration)
-        ->download(request(url), folder,
-                   probe.completion([](const TemporaryFile&, auto response, auto error) -> End {
-                     return {statusOf(response), std::move(error)};
-                   }));
+    client(options)->download(
+        request(url), folder,
+        probe.completion([](const TemporaryFile&, auto response, auto error) -> End {
+          return {statusOf(response), std::move(error)};
+        }));
     return probe.wait();
   }
 
   void expectEnd(const std::string& path, int status, const std::optional<Error>& error,
-                 const HTTPOptions& configuration = {}) const {
+                 const HTTPOptions& options = {}) const {
     const std::string url = server_.url(path);
-    for (const End& end :
-         {endOfData(url, configuration), endOfDownload(url, folder_.path(), configuration)}) {
+    for (const End& end : {endOfData(url, options), endOfDownload(url, folder_.path(), options)}) {
       EXPECT_EQ(end.status, status) << path;
       EXPECT_EQ(end.error, error) << path << ' ' << describe(end.error);
     }
   }
 };
 
-TEST_F(HTTPClientOnce, AnAnswerIsHandedOver) {
+TEST_F(HTTPClientCompletions, AreCalledOnceWithAResponse) {
   server_.on("/good", respond(200, "bytes"));
   server_.on("/empty", respond(200, ""));
   server_.on("/missing", respond(404, "no"));
@@ -60,7 +58,7 @@ TEST_F(HTTPClientOnce, AnAnswerIsHandedOver) {
   expectEnd("/chunks", 200, std::nullopt);
 }
 
-TEST_F(HTTPClientOnce, ABrokenConnectionIsHandedOver) {
+TEST_F(HTTPClientCompletions, AreCalledOnceWhenTheConnectionBreaks) {
   server_.on("/cut", cutOff("bytes", 2));
   server_.on("/gone", hangUp());
   server_.on("/reset", reset());
@@ -69,25 +67,25 @@ TEST_F(HTTPClientOnce, ABrokenConnectionIsHandedOver) {
   expectEnd("/reset", 0, connectionLost());
 }
 
-TEST_F(HTTPClientOnce, ATimeoutIsHandedOver) {
+TEST_F(HTTPClientCompletions, AreCalledOnceAfterATimeout) {
   HTTPOptions impatient;
   impatient.timeoutIntervalForRequest = std::chrono::milliseconds(100);
   server_.on("/silent", stall());
   expectEnd("/silent", 0, timedOut(), impatient);
 }
 
-TEST_F(HTTPClientOnce, ATransferThatIsSentAgainIsHandedOver) {
+TEST_F(HTTPClientCompletions, AreCalledOnceForARequestThatIsSentAgain) {
   server_.on("/good", respond(200, "bytes"));
   server_.on("/moved", redirect("/good"));
   server_.on("/round", redirect("/round"));
   expectEnd("/moved", 200, std::nullopt);
   expectEnd("/round", 302, urlError(-1007, "too many HTTP redirects"));
-  // The second request on a connection finds it closed and goes on another.
+  // The server closes the connection at its second request, which is sent on another one.
   server_.on("/once", onceAConnection(respond(200, "bytes")));
   expectEnd("/once", 200, std::nullopt);
 }
 
-TEST_F(HTTPClientOnce, ARequestThatIsNotSentIsHandedOver) {
+TEST_F(HTTPClientCompletions, AreCalledOnceForARequestThatIsNotSent) {
   for (const char* url : {"", "ftp://repo.example/a"}) {
     EXPECT_EQ(endOfData(url).error, urlError(-1002, "unsupported URL")) << url;
     EXPECT_EQ(endOfDownload(url, folder_.path()).error, urlError(-1002, "unsupported URL")) << url;
@@ -95,11 +93,67 @@ TEST_F(HTTPClientOnce, ARequestThatIsNotSentIsHandedOver) {
   EXPECT_EQ(endOfData("http:///a").error, urlError(-1000, "bad URL"));
 }
 
-TEST_F(HTTPClientOnce, AFileThatCannotBeWrittenIsHandedOver) {
+TEST_F(HTTPClientCompletions, AreCalledOnceForAFileThatCannotBeWritten) {
   const std::string noFolderForFiles = "/proc/self";
   if (!std::filesystem::exists(noFolderForFiles)) GTEST_SKIP() << "there is no /proc";
   server_.on("/good", respond(200, std::string(100'000, 'x')));
   EXPECT_TRUE(endOfDownload(server_.url("/good"), noFolderForFiles).error);
+}
+
+TEST_F(HTTPClientCompletions, AreCalledOneAtATimeOnABackgroundThread) {
+  constexpr int kRequests = 200;
+  server_.onAnyOther(respond(200, "x"));
+  std::atomic<int> running = 0, called = 0, overlapping = 0, onCallersThread = 0;
+  const auto client = this->client();
+  const std::thread::id caller = std::this_thread::get_id();
+  const auto note = [&] {
+    if (++running > 1) ++overlapping;
+    if (std::this_thread::get_id() == caller) ++onCallersThread;
+    std::this_thread::sleep_for(std::chrono::microseconds(200));
+    --running;
+    ++called;
+  };
+  for (int i = 0; i < kRequests / 4; ++i) {
+    client->send(request(server_.url("/data")), [&](auto, auto, auto) { note(); });
+    client->download(request(server_.url("/file")), folder_.path(),
+                     [&](auto, auto, auto) { note(); });
+    client->send({std::nullopt, {}}, [&](auto, auto, auto) { note(); });
+    client->download({std::nullopt, {}}, folder_.path(), [&](auto, auto, auto) { note(); });
+  }
+  EXPECT_TRUE(eventually([&] { return called == kRequests; }));
+  std::this_thread::sleep_for(std::chrono::milliseconds(20));  // for one call too many
+  EXPECT_EQ(called, kRequests);
+  EXPECT_EQ(overlapping, 0);
+  EXPECT_EQ(onCallersThread, 0);
+}
+
+TEST_F(HTTPClientCompletions, MaySendTheNextRequest) {
+  server_.onAnyOther(respond(200, "x"));
+  const auto client = this->client();
+  std::promise<int> done;
+  std::function<void(int)> next = [&](int sent) {
+    if (sent == 20) return done.set_value(sent);
+    client->send(request(server_.url("/next")), [&, sent](auto, auto, auto) { next(sent + 1); });
+  };
+  next(0);
+  EXPECT_EQ(done.get_future().get(), 20);
+}
+
+TEST_F(HTTPClientCompletions, AreCalledThoughTheClientIsDestroyed) {
+  const Gate gate;
+  server_.on("/file", heldBy(gate, respond(200, "late")));
+  auto client = this->client();
+  auto reply = startSend(*client, request(server_.url("/file")));
+  ASSERT_TRUE(eventually([&] { return server_.requestsInFlight() == 1; }));
+  client.reset();
+  Gate(gate).open();
+  EXPECT_EQ(await(std::move(reply)).body, "late");
+}
+
+TEST_F(HTTPClientCompletions, AreCalledByTheClientsOfMakeHTTPClient) {
+  server_.on("/file", respond(200, "shared"));
+  const auto client = makeHTTPClient(HTTPOptions{});
+  EXPECT_EQ(await(startSend(*client, request(server_.url("/file")))).body, "shared");
 }
 
 }  // namespace

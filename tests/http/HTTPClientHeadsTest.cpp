@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Connections that end inside an answer's head, and other ends that libcurl calls a success.
+// Heads of responses that are cut, contradict themselves or do not end.
 #include <gmock/gmock.h>
 
 #include "tests/http/HTTPClientFixture.h"
@@ -10,15 +10,15 @@ namespace {
 
 constexpr const char* kOK = "HTTP/1.1 200 OK\r\n";
 
-// Both kinds of request must fail alike and leave no file.
+// A connection that breaks inside the head, with send() and with download().
 class HTTPClientHeads : public HTTPClientFixture {
  protected:
   void expectLost(const LoopbackHandler& handler) {
     server_.onAnyOther(handler);
-    const DataReply data = get(server_.url("/data"));
+    const BodyReply data = get(server_.url("/data"));
     EXPECT_EQ(data.error, connectionLost()) << describe(data.error);
     EXPECT_EQ(data.response, std::nullopt);
-    const DownloadReply file = download(server_.url("/file"));
+    const FileReply file = download(server_.url("/file"));
     EXPECT_EQ(file.error, connectionLost()) << describe(file.error);
     EXPECT_EQ(file.response, std::nullopt);
     EXPECT_FALSE(file.file.isOpen());
@@ -33,62 +33,61 @@ struct CutHead {
 
 class HTTPClientCutHeads : public HTTPClientHeads, public testing::WithParamInterface<CutHead> {};
 
-TEST_P(HTTPClientCutHeads, AnOrderlyEndInsideTheHeadIsALostConnection) {
+TEST_P(HTTPClientCutHeads, AConnectionClosedInsideTheHeadIsLost) {
   expectLost(hangUp(GetParam().sent));
 }
 
-TEST_P(HTTPClientCutHeads, AResetInsideTheHeadIsALostConnection) {
+TEST_P(HTTPClientCutHeads, AConnectionResetInsideTheHeadIsLost) {
   expectLost(reset(GetParam().sent));
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Places, HTTPClientCutHeads,
     testing::Values(
-        CutHead{"BehindTheStatusLine", kOK}, CutHead{"InsideAFieldName", kOK + std::string("Cont")},
+        CutHead{"AfterTheStatusLine", kOK}, CutHead{"InsideAFieldName", kOK + std::string("Cont")},
         CutHead{"InsideAFieldValue", kOK + std::string("Content-Length: 1")},
-        CutHead{"BehindAField", kOK + std::string("Content-Length: 10\r\n")},
+        CutHead{"AfterAField", kOK + std::string("Content-Length: 10\r\n")},
         CutHead{"BeforeTheLastLineFeed", kOK + std::string("Content-Length: 10\r\n\r")},
-        CutHead{"BehindAStatusLineOfHTTP10", "HTTP/1.0 200 OK\r\n"},
-        CutHead{"BehindAStatusLineOfFailure", "HTTP/1.1 404 Not Found\r\n"},
+        CutHead{"AfterAStatusLineOfHTTP10", "HTTP/1.0 200 OK\r\n"},
+        CutHead{"AfterAStatusLineOfFailure", "HTTP/1.1 404 Not Found\r\n"},
         CutHead{"InsideARedirect", "HTTP/1.1 302 Found\r\nLocation: /elsewhere\r\n"},
-        CutHead{"BehindAnInterimAnswer", "HTTP/1.1 100 Continue\r\n\r\n"},
-        CutHead{"BehindTwoInterimAnswers",
+        CutHead{"AfterAnInterimResponse", "HTTP/1.1 100 Continue\r\n\r\n"},
+        CutHead{"AfterTwoInterimResponses",
                 "HTTP/1.1 103 Early Hints\r\nLink: </x>\r\n\r\nHTTP/1.1 100 Continue\r\n\r\n"},
-        CutHead{"InsideTheHeadBehindAnInterimAnswer",
+        CutHead{"InsideTheHeadAfterAnInterimResponse",
                 "HTTP/1.1 100 Continue\r\n\r\nHTTP/1.1 200 OK\r\nContent-Length: 10\r\n"}),
     [](const auto& head) { return std::string(head.param.name); });
 
-// Neither a status nor a body: what came before says how it is called.
-TEST_F(HTTPClientHeads, AnEndInsideTheStatusLineIsAnError) {
+// libcurl reports it in different ways, depending on the bytes that came.
+TEST_F(HTTPClientHeads, AConnectionClosedInsideTheStatusLineIsAnError) {
   for (const char* sent : {"H", "HTTP/1", "HTTP/1.1 2"}) {
     server_.onAnyOther(hangUp(sent));
-    const DownloadReply reply = download(server_.url("/file"));
+    const FileReply reply = download(server_.url("/file"));
     EXPECT_TRUE(reply.error) << sent;
     EXPECT_EQ(reply.response, std::nullopt) << sent;
     EXPECT_FALSE(reply.file.isOpen()) << sent;
   }
 }
 
-// A change of protocol that nobody asked for leaves nothing that could be an answer.
-TEST_F(HTTPClientHeads, AChangeOfProtocolIsAnError) {
+TEST_F(HTTPClientHeads, ASwitchOfProtocolsIsAnError) {
   server_.onAnyOther(
       hangUp("HTTP/1.1 101 Switching Protocols\r\nUpgrade: x\r\nConnection: Upgrade\r\n\r\nbytes"));
-  const DownloadReply reply = download(server_.url("/file"));
+  const FileReply reply = download(server_.url("/file"));
   EXPECT_TRUE(reply.error);
   EXPECT_FALSE(reply.file.isOpen());
 }
 
-TEST_F(HTTPClientHeads, APostWithoutAWholeHeadIsLostAndNotSentAgain) {
+TEST_F(HTTPClientHeads, APostWithoutACompleteHeadIsLostAndNotSentAgain) {
   server_.onAnyOther(hangUp(kOK));
-  const DataReply reply = post(server_.url("/upload"), "body");
+  const BodyReply reply = post(server_.url("/upload"), "body");
   EXPECT_EQ(reply.error, connectionLost()) << describe(reply.error);
   EXPECT_EQ(server_.requests().size(), 1U);
 }
 
-TEST_F(HTTPClientHeads, AnInterimAnswerBeforeTheAnswerIsPassedOver) {
+TEST_F(HTTPClientHeads, AnInterimResponseIsSkipped) {
   server_.onAnyOther(sendRaw("HTTP/1.1 103 Early Hints\r\nX-Early: 1\r\n\r\n" +
                              responseHead(200, {{"Content-Length", "4"}}) + "body"));
-  const DataReply reply = get(server_.url("/data"));
+  const BodyReply reply = get(server_.url("/data"));
   EXPECT_EQ(reply.error, std::nullopt);
   EXPECT_EQ(reply.body, "body");
   ASSERT_TRUE(reply.response);
@@ -96,10 +95,10 @@ TEST_F(HTTPClientHeads, AnInterimAnswerBeforeTheAnswerIsPassedOver) {
               testing::ElementsAre(std::pair<std::string, std::string>("Content-Length", "4")));
 }
 
-// An end in order is the only one that such a body has; whether it is whole, only its size can say.
+// Only the size in the index shows whether such a body is whole.
 TEST_F(HTTPClientHeads, ABodyWithoutALengthEndsWithItsConnection) {
   server_.onAnyOther(hangUp(std::string(kOK) + "\r\nbody"));
-  DownloadReply reply = download(server_.url("/file"));
+  FileReply reply = download(server_.url("/file"));
   EXPECT_EQ(reply.error, std::nullopt);
   EXPECT_EQ(bytesOf(reply), "body");
 }
@@ -109,7 +108,7 @@ TEST_F(HTTPClientHeads, LengthsThatContradictEachOtherAreAnError) {
        {"Content-Length: 8\r\nContent-Length: 4\r\n", "Content-Length: 4\r\ncontent-length: 8\r\n",
         "Content-Length: 4, 8\r\n", "Content-Length: 8\r\nContent-Length: 8, 4\r\n"}) {
     server_.onAnyOther(hangUp(kOK + std::string(lengths) + "\r\nwholebod"));
-    const DownloadReply reply = download(server_.url("/file"));
+    const FileReply reply = download(server_.url("/file"));
     EXPECT_EQ(reply.error, urlError(-1011, "bad server response")) << lengths;
     EXPECT_FALSE(reply.file.isOpen()) << lengths;
     EXPECT_EQ(get(server_.url("/data")).error, urlError(-1011, "bad server response")) << lengths;
@@ -121,25 +120,38 @@ TEST_F(HTTPClientHeads, LengthsThatContradictEachOtherAreAnError) {
   }
 }
 
-TEST_F(HTTPClientHeads, AHeadWithoutEndIsAnErrorAndNoMemoryIsSpentOnIt) {
+TEST_F(HTTPClientHeads, AnEndlessHeadGivesNoResponse) {
+  server_.on("/endless", [](const LoopbackRequest&, LoopbackConnection& connection) {
+    connection.write("HTTP/1.1 200 OK\r\n");
+    const std::string line = "X-Filler: " + std::string(1000, 'x') + "\r\n";
+    while (connection.write(line)) continue;
+    connection.close();
+  });
+  const BodyReply reply = get(server_.url("/endless"));
+  ASSERT_TRUE(reply.error);
+  EXPECT_EQ(reply.error->domain, kURLErrorDomain);
+  EXPECT_EQ(reply.response, std::nullopt);
+}
+
+TEST_F(HTTPClientHeads, AnEndlessHeadEndsAtItsLimit) {
   server_.onAnyOther([](const LoopbackRequest&, LoopbackConnection& connection) {
     connection.write(kOK);
     const std::string field = "X-Field: " + std::string(1000, 'x') + "\r\n";
     while (connection.write(field)) {
     }
   });
-  const DownloadReply reply = download(server_.url("/file"));
+  const FileReply reply = download(server_.url("/file"));
   ASSERT_TRUE(reply.error);
   EXPECT_EQ(reply.error->code, kURLErrorDataLengthExceedsMaximum);
   EXPECT_EQ(get(server_.url("/data")).error->code, kURLErrorDataLengthExceedsMaximum);
 }
 
-TEST_F(HTTPClientHeads, InterimAnswersWithoutEndAreAnError) {
+TEST_F(HTTPClientHeads, EndlessInterimResponsesEndAtTheLimitOfAHead) {
   server_.onAnyOther([](const LoopbackRequest&, LoopbackConnection& connection) {
     while (connection.write("HTTP/1.1 100 Continue\r\n\r\n")) {
     }
   });
-  const DataReply reply = get(server_.url("/data"));
+  const BodyReply reply = get(server_.url("/data"));
   ASSERT_TRUE(reply.error);
   EXPECT_EQ(reply.error->code, kURLErrorDataLengthExceedsMaximum);
 }

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// What a configuration adds to requests and how far it lets their answers go.
 #include <atomic>
 #include <gmock/gmock.h>
 #include <mutex>
@@ -13,47 +12,14 @@ namespace {
 
 using testing::ElementsAre;
 
-class HTTPClientSettings : public HTTPClientFixture {
+class HTTPOptionsTest : public HTTPClientFixture {
  protected:
   static std::string originOf(const LoopbackServer& server) {
     return URL::parse(server.url("/"))->origin();
   }
-
-  const Error tooLong_ = urlError(-1103, "resource exceeds maximum size");
 };
 
-// Endless, in pieces of 64 KiB.
-void sendForEver(const LoopbackRequest&, LoopbackConnection& connection) {
-  connection.write(responseHead(200, {}));
-  const std::string piece(std::size_t{64} << 10, 'x');
-  while (connection.write(piece)) {
-  }
-}
-
-TEST_F(HTTPClientSettings, ADownloadEndsAtTheBoundOfItsRequest) {
-  server_.onAnyOther(sendForEver);
-  HTTPRequest bounded = request(server_.url("/file"));
-  bounded.maximumFileSize = 1000000;
-  const DownloadReply reply = await(startDownload(*session(), std::move(bounded), folder_.path()));
-  EXPECT_EQ(reply.error, tooLong_);
-  EXPECT_EQ(reply.status(), 200);
-  EXPECT_FALSE(reply.file.isOpen());
-  EXPECT_THAT(folder_.names(), ElementsAre());
-}
-
-TEST_F(HTTPClientSettings, ADownloadWithoutABoundOfItsOwnEndsAtTheConfigurations) {
-  server_.onAnyOther(sendForEver);
-  EXPECT_EQ(download(server_.url("/file"), {.maximumFileSize = 1000000}).error, tooLong_);
-}
-
-TEST_F(HTTPClientSettings, ADownloadMayReachItsBound) {
-  server_.onAnyOther(respond(200, "123456789"));
-  DownloadReply reply = download(server_.url("/file"), {.maximumFileSize = 9});
-  EXPECT_EQ(bytesOf(reply), "123456789");
-  EXPECT_EQ(download(server_.url("/file"), {.maximumFileSize = 8}).error, tooLong_);
-}
-
-TEST_F(HTTPClientSettings, TheUserAgentIsTheProgramsUnlessOneIsNamed) {
+TEST_F(HTTPOptionsTest, TheUserAgentIsTheProgramsUnlessOneIsNamed) {
   server_.onAnyOther(respond(200, ""));
   get(server_.url("/"));
   get(server_.url("/"), {.userAgent = "Other/1.0 (x)"});
@@ -61,17 +27,16 @@ TEST_F(HTTPClientSettings, TheUserAgentIsTheProgramsUnlessOneIsNamed) {
   EXPECT_EQ(server_.requests()[1].header("User-Agent"), "Other/1.0 (x)");
 }
 
-TEST_F(HTTPClientSettings, HeaderFieldsReachTheirServerOnly) {
+TEST_F(HTTPOptionsTest, HeaderFieldsAreSentToTheirOriginOnly) {
   LoopbackServer other;
   other.onAnyOther(respond(200, "other"));
   server_.on("/there", redirect(other.url("/x")));
   server_.on("/here", redirect("/y"));
   server_.on("/y", respond(200, "own"));
-  const HTTPOptions configuration{.headersOrigin = originOf(server_),
-                                  .headers = {{"X-Key", "secret"}}};
-  EXPECT_EQ(get(server_.url("/there"), configuration).body, "other");
-  EXPECT_EQ(get(server_.url("/here"), configuration).body, "own");
-  EXPECT_EQ(get(other.url("/z"), configuration).body, "other");
+  const HTTPOptions options{.headersOrigin = originOf(server_), .headers = {{"X-Key", "secret"}}};
+  EXPECT_EQ(get(server_.url("/there"), options).body, "other");
+  EXPECT_EQ(get(server_.url("/here"), options).body, "own");
+  EXPECT_EQ(get(other.url("/z"), options).body, "other");
   for (const LoopbackRequest& request : server_.requests()) {
     EXPECT_EQ(request.header("X-Key"), "secret") << request.target;
   }
@@ -80,43 +45,31 @@ TEST_F(HTTPClientSettings, HeaderFieldsReachTheirServerOnly) {
   }
 }
 
-TEST_F(HTTPClientSettings, AFieldTakesThePlaceOfTheRequestsOwn) {
+TEST_F(HTTPOptionsTest, AFieldReplacesThatOfTheRequest) {
   server_.onAnyOther(respond(200, ""));
-  const auto session =
-      this->session({.headersOrigin = originOf(server_),
-                     .headers = {{"cache-control", "max-age=0"}, {"user-agent", "Mine"}}});
-  await(startData(*session, request(server_.url("/"), {{"Cache-Control", "no-cache"}})));
+  const auto client =
+      this->client({.headersOrigin = originOf(server_),
+                    .headers = {{"cache-control", "max-age=0"}, {"user-agent", "Mine"}}});
+  await(startSend(*client, request(server_.url("/"), {{"Cache-Control", "no-cache"}})));
   const LoopbackRequest sent = server_.requests().back();
   EXPECT_EQ(sent.header("Cache-Control"), "max-age=0");
   EXPECT_EQ(sent.head.find("no-cache"), std::string::npos);
   EXPECT_EQ(sent.header("User-Agent"), "Mine");
 }
 
-TEST_F(HTTPClientSettings, AResponseHasItsHeaderFieldsAndTheAddressThatAnswered) {
-  server_.on("/old", redirect("/new", 301));
-  server_.on("/new", respond(200, "x", {{"ETag", "\"1\""}, {"Last-Modified", "yesterday"}}));
-  const DownloadReply reply = download(server_.url("/old"));
-  ASSERT_TRUE(reply.response);
-  EXPECT_EQ(absoluteText(reply.response->url), server_.url("/new"));
-  using Field = std::pair<std::string, std::string>;
-  EXPECT_THAT(reply.response->headers,
-              testing::IsSupersetOf({Field("ETag", "\"1\""), Field("Last-Modified", "yesterday")}));
-}
-
-TEST_F(HTTPClientSettings, ARefusalEndsWhatHasNotStartedWithoutARequest) {
+TEST_F(HTTPOptionsTest, ARefusalEndsWaitingRequestsUnsent) {
   const Gate gate;
   server_.onAnyOther(heldBy(gate, respond(200, "x")));
   std::atomic<bool> refusing = false;
   const Error reason = urlError(-1, "not tried: the disk is full");
-  const auto session =
-      this->session({.maximumConnectionsPerHost = 1, .refusal = [&] {
-                       return refusing ? std::optional<Error>(reason) : std::nullopt;
-                     }});
-  auto started = startData(*session, request(server_.url("/1")));
+  const auto client = this->client({.maximumConnectionsPerHost = 1, .refusal = [&] {
+                                      return refusing ? std::optional<Error>(reason) : std::nullopt;
+                                    }});
+  auto started = startSend(*client, request(server_.url("/1")));
   ASSERT_TRUE(eventually([&] { return server_.requestsInFlight() == 1; }));
   refusing = true;
-  auto data = startData(*session, request(server_.url("/2")));
-  auto file = startDownload(*session, request(server_.url("/3")), folder_.path());
+  auto data = startSend(*client, request(server_.url("/2")));
+  auto file = startDownload(*client, request(server_.url("/3")), folder_.path());
   Gate(gate).open();
   EXPECT_EQ(await(std::move(started)).body, "x");
   EXPECT_EQ(await(std::move(data)).error, reason);
@@ -124,33 +77,33 @@ TEST_F(HTTPClientSettings, ARefusalEndsWhatHasNotStartedWithoutARequest) {
   EXPECT_EQ(server_.requests().size(), 1U);
 }
 
-TEST_F(HTTPClientSettings, ManyRefusalsLeaveRoomForLaterDownloads) {
+TEST_F(HTTPOptionsTest, ManyRefusalsDoNotStopLaterDownloads) {
   std::atomic<bool> refusing = true;
-  const auto session = this->session({.refusal = [&]() -> std::optional<Error> {
+  const auto client = this->client({.refusal = [&]() -> std::optional<Error> {
     if (refusing) return urlError(-1, "no");
     return std::nullopt;
   }});
   server_.onAnyOther(respond(200, "x"));
-  std::vector<std::future<DownloadReply>> replies;
+  std::vector<std::future<FileReply>> replies;
   for (int i = 0; i < 1000; ++i) {
-    replies.push_back(startDownload(*session, request(server_.url("/f")), folder_.path()));
+    replies.push_back(startDownload(*client, request(server_.url("/f")), folder_.path()));
   }
   for (auto& reply : replies) EXPECT_TRUE(await(std::move(reply)).error);
   refusing = false;
-  EXPECT_EQ(await(startDownload(*session, request(server_.url("/f")), folder_.path())).error,
+  EXPECT_EQ(await(startDownload(*client, request(server_.url("/f")), folder_.path())).error,
             std::nullopt);
 }
 
-TEST_F(HTTPClientSettings, OnlyARedirectFromHTTPSToHTTPIsReported) {
+TEST_F(HTTPOptionsTest, OnInsecureRedirectIsCalledFromHTTPSToHTTPOnly) {
   if (!NginxServer::isInstalled()) GTEST_SKIP() << "nginx or openssl is not installed";
   server_.on("/plain", redirect("/end"));
   server_.on("/end", respond(200, "x"));
   NginxServer nginx("location /down { return 302 " + server_.url("/plain") + "; }");
   ASSERT_TRUE(nginx.isRunning());
-  setenv("SSL_CERT_FILE", nginx.certificatePath().c_str(), 1);
+  setEnvironment("SSL_CERT_FILE", nginx.certificatePath());
   std::mutex mutex;
   std::vector<std::string> reports;
-  const DataReply reply =
+  const BodyReply reply =
       get(nginx.secureURL("/down"), {.onInsecureRedirect = [&](const URL& from, const URL& to) {
             const std::lock_guard lock(mutex);
             reports.push_back(from.absoluteString() + " " + to.absoluteString());
@@ -158,16 +111,6 @@ TEST_F(HTTPClientSettings, OnlyARedirectFromHTTPSToHTTPIsReported) {
   EXPECT_EQ(reply.body, "x") << describe(reply.error);
   const std::lock_guard lock(mutex);
   EXPECT_THAT(reports, ElementsAre(nginx.secureURL("/down") + " " + server_.url("/plain")));
-  transport_.reset();
-  unsetenv("SSL_CERT_FILE");
-}
-
-TEST_F(HTTPClientSettings, AnErrorSaysWhatTheLibrarySaidOfIt) {
-  const DataReply reply = get("http://127.0.0.1:1/");
-  ASSERT_TRUE(reply.error);
-  EXPECT_EQ(reply.error->description, "Could not connect to the server.");
-  EXPECT_NE(reply.error->detail, "");
-  EXPECT_NE(reply.error->detail, reply.error->description);
 }
 
 }  // namespace
