@@ -111,8 +111,7 @@ void CurlTransfer::setUpBody(const std::string& body) {
   // On a kept connection or over HTTP/2, libcurl resends a lost request by itself.
   curl_easy_setopt(easy_, CURLOPT_HTTP_VERSION, long{CURL_HTTP_VERSION_1_1});
   curl_easy_setopt(easy_, CURLOPT_FRESH_CONNECT, 1L);
-  curl_easy_setopt(easy_, CURLOPT_FORBID_REUSE,
-                   1L);  // else each POST would leave a kept connection
+  curl_easy_setopt(easy_, CURLOPT_FORBID_REUSE, 1L);  // else each would be kept
   curl_easy_setopt(easy_, CURLOPT_SOCKOPTFUNCTION, limitUnsentBytes);
   curl_easy_setopt(easy_, CURLOPT_XFERINFOFUNCTION, onProgress);
   curl_easy_setopt(easy_, CURLOPT_XFERINFODATA, this);

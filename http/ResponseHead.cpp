@@ -69,7 +69,7 @@ ResponseHead::Coding ResponseHead::contentCoding() const {
     if (value.empty() || is("identity") || is("none")) continue;
     if (coding == Coding::none && (is("gzip") || is("x-gzip"))) {
       coding = Coding::gzip;
-    } else if (isSuccess(statusCode_)) {
+    } else if (isSuccess(statusCode_)) {  // the body of a failure is not used
       return Coding::unknown;
     }
   }

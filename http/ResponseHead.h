@@ -47,8 +47,8 @@ class ResponseHead {
   // (RFC 9112, section 6.3).
   bool hasContradictingLengths() const;
 
-  // How the body is encoded (RFC 9110, section 8.4). `unknown`, also for several codings, only with
-  // a status of success: of a failure nobody reads the body.
+  // How the body is encoded (RFC 9110, section 8.4). A coding other than gzip, or a second one, is
+  // `unknown` where the status is one of success, and ignored otherwise.
   Coding contentCoding() const;
 
  private:

@@ -11,11 +11,10 @@
 
 namespace tolvane {
 
-// What one completion is called with, each call in an Outcome. Copies are the same probe.
+// Records the calls of one completion, each in an Outcome. Copies are the same probe.
 //
-// A completion that is called twice may well be called late, when the test has what it wants and is
-// over. So the probe waits not for a call but until nobody holds the completion any more, and could
-// call it again.
+// A second call of a completion may come late, after the test has ended. Therefore wait() does not
+// wait for a call but until every copy of the completion is destroyed, and no call can follow.
 template <typename Outcome>
 class CompletionProbe {
  public:
@@ -29,8 +28,8 @@ class CompletionProbe {
     };
   }
 
-  // The outcome of the only call. Throws, and fails the test, when there was none or more than one,
-  // or when the completion is still held after a minute.
+  // The outcome of the only call. Throws, which fails the test, when there was no call or more than
+  // one, or when a copy of the completion still exists after a minute.
   Outcome wait() const {
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
     while (calls_.use_count() > 1) {

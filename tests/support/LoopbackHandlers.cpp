@@ -76,7 +76,7 @@ LoopbackHandler hangUp(std::string sent) {
 
 LoopbackHandler reset(std::string sent) {
   return [sent = std::move(sent)](const LoopbackRequest&, LoopbackConnection& connection) {
-    // A reset overtakes what the client has not read yet.
+    // A reset discards what the client has not read yet.
     if (connection.write(sent) && !sent.empty()) connection.pause(milliseconds(20));
     connection.reset();
   };

@@ -15,35 +15,35 @@
 
 namespace tolvane {
 
-// Ready-made answers for a LoopbackServer, from the honest to the hostile.
+// Ready-made handlers for a LoopbackServer, for valid and invalid responses.
 
 using LoopbackHeaders = std::vector<std::pair<std::string, std::string>>;
 
-// An honest answer with its Content-Length; the connection stays open.
+// A valid response with its Content-Length; the connection stays open.
 LoopbackHandler respond(int status, std::string body, LoopbackHeaders headers = {});
 
 // The same in several chunks, without a length.
 LoopbackHandler respondChunked(std::vector<std::string> chunks);
 
-// The body in gzip, said so by Content-Encoding.
+// The body in gzip, with the Content-Encoding for it.
 LoopbackHandler respondGzipped(std::string_view body);
 
 LoopbackHandler redirect(std::string location, int status = 302, std::string body = "");
 
-// Promises the whole body, sends its first bytes and hangs up.
+// Sends the head for the whole body and its first `sent` bytes, and closes the connection.
 LoopbackHandler cutOff(std::string body, std::size_t sent);
 
-// Claims another length than the body has; the connection stays open.
+// Sends a Content-Length of `claimed` bytes, then the body; the connection stays open.
 LoopbackHandler lieAboutLength(std::string body, std::size_t claimed);
 
-// Sends these bytes as they are, and then: hangs up, sends a TCP reset, or keeps the client waiting
-// for as long as it likes. All three may send nothing at all.
+// Send these bytes as they are, and then close the connection, reset it (TCP), or wait until the
+// client disconnects.
 LoopbackHandler hangUp(std::string sent = "");
 LoopbackHandler reset(std::string sent = "");
 LoopbackHandler stall(std::string sent = "");
 
-// Answers before the request's body is taken, and then takes what comes of it and hangs up. For
-// onHead().
+// Responds before it reads the body of the request, then reads the body and closes the connection.
+// For onHead().
 LoopbackHandler respondAtOnce(int status, std::string body);
 
 // The body byte by byte with a pause before each.
@@ -54,10 +54,10 @@ LoopbackHandler delayed(std::chrono::milliseconds pause, LoopbackHandler handler
 // One handler for each request in turn, the last one for all that follow.
 LoopbackHandler inTurn(std::vector<LoopbackHandler> handlers);
 
-// Answers the connection's first request; when a second one comes, hangs up.
+// Answers the first request of a connection; closes the connection at the second one.
 LoopbackHandler onceAConnection(LoopbackHandler handler);
 
-// What keeps an answer from going out until the test says so.
+// Delays responses until the test opens it. Copies are the same gate.
 class Gate {
  public:
   void open() { *open_ = true; }
@@ -67,13 +67,13 @@ class Gate {
   std::shared_ptr<std::atomic<bool>> open_ = std::make_shared<std::atomic<bool>>(false);
 };
 
-// Sends the bytes and, when the gate opens, leaves the rest to the handler.
+// Sends the bytes and calls the handler when the gate opens.
 LoopbackHandler heldBy(const Gate& gate, LoopbackHandler handler, std::string sentBefore = "");
 
-// Writes exactly these bytes and keeps the connection.
+// Sends these bytes as they are; the connection stays open.
 LoopbackHandler sendRaw(std::string bytes);
 
-// The first lines of an answer, ended by an empty one.
+// The head of a response, with its empty line.
 std::string responseHead(int status, const LoopbackHeaders& headers);
 
 }  // namespace tolvane

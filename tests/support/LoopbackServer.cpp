@@ -19,8 +19,8 @@
 #include "tests/support/LoopbackHandlers.h"
 
 #ifdef __SANITIZE_THREAD__
-// The library behind the server is not built with ThreadSanitizer, which therefore does not see the
-// guards of its function-local statics.
+// cpp-httplib is not built with ThreadSanitizer, which therefore does not see the guards of its
+// function-local statics.
 extern "C" const char* __tsan_default_suppressions() {
   return "called_from_lib:libcpp-httplib.so\n";
 }
@@ -30,7 +30,7 @@ namespace tolvane {
 
 namespace {
 
-// A count that remembers how high it has been.
+// A count and the highest value that it has had.
 struct Level {
   std::size_t now = 0;
   std::size_t maximum = 0;
@@ -39,7 +39,7 @@ struct Level {
   void lower() { --now; }
 };
 
-// A thread for each connection, however many are held open. Used by the accepting thread alone.
+// A thread for each connection, without a limit. Used by the accepting thread only.
 class ThreadPerConnection : public httplib::TaskQueue {
  public:
   void enqueue(std::function<void()> serve) override {
@@ -56,12 +56,13 @@ class ThreadPerConnection : public httplib::TaskQueue {
  private:
   struct Worker {
     std::atomic<bool> done = false;
-    std::jthread thread;  // joined when the worker goes
+    std::jthread thread;  // joined when the worker is destroyed
   };
   std::list<Worker> workers_;
 };
 
-// Lets the library read requests from a socket and say nothing: the handlers have answered.
+// Lets cpp-httplib read requests from a socket. What it writes is discarded, since the handlers
+// write the responses.
 class RequestStream : public httplib::Stream {
  public:
   explicit RequestStream(int socket) : socket_(socket) {}
@@ -87,10 +88,10 @@ class RequestStream : public httplib::Stream {
   void get_local_ip_and_port(std::string&, int&) const override {}
   socket_t socket() const override { return socket_; }
 
-  // What has been read since the last call.
+  // The bytes that have been read since the last call.
   std::string taken() { return std::exchange(taken_, {}); }
 
-  // What has been received and not read.
+  // The bytes that have been received and not read.
   std::string rest() {
     std::string rest(buffer_ + begin_, end_ - begin_);
     begin_ = end_;
@@ -181,7 +182,7 @@ struct LoopbackServer::State {
     ::close(socket);
   }
 
-  // Wakes every thread that waits for its client.
+  // Ends the waiting of all threads for their clients.
   void disconnectAll() {
     const std::lock_guard lock(mutex);
     stopping = true;
@@ -222,21 +223,20 @@ struct LoopbackServer::State {
   bool stopping = false;
 };
 
-// The library accepts connections and reads the requests' heads. Answers bypass it, since it
-// cannot be made to send what is wrong.
+// cpp-httplib accepts connections and reads the heads of requests. Responses bypass it, since it
+// cannot send invalid ones.
 class LoopbackServer::Listener : public httplib::Server {
  public:
   explicit Listener(std::shared_ptr<State> state) : state_(std::move(state)) {
     new_task_queue = [] { return new ThreadPerConnection(); };
-    // A client that keeps a connection for longer than the library's 5 seconds is none of its
-    // business here.
+    // Clients may keep a connection for longer than the 5 seconds of cpp-httplib.
     set_read_timeout(std::chrono::hours(1));
     set_write_timeout(std::chrono::hours(1));
   }
 
   int start() {
     const int port = bind_to_any_port("127.0.0.1");
-    // The library's own backlog of 5 makes clients wait a second when many connect at once.
+    // With the backlog of cpp-httplib, 5, clients wait a second when many connect at once.
     ::listen(svr_sock_, SOMAXCONN);
     thread_ = std::thread([this] { listen_after_bind(); });
     while (!is_running()) std::this_thread::yield();
@@ -273,7 +273,7 @@ class LoopbackServer::Listener : public httplib::Server {
       connection.buffered_ = stream.rest();
     }
     state_->answer(std::move(copy), connection);
-    request.method = "GET";  // the library is to look for no body
+    request.method = "GET";  // so that cpp-httplib reads no body
   }
 
   std::shared_ptr<State> state_;

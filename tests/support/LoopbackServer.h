@@ -17,31 +17,30 @@ struct LoopbackRequest {
   std::vector<std::pair<std::string, std::string>> headers;
   int connection = 0;  // 1 for the server's first connection
   std::string method = {};
-  std::string head = {};  // as it stood on the wire, to the end of its empty line
-  std::string body = {};  // of a Content-Length
+  std::string head = {};  // as it was received, with the empty line
+  std::string body = {};  // when it had a Content-Length
 
   bool hasHeader(std::string_view name) const;
   std::string header(std::string_view name) const;  // "" where there is none
 };
 
-// One connection of a client, in the hands of the handler that answers a request on it. Bytes go
-// out exactly as they are written; the connection stays open for the next request unless the
-// handler says otherwise.
+// One connection of a client, for the handler that answers a request on it. Bytes are sent exactly
+// as they are written. The connection stays open for the next request unless the handler ends it.
 class LoopbackConnection {
  public:
   LoopbackConnection(int socket, int serial) : socket_(socket), serial_(serial) {}
 
-  // False when the client, or the server itself, is gone.
+  // False when the client has disconnected, or the server has stopped.
   bool write(std::string_view bytes);
 
-  // Takes at most `count` bytes of a body that was left to the handler; "" at its end.
+  // Reads at most `count` bytes of a body that was left to the handler; "" at its end.
   std::string read(std::size_t count);
 
-  // Waits; false, and at once, when the client or the server is gone.
+  // Waits; returns false at once when the client disconnects or the server stops.
   bool pause(std::chrono::milliseconds duration);
   void waitUntilGone();
 
-  // Ends the connection when the handler returns: in order, or with a TCP reset.
+  // End the connection when the handler returns: by closing it, or with a TCP reset.
   void close() { open_ = false; }
   void reset();
 
@@ -55,15 +54,15 @@ class LoopbackConnection {
   int serial_;
   int requestNumber_ = 0;
   std::string buffered_;      // of the body, received with the head
-  std::size_t bodyLeft_ = 0;  // of the body, not taken yet
+  std::size_t bodyLeft_ = 0;  // of the body, not read yet
   bool open_ = true;
 };
 
 using LoopbackHandler = std::function<void(const LoopbackRequest&, LoopbackConnection&)>;
 
-// An HTTP/1.1 server on a free port of 127.0.0.1 that answers as badly as its handlers want. The
-// request is read for them; everything that goes back is theirs (LoopbackHandlers.h has
-// ready-made ones). Each connection has a thread. Stopping ends whatever is open.
+// An HTTP/1.1 server on a free port of 127.0.0.1 whose responses may be invalid in any way. It
+// reads the request; the handler writes every byte of the response (LoopbackHandlers.h has
+// ready-made handlers). Each connection has a thread. Stopping disconnects all clients.
 class LoopbackServer {
  public:
   LoopbackServer();
@@ -78,7 +77,7 @@ class LoopbackServer {
   // Answers requests whose target without its query is `path`.
   void on(const std::string& path, LoopbackHandler handler);
 
-  // The same for a handler that takes the request's body from the connection, at its own pace.
+  // The same for a handler that reads the body of the request from the connection itself.
   void onHead(const std::string& path, LoopbackHandler handler);
 
   // Answers all others; they get a 404 until this is set.

@@ -18,7 +18,7 @@ namespace {
 constexpr int kAttempts = 5;
 
 std::string nginxPath() {
-  // Where Debian puts it is not in every user's PATH.
+  // Debian's /usr/sbin is not in the PATH of every user.
   for (const char* path : {"/usr/sbin/nginx", "/usr/local/sbin/nginx", "/usr/bin/nginx"}) {
     if (access(path, X_OK) == 0) return path;
   }
@@ -26,19 +26,20 @@ std::string nginxPath() {
 }
 
 std::string contents(const std::string& path) {
-  std::ostringstream text;
-  text << std::ifstream(path).rdbuf();
-  return text.str();
+  std::ostringstream bytes;
+  bytes << std::ifstream(path).rdbuf();
+  return bytes.str();
 }
 
-std::string filled(std::string text, const std::map<std::string, std::string>& values) {
+// The template with the values in place of "@NAME@".
+std::string filled(std::string contents, const std::map<std::string, std::string>& values) {
   for (const auto& [name, value] : values) {
     const std::string mark = "@" + name + "@";
-    for (auto at = text.find(mark); at != std::string::npos; at = text.find(mark)) {
-      text.replace(at, mark.size(), value);
+    for (auto at = contents.find(mark); at != std::string::npos; at = contents.find(mark)) {
+      contents.replace(at, mark.size(), value);
     }
   }
-  return text;
+  return contents;
 }
 
 }  // namespace

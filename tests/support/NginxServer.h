@@ -11,8 +11,8 @@
 namespace tolvane {
 
 // nginx with its default settings, serving a folder on free ports of 127.0.0.1: plain HTTP/1.1, and
-// TLS with HTTP/2 under a certificate made for this server. It ends with the object, and also when
-// the test's process dies.
+// TLS with HTTP/2 and a certificate made for this server. It is stopped by the destructor, and when
+// the process of the test ends.
 class NginxServer {
  public:
   // One entry of the access log.
@@ -26,8 +26,8 @@ class NginxServer {
   // Whether nginx and the openssl command are installed; a test without them skips itself.
   static bool isInstalled();
 
-  // `extra` are configuration lines for the server block. A server that does not start fails the
-  // test; isRunning() tells.
+  // `extra` are configuration lines for the server block. The test fails when nginx does not start;
+  // isRunning() is false then.
   explicit NginxServer(const std::string& extra = "");
 
   bool isRunning() const { return process_.isRunning(); }
@@ -39,10 +39,10 @@ class NginxServer {
   std::string url(std::string_view path) const;
   std::string secureURL(std::string_view path) const;
 
-  // What a client has to trust.
+  // The certificate of the server, for SSL_CERT_FILE.
   std::string certificatePath() const { return folder_.path("certificate.pem"); }
 
-  // In the order in which the answers ended; complete once the server has stopped.
+  // In the order in which the responses ended; complete once the server has stopped.
   std::vector<Access> accesses() const;
 
  private:

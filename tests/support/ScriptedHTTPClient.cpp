@@ -18,7 +18,7 @@ std::optional<HTTPResponse> responseOf(const ScriptedAnswer& answer) {
   return HTTPResponse{answer.status};
 }
 
-// The answer's body as a real session leaves it: an open file exactly when there is no error.
+// The body of the answer as a real client writes it: an open file exactly when there is no error.
 TemporaryFile fileOf(const std::string& folder, ScriptedAnswer& answer) {
   TemporaryFile file;
   if (answer.error) return file;
@@ -84,7 +84,7 @@ struct ScriptedHTTPClient::Script {
   std::vector<ScriptedRequest> requests;
   std::vector<HTTPOptions> configurations;
   std::deque<Task> waiting;
-  std::size_t delivered = 0;  // requests whose completion waits or is on its way
+  std::size_t delivered = 0;  // requests whose completion is held, or posted to the queue
   bool holding = false;
 };
 
@@ -96,9 +96,9 @@ ScriptedHTTPClient::ScriptedHTTPClient(std::shared_ptr<Script> script)
 ScriptedHTTPClient::~ScriptedHTTPClient() = default;
 
 HTTPClientFactory ScriptedHTTPClient::factory() const {
-  return [script = script_](const HTTPOptions& configuration) {
+  return [script = script_](const HTTPOptions& options) {
     const std::lock_guard lock(script->mutex);
-    script->configurations.push_back(configuration);
+    script->configurations.push_back(options);
     return std::shared_ptr<HTTPClient>(new ScriptedHTTPClient(script));
   };
 }

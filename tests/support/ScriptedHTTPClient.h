@@ -15,14 +15,14 @@
 
 namespace tolvane {
 
-// What a scripted session gives for one request.
+// What a scripted client answers to one request.
 struct ScriptedAnswer {
-  int status = 200;       // 0: no answer arrived, only the error did
-  std::string body = {};  // as on a real session, nothing of it is handed over beside an error
+  int status = 200;       // 0: no response, only the error
+  std::string body = {};  // not passed to the completion when there is an error
   std::optional<Error> error = {};
 };
 
-// One of kURLErrorDomain before anything arrived.
+// An error of kURLErrorDomain without a response.
 ScriptedAnswer failingAnswer(int code, std::string description);
 
 struct ScriptedRequest {
@@ -36,12 +36,12 @@ struct ScriptedRequest {
   std::optional<std::uint64_t> maximumFileSize = {};
 };
 
-// A URL session that answers from a script and records what it was asked. Where the script says
-// nothing about a URL, the answer is a 404 with no body. Any thread.
+// An HTTPClient that answers from a script and records its requests. A URL that is not in the
+// script is answered with a 404 without a body. Any thread.
 //
-// All sessions that factory() makes share the script and the records; each calls its completions
-// one at a time on a serial background queue of its own. A request without URL, or with a scheme
-// other than http and https, is recorded and fails as it does on a real session.
+// All clients that factory() makes share the script and the records; each calls its completions one
+// at a time on a serial background queue of its own. A request without a URL, or with a scheme
+// other than http and https, is recorded and fails as it does with a real client.
 class ScriptedHTTPClient : public HTTPClient {
  public:
   ScriptedHTTPClient();
@@ -52,16 +52,16 @@ class ScriptedHTTPClient : public HTTPClient {
   // Answers for this URL, in order; the last one serves every further request.
   void answer(const std::string& url, ScriptedAnswer answer);
 
-  // Answers for requests that have none by their URL, in order, each used once.
+  // Answers for all other URLs, in order, each used once.
   void answerNext(ScriptedAnswer answer);
 
   // From now on completions wait until they are released.
   void hold();
 
-  // Lets the oldest `count` waiting completions go.
+  // Releases the `count` completions that have waited longest.
   void release(std::size_t count);
 
-  // Lets all waiting completions go and holds no more.
+  // Releases all waiting completions and ends hold().
   void releaseAll();
 
   // Waits until that many requests have been made and their completions can be released; false
@@ -70,7 +70,7 @@ class ScriptedHTTPClient : public HTTPClient {
 
   std::vector<ScriptedRequest> requests() const;
   std::vector<std::string> requestedURLs() const;
-  std::vector<HTTPOptions> configurations() const;  // asked of the factory
+  std::vector<HTTPOptions> configurations() const;  // that the factory was called with
 
   void send(HTTPRequest request, BodyCompletion completion) override;
   void download(HTTPRequest request, const std::string& folder, FileCompletion completion) override;

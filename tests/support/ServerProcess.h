@@ -10,8 +10,8 @@ namespace tolvane {
 // A port of 127.0.0.1 that was free a moment ago.
 int freePort();
 
-// A server program that is run for a test. It ends with the object, and also when the test's
-// process dies.
+// A server program that is run for a test. It is stopped by the destructor, and when the process of
+// the test ends.
 class ServerProcess {
  public:
   ServerProcess() = default;
@@ -20,8 +20,9 @@ class ServerProcess {
   ServerProcess(const ServerProcess&) = delete;
   ServerProcess& operator=(const ServerProcess&) = delete;
 
-  // Starts the program in a folder and waits until it listens on all the ports. What it prints is
-  // appended to `log`. False when it ends instead, because somebody else has a port, for instance.
+  // Starts the program in a folder and waits until it listens on all the ports. Its output is
+  // appended to `log`. False when it ends instead, because another program has a port, for
+  // instance.
   bool start(const std::vector<std::string>& arguments, const std::string& folder,
              const std::string& log, const std::vector<int>& ports);
   void stop();
