@@ -8,7 +8,7 @@
 #include <QStyle>
 
 #include "ui/Strings.h"
-#include "ui/SystemColors.h"
+#include "ui/widgets/SystemColors.h"
 
 namespace tolvane {
 

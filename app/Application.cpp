@@ -16,9 +16,9 @@
 #include "app/VersionInfo.h"
 #include "base/Configuration.h"
 #include "base/FolderFlush.h"
-#include "ui/DialogSheets.h"
 #include "ui/QtMainQueue.h"
 #include "ui/Strings.h"
+#include "ui/dialogs/QtDialogs.h"
 
 // Resources of a static library have to be asked for, outside of any namespace.
 static void initResources() {
@@ -83,12 +83,12 @@ int runApplication(int argc, char** argv) {
   // Never destroyed: background threads may post to it while the process exits. Static, so that a
   // search for leaks still finds it then.
   static QtMainQueue& mainQueue = *new QtMainQueue;
-  DialogSheets sheets;
+  QtDialogs dialogs;
   MessageBoxAlerts alerts;
   const auto openInBrowser = [](const QUrl& address) { QDesktopServices::openUrl(address); };
   AppDelegate delegate(alerts, {makeStore, openInBrowser, QApplication::windowIcon(),
                                 versionInfo(Configuration::current().infoPath, buildVersion())});
-  MainWindow window(mainQueue, sheets);
+  MainWindow window(mainQueue, dialogs);
   delegate.addWindow(&window);
   ApplicationEvents events(delegate, kLastWindowClosed, [&] { window.saveSettings(); });
   buildMainMenu(window, delegate, [&] { events.terminate(); });

@@ -3,7 +3,7 @@
 
 #include <QMessageBox>
 
-#include "ui/DialogSheets.h"
+#include "ui/dialogs/QtDialogs.h"
 
 namespace tolvane {
 

@@ -4,7 +4,7 @@
 #include <cstddef>
 
 #include "base/Error.h"
-#include "ui/Sheets.h"
+#include "ui/dialogs/Dialogs.h"
 
 namespace tolvane {
 

@@ -29,8 +29,9 @@ QString widthKey(const PackageTableModel& model, int column) {
 
 }  // namespace
 
-MainWindow::MainWindow(MainQueue& mainQueue, Sheets& sheets, const HTTPClientFactory& clientFactory)
-    : controller_(new ViewController(mainQueue, sheets, clientFactory, this)) {
+MainWindow::MainWindow(MainQueue& mainQueue, Dialogs& dialogs,
+                       const HTTPClientFactory& clientFactory)
+    : controller_(new ViewController(mainQueue, dialogs, clientFactory, this)) {
   setObjectName(QStringLiteral("mainWindow"));
   setWindowTitle(QStringLiteral("Tolvane"));
   setCentralWidget(controller_);

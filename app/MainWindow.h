@@ -7,8 +7,8 @@
 
 #include "async/MainQueue.h"
 #include "http/HTTPClient.h"
-#include "ui/Sheets.h"
 #include "ui/ViewController.h"
+#include "ui/dialogs/Dialogs.h"
 
 namespace tolvane {
 
@@ -18,7 +18,7 @@ class MainWindow : public QMainWindow {
   Q_OBJECT
 
  public:
-  MainWindow(MainQueue& mainQueue, Sheets& sheets,
+  MainWindow(MainQueue& mainQueue, Dialogs& dialogs,
              const HTTPClientFactory& clientFactory = makeHTTPClient);
 
   ViewController& controller() const { return *controller_; }

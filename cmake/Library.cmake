@@ -26,9 +26,10 @@ function(tolvane_target name)
   endif()
 endfunction()
 
-# One folder of the product is one library of all its sources, except the main.cpp of a program.
+# One folder of the product, with its subfolders, is one library of all its sources, except the
+# main.cpp of a program.
 function(tolvane_library name)
-  file(GLOB sources CONFIGURE_DEPENDS *.cpp *.h)
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS *.cpp *.h)
   list(FILTER sources EXCLUDE REGEX "/main\\.cpp$")
   add_library(tolvane_${name} STATIC ${sources})
   tolvane_target(tolvane_${name})

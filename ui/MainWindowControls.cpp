@@ -10,7 +10,7 @@
 
 #include "ui/RepositoryTitles.h"
 #include "ui/Strings.h"
-#include "ui/TitleFont.h"
+#include "ui/widgets/TitleFont.h"
 
 namespace tolvane {
 

@@ -6,16 +6,16 @@
 #include <QLineEdit>
 #include <QPushButton>
 
-#include "ui/CheckBox.h"
-#include "ui/ConsoleTextView.h"
-#include "ui/DetailTextView.h"
-#include "ui/ElidedLabel.h"
-#include "ui/InfoButton.h"
-#include "ui/LineBox.h"
-#include "ui/PackageTableView.h"
-#include "ui/PopupButton.h"
-#include "ui/ProgressIndicator.h"
-#include "ui/SearchField.h"
+#include "ui/console/ConsoleTextView.h"
+#include "ui/details/DetailTextView.h"
+#include "ui/packages/PackageTableView.h"
+#include "ui/widgets/CheckBox.h"
+#include "ui/widgets/ElidedLabel.h"
+#include "ui/widgets/InfoButton.h"
+#include "ui/widgets/LineBox.h"
+#include "ui/widgets/PopupButton.h"
+#include "ui/widgets/ProgressIndicator.h"
+#include "ui/widgets/SearchField.h"
 
 namespace tolvane {
 

@@ -10,9 +10,9 @@
 
 namespace tolvane {
 
-ViewController::ViewController(MainQueue& mainQueue, Sheets& sheets,
+ViewController::ViewController(MainQueue& mainQueue, Dialogs& dialogs,
                                const HTTPClientFactory& clientFactory, QWidget* parent)
-    : QWidget(parent), mainQueue_(mainQueue), sheets_(sheets) {
+    : QWidget(parent), mainQueue_(mainQueue), dialogs_(dialogs) {
   setAcceptDrops(true);
   viewDidLoad(clientFactory);
 }
@@ -62,7 +62,7 @@ void ViewController::changeEvent(QEvent* event) {
 }
 
 void ViewController::archiveMetadataInfoButtonClicked() {
-  sheets_.beginAlert(
+  dialogs_.beginAlert(
       window(),
       {"Archive repository metadata",
        "When enabled, the crawler also tries to save repository index files such as Packages, "

@@ -23,16 +23,16 @@
 #include "model/CrawlerLogger.h"
 #include "model/PackageEntry.h"
 #include "repository/RepositoryFetcher.h"
-#include "ui/ConsoleMessage.h"
 #include "ui/DownloadTexts.h"
 #include "async/Lifetime.h"
-#include "ui/LongText.h"
 #include "ui/MainWindowActions.h"
 #include "ui/MainWindowControls.h"
-#include "ui/PackageKeys.h"
-#include "ui/PackageStatistics.h"
-#include "ui/PackageTableModel.h"
-#include "ui/Sheets.h"
+#include "ui/console/ConsoleMessage.h"
+#include "ui/dialogs/Dialogs.h"
+#include "ui/packages/PackageStatistics.h"
+#include "ui/packages/PackageTableModel.h"
+#include "ui/packages/TickedPackages.h"
+#include "ui/widgets/LongText.h"
 
 namespace tolvane {
 
@@ -47,8 +47,8 @@ class ViewController : public QWidget {
  public:
   using PackageList = std::vector<PackageEntry>;
 
-  // The main queue and the sheets outlive the controller.
-  ViewController(MainQueue& mainQueue, Sheets& sheets,
+  // The main queue and the dialogs outlive the controller.
+  ViewController(MainQueue& mainQueue, Dialogs& dialogs,
                  const HTTPClientFactory& clientFactory = makeHTTPClient,
                  QWidget* parent = nullptr);
   ~ViewController() override;
@@ -57,7 +57,7 @@ class ViewController : public QWidget {
   const MainWindowActions& actions() const { return actions_; }
   const PackageList& packages() const { return packages_; }        // the shown rows, in their order
   const PackageList& allPackages() const { return allPackages_; }  // in the order of the index
-  const PackageKeys& selectedPackageKeys() const { return selectedPackageKeys_; }
+  const TickedPackages& selectedPackageKeys() const { return selectedPackageKeys_; }
   const ConsoleMessages& consoleMessages() const { return consoleMessages_; }
   const std::optional<URL>& currentRepositoryURL() const { return currentRepositoryURL_; }
   // Of the last check that succeeded, as the central archive sent them.
@@ -196,13 +196,13 @@ class ViewController : public QWidget {
   void finishUploads(const Uploads& uploads);
 
   MainQueue& mainQueue_;
-  Sheets& sheets_;
+  Dialogs& dialogs_;
   MainWindowControls controls_;
   MainWindowActions actions_;
 
   PackageList packages_;
   PackageList allPackages_;
-  PackageKeys selectedPackageKeys_;
+  TickedPackages selectedPackageKeys_;
   std::optional<PackageStatistics> statistics_;  // of the shown rows, once counted
   ConsoleMessages consoleMessages_;
   TextLines consoleLines_;       // of the messages, as they are shown

@@ -35,7 +35,7 @@ void ViewController::archiveCheckDidComplete(MissingPackages missing,
                   "success");
   }
   report(fmt::format("{} package(s) are not yet archived.", count), "info");
-  sheets_.beginAlert(
+  dialogs_.beginAlert(
       window(),
       {"Packages missing from central archive",
        fmt::format("{} package(s) are not yet archived on the central server.\n\nDownload them "

@@ -90,7 +90,7 @@ void ViewController::saveMetadata(const std::string& folder) {
 }
 
 void ViewController::showDownloadErrorAlertWithMessage(const std::optional<std::string>& message) {
-  sheets_.beginAlert(
+  dialogs_.beginAlert(
       window(),
       {"Download completed with errors", message.value_or("One or more downloads failed."), {"OK"}},
       [](std::size_t) {});

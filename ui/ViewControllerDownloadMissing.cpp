@@ -10,7 +10,7 @@ namespace tolvane {
 void ViewController::downloadMissingButtonClicked() {
   if (allPackages_.empty()) return report("No packages loaded.", "error");
   if (!currentRepositoryURL_) return report("No repository URL available.", "error");
-  sheets_.beginFolderPanel(
+  dialogs_.beginFolderPanel(
       window(),
       folderPanel("Scan & Download Missing",
                   "Choose the repository archive folder. Existing .deb files will be skipped."),

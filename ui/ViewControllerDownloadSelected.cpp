@@ -16,12 +16,12 @@ void ViewController::downloadSelectedButtonClicked() {
     chosen.push_back(*package);
   }
   if (chosen.empty()) {
-    return sheets_.beginAlert(window(),
-                              {"No package selected",
-                               "Select a package row or tick the checkbox of the package(s) you'd "
-                               "like to download.",
-                               {"OK"}},
-                              [](std::size_t) {});
+    return dialogs_.beginAlert(window(),
+                               {"No package selected",
+                                "Select a package row or tick the checkbox of the package(s) you'd "
+                                "like to download.",
+                                {"OK"}},
+                               [](std::size_t) {});
   }
   appendConsoleMessage(fmt::format("Preparing to download {} selected package(s).", chosen.size()),
                        "info");
@@ -32,7 +32,7 @@ void ViewController::chooseFolderThenDownloadPackages(PackageList packages) {
   const FolderPanel panel = folderPanel(
       "Download Here",
       fmt::format("Choose where {} selected .deb files should be saved.", packages.size()));
-  sheets_.beginFolderPanel(
+  dialogs_.beginFolderPanel(
       window(), panel,
       lifetime_.guard([this, packages = std::move(packages)](std::optional<ChosenFolder> folder) {
         if (!folder) return report("Download cancelled.", "warning");

@@ -137,7 +137,7 @@ std::optional<URL> ViewController::HTTPURLFromHTTPSURL(const URL& url) {
 void ViewController::askToRetryWithHTTPURL(const URL& httpURL, const Error& originalError) {
   const std::string address = displayText(httpURL);
   appendConsoleMessage("HTTPS failed. HTTP fallback available: " + address, "warning");
-  sheets_.beginAlert(
+  dialogs_.beginAlert(
       window(),
       {"HTTPS fetch failed",
        "This repository could not be loaded over HTTPS. Some older Cydia repositories only support "

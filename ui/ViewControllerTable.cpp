@@ -3,11 +3,11 @@
 #include <QClipboard>
 #include <algorithm>
 
-#include "ui/DescriptionText.h"
-#include "ui/PackageSorting.h"
-#include "ui/PackageTexts.h"
 #include "ui/Strings.h"
 #include "ui/ViewController.h"
+#include "ui/packages/DescriptionText.h"
+#include "ui/packages/PackageSorting.h"
+#include "ui/packages/PackageTexts.h"
 
 // The package table: rows, sorting, ticks, and the details of the highlighted package.
 namespace tolvane {

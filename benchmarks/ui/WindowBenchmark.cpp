@@ -26,7 +26,7 @@ const std::vector<PackageEntry>& repository() {
   return packages;
 }
 
-class NoSheets : public Sheets {
+class NoDialogs : public Dialogs {
  public:
   void beginAlert(QWidget*, const Alert&, Answered) override {}
   void beginFolderPanel(QWidget*, const FolderPanel&, FolderChosen) override {}
@@ -50,8 +50,8 @@ struct Window {
   void paint() { QApplication::processEvents(); }
 
   RunLoop queue;
-  NoSheets sheets;
-  ViewController controller{queue, sheets};
+  NoDialogs dialogs;
+  ViewController controller{queue, dialogs};
   const MainWindowControls& c = controller.controls();
 };
 

@@ -7,8 +7,8 @@
 
 #include "app/MainWindow.h"
 #include "ui/QtMainQueue.h"
-#include "ui/Sheets.h"
 #include "ui/ViewController.h"
+#include "ui/dialogs/Dialogs.h"
 
 // tolvane_window_run URL FOLDER
 // Fetches the APT repository at URL in the window, downloads what FOLDER lacks, and prints a line:
@@ -17,7 +17,7 @@
 // the console takes for as many messages again, as the main queue brings them.
 namespace {
 
-class OneFolder : public tolvane::Sheets {
+class OneFolder : public tolvane::Dialogs {
  public:
   explicit OneFolder(std::string path) : path_(std::move(path)) {}
 
@@ -36,9 +36,9 @@ void waitUntilEnabled(const QPushButton& button) {
   while (!button.isEnabled()) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
 }
 
-double secondsOfConsole(tolvane::QtMainQueue& queue, tolvane::Sheets& sheets,
+double secondsOfConsole(tolvane::QtMainQueue& queue, tolvane::Dialogs& dialogs,
                         const tolvane::ConsoleMessages& messages) {
-  tolvane::MainWindow window(queue, sheets);
+  tolvane::MainWindow window(queue, dialogs);
   window.show();
   QElapsedTimer timer;
   timer.start();
@@ -60,8 +60,8 @@ int main(int argc, char** argv) {
   QCoreApplication::setApplicationName(QStringLiteral("Tolvane"));
   if (argc != 3) return 2;
   auto& queue = *new tolvane::QtMainQueue;
-  OneFolder sheets(argv[2]);
-  tolvane::MainWindow window(queue, sheets);
+  OneFolder dialogs(argv[2]);
+  tolvane::MainWindow window(queue, dialogs);
   window.show();
   QCoreApplication::processEvents();
 
@@ -84,6 +84,6 @@ int main(int argc, char** argv) {
   heart.stop();
   std::fprintf(stderr, "%s\n", qUtf8Printable(controls.statusLabel->text()));
   std::printf("%.3f %.3f %lld %.3f\n", seconds, secondsFromStart, static_cast<long long>(worst),
-              secondsOfConsole(queue, sheets, window.controller().consoleMessages()));
+              secondsOfConsole(queue, dialogs, window.controller().consoleMessages()));
   return 0;
 }

@@ -12,7 +12,7 @@
 #include "tests/app/ScriptedStore.h"
 #include "tests/support/LogRecorder.h"
 #include "ui/Strings.h"
-#include "ui/SystemColors.h"
+#include "ui/widgets/SystemColors.h"
 
 namespace tolvane {
 namespace {

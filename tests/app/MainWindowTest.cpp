@@ -13,8 +13,8 @@
 #include "tests/app/ScriptedStore.h"
 #include "tests/ui/support/Packages.h"
 #include "tests/ui/support/PaintCounter.h"
-#include "ui/DialogSheets.h"
 #include "ui/Strings.h"
+#include "ui/dialogs/QtDialogs.h"
 
 namespace tolvane {
 namespace {
@@ -25,7 +25,7 @@ class Main : public testing::Test {
  protected:
   Main() {
     QSettings().clear();
-    window = std::make_unique<MainWindow>(queue, sheets);
+    window = std::make_unique<MainWindow>(queue, dialogs);
   }
   ~Main() override { QSettings().clear(); }
 
@@ -37,13 +37,13 @@ class Main : public testing::Test {
 
   void restart() {
     window->close();
-    window = std::make_unique<MainWindow>(queue, sheets);
+    window = std::make_unique<MainWindow>(queue, dialogs);
   }
 
   PackageTableView& table() const { return *window->controller().controls().tableView; }
 
   RunLoop queue;
-  DialogSheets sheets;
+  QtDialogs dialogs;
   std::unique_ptr<MainWindow> window;
 };
 
@@ -100,8 +100,8 @@ TEST_F(Main, SettingsThatCannotBeAreNotTaken) {
 TEST_F(Main, ASheetIsAWindowModalBoxWithPlainTexts) {
   show();
   std::vector<std::size_t> answers;
-  sheets.beginAlert(window.get(), {"<b>Message</b>", "Informative <i>text</i>", {"One", "Two"}},
-                    [&](std::size_t button) { answers.push_back(button); });
+  dialogs.beginAlert(window.get(), {"<b>Message</b>", "Informative <i>text</i>", {"One", "Two"}},
+                     [&](std::size_t button) { answers.push_back(button); });
   auto* box = window->findChild<QMessageBox*>();
   ASSERT_NE(box, nullptr);
   EXPECT_EQ(box->windowModality(), Qt::WindowModal);
@@ -121,11 +121,11 @@ TEST_F(Main, ASheetThatIsClosedAnswersWithItsLastButtonOnce) {
   std::vector<std::size_t> answers;
   const Alert alert{"Message", "Text", {"One", "Two"}};
   const auto take = [&](std::size_t button) { answers.push_back(button); };
-  sheets.beginAlert(window.get(), alert, take);
+  dialogs.beginAlert(window.get(), alert, take);
   QTest::keyClick(window->findChild<QMessageBox*>(), Qt::Key_Escape);
   EXPECT_THAT(answers, ElementsAre(1u));
   QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-  sheets.beginAlert(window.get(), alert, take);
+  dialogs.beginAlert(window.get(), alert, take);
   QTest::mouseClick(window->findChild<QMessageBox*>()->findChild<QPushButton*>("Two"),
                     Qt::LeftButton);
   EXPECT_THAT(answers, ElementsAre(1u, 1u));

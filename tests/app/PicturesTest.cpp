@@ -12,8 +12,8 @@
 #include "app/MainWindow.h"
 #include "async/RunLoop.h"
 #include "tests/ui/support/Packages.h"
-#include "ui/DialogSheets.h"
 #include "ui/Strings.h"
+#include "ui/dialogs/QtDialogs.h"
 
 namespace tolvane {
 namespace {
@@ -150,8 +150,8 @@ class Pictures : public testing::TestWithParam<Theme> {
   NoAlerts alerts;
   AppDelegate delegate{alerts, {nullptr, nullptr, applicationIcon(), {"0.1.0", "1"}}};
   RunLoop queue;
-  DialogSheets sheets;
-  MainWindow window{queue, sheets};
+  QtDialogs dialogs;
+  MainWindow window{queue, dialogs};
   const MainWindowControls& c = window.controller().controls();
 };
 

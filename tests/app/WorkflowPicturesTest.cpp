@@ -9,7 +9,7 @@
 #include "tests/support/CentralArchiveServer.h"
 #include "tests/ui/support/LastingQueue.h"
 #include "tests/ui/support/Workflow.h"
-#include "ui/DialogSheets.h"
+#include "ui/dialogs/QtDialogs.h"
 
 namespace tolvane {
 namespace {
@@ -18,7 +18,7 @@ namespace {
 
 constexpr int kPackages = 40;
 
-class SheetsOfOneFolder : public DialogSheets {
+class SheetsOfOneFolder : public QtDialogs {
  public:
   void beginFolderPanel(QWidget*, const FolderPanel&, FolderChosen chosen) override {
     chosen(ChosenFolder{folder.path(), nullptr});
@@ -101,8 +101,8 @@ class WorkflowPictures : public testing::Test {
   CentralArchiveServer archive;
   Gate gate;
   QtMainQueue& queue = lastingQueue();
-  SheetsOfOneFolder sheets;
-  MainWindow window{queue, sheets};
+  SheetsOfOneFolder dialogs;
+  MainWindow window{queue, dialogs};
   const MainWindowControls& c = window.controller().controls();
 };
 

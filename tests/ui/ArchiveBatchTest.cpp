@@ -169,11 +169,11 @@ TEST_F(ArchiveBatch, TouchesTheWindowWithTheAnswerToACheckOnTheMainThreadOnly) {
   EXPECT_THAT(statuses.texts, ElementsAre("Checking central archive..."));
   EXPECT_THAT(newConsoleLines(), ElementsAre("info: Checking central archive..."));
   EXPECT_TRUE(barMoves());
-  EXPECT_TRUE(sheets.shown.empty());
+  EXPECT_TRUE(dialogs.shown.empty());
   runUntilStatus("1 package(s) are not yet archived.");
   EXPECT_EQ(newConsoleLines().back(), "info: 1 package(s) are not yet archived.");
   EXPECT_TRUE(c.progressIndicator->isHidden());
-  EXPECT_EQ(sheets.shown.size(), 1u);
+  EXPECT_EQ(dialogs.shown.size(), 1u);
 }
 
 TEST_F(ArchiveBatch, TouchesTheWindowWithTheTokenOnTheMainThreadOnly) {

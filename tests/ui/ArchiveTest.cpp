@@ -16,13 +16,13 @@ TEST_F(Archive, IsToldFromTheFirstLineToTheLast) {
   check();
   EXPECT_TRUE(c.progressIndicator->isHidden());
   EXPECT_THAT(enabledButtons(), ElementsAre("Fetch", "Download", "Missing", "Archive"));
-  ASSERT_EQ(sheets.shown.size(), 1u);
-  EXPECT_EQ(sheets.shown[0].window, controller.window());
-  EXPECT_EQ(sheets.shown[0].alert.messageText, "Packages missing from central archive");
-  EXPECT_EQ(sheets.shown[0].alert.informativeText,
+  ASSERT_EQ(dialogs.shown.size(), 1u);
+  EXPECT_EQ(dialogs.shown[0].window, controller.window());
+  EXPECT_EQ(dialogs.shown[0].alert.messageText, "Packages missing from central archive");
+  EXPECT_EQ(dialogs.shown[0].alert.informativeText,
             "1 package(s) are not yet archived on the central server.\n\nDownload them locally and "
             "upload them to the central archive?");
-  EXPECT_THAT(sheets.shown[0].alert.buttons, ElementsAre("Archive Missing Packages", "Cancel"));
+  EXPECT_THAT(dialogs.shown[0].alert.buttons, ElementsAre("Archive Missing Packages", "Cancel"));
   answer(0);
   runUntil([&] { return status().starts_with("Archive complete."); });
   EXPECT_THAT(
@@ -55,7 +55,7 @@ TEST_F(Archive, IsToldFromTheFirstLineToTheLast) {
   EXPECT_EQ(archive.requests()[2].file, kA.bytes);
   EXPECT_THAT(cached(), IsEmpty());
   EXPECT_EQ(c.progressIndicator->doubleValue(), 100);
-  EXPECT_TRUE(sheets.shown.empty());
+  EXPECT_TRUE(dialogs.shown.empty());
 }
 
 TEST_F(Archive, ThatFailsIsToldFromTheFirstLineToTheLast) {
@@ -91,7 +91,7 @@ TEST_F(Archive, ThatFailsIsToldFromTheFirstLineToTheLast) {
                           "Domain=CentralArchiveClient Code=2004 \"The disk is full.\"",
                           "[CentralArchive] Upload stage finished. Uploaded=0 Failed=1"));
   EXPECT_THAT(cached(), ElementsAre("bad_1.deb"));
-  EXPECT_TRUE(sheets.shown.empty());
+  EXPECT_TRUE(dialogs.shown.empty());
 }
 
 TEST_F(Archive, OfThreeOfWhichOneIsUnknownUploadsTwoInTheOrderOfTheServer) {
@@ -99,7 +99,7 @@ TEST_F(Archive, OfThreeOfWhichOneIsUnknownUploadsTwoInTheOrderOfTheServer) {
   lacks({entry("c"), entry("unknown"), entry("a")});
   check();
   EXPECT_EQ(status(), "3 package(s) are not yet archived.");
-  EXPECT_EQ(sheets.shown[0].alert.informativeText.substr(0, 13), "3 package(s) ");
+  EXPECT_EQ(dialogs.shown[0].alert.informativeText.substr(0, 13), "3 package(s) ");
   answer(0);
   runUntil([&] { return status().starts_with("Archive complete."); });
   EXPECT_TRUE(consoleHas("info: Requesting upload token for 3 package(s)"));
@@ -128,7 +128,7 @@ TEST_F(Archive, WithNothingMissingSaysSo) {
                           "All packages have already been archived on the centralised location."));
   EXPECT_EQ(newConsoleLines().back(),
             "success: All packages have already been archived on the centralised location.");
-  EXPECT_TRUE(sheets.shown.empty());
+  EXPECT_TRUE(dialogs.shown.empty());
   EXPECT_TRUE(c.progressIndicator->isHidden());
 }
 
@@ -328,7 +328,7 @@ TEST_F(Archive, ThatEndsAfterItsWindowIsForgotten) {
   Gate gate;
   archive.answer(kCheck, heldBy(gate, respond(200, R"({"ok":true})")));
   {
-    ViewController other(queue, sheets);
+    ViewController other(queue, dialogs);
     other.centralArchiveClient().setApiBaseURL(archive.baseURL());
     other.loadPackagesIntoUI(makePackages(1), URL::parse(repository()));
     other.checkCentralArchiveButtonClicked();

@@ -33,7 +33,7 @@ TEST_F(Secret, IsGivenToTheClientWhenTheViewLoads) {
   file.setPermissions(QFile::ReadOwner | QFile::WriteOwner);
   file.close();
   EXPECT_TRUE(ViewController::centralArchiveIsConfigured());
-  const ViewController other(queue, sheets);
+  const ViewController other(queue, dialogs);
   file.remove();
   // The client keeps what it was made with.
   EXPECT_FALSE(ViewController::centralArchiveIsConfigured());

@@ -9,7 +9,7 @@
 
 #include "model/CrawlerLogger.h"
 #include "tests/ui/support/Window.h"
-#include "ui/SystemColors.h"
+#include "ui/widgets/SystemColors.h"
 
 namespace tolvane {
 namespace {
@@ -239,8 +239,8 @@ TEST_F(Console, ShowsWhatIsPostedOnTheLogBusOnceTheMainQueueGetsThere) {
 // Without a recorder, which wants both entries.
 TEST(ConsoleAlone, ANotificationWithoutEntriesIsAnEmptyInfoMessage) {
   RunLoop queue;
-  ScriptedSheets sheets;
-  const ViewController controller(queue, sheets);
+  ScriptedDialogs dialogs;
+  const ViewController controller(queue, dialogs);
   NotificationCenter::defaultCenter().post(CrawlerLoggerDidLogMessageNotification, {});
   queue.drain();
   ASSERT_EQ(controller.consoleMessages().size(), 1u);
@@ -264,7 +264,7 @@ TEST_F(Console, ItsOwnMessagesDoNotGoToTheLogs) {
 }
 
 TEST_F(Console, AMessageForAControllerThatIsGoneIsDropped) {
-  auto other = std::make_unique<ViewController>(queue, sheets);
+  auto other = std::make_unique<ViewController>(queue, dialogs);
   CrawlerLogger::logInfo("Hello");
   other.reset();
   CrawlerLogger::logInfo("Again");

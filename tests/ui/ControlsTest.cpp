@@ -260,9 +260,9 @@ TEST_F(Controls, BoxesHaveALineAroundThemAndScrollViewsABezel) {
 
 TEST_F(Controls, TheInfoButtonExplainsTheOptionInASheetOnTheWindow) {
   QTest::mouseClick(c.archiveMetadataInfoButton, Qt::LeftButton);
-  ASSERT_EQ(sheets.shown.size(), 1u);
-  EXPECT_EQ(sheets.shown[0].window, controller.window());
-  const Alert& alert = sheets.shown[0].alert;
+  ASSERT_EQ(dialogs.shown.size(), 1u);
+  EXPECT_EQ(dialogs.shown[0].window, controller.window());
+  const Alert& alert = dialogs.shown[0].alert;
   EXPECT_EQ(alert.messageText, "Archive repository metadata");
   EXPECT_EQ(alert.informativeText,
             "When enabled, the crawler also tries to save repository index files such as "
@@ -271,7 +271,7 @@ TEST_F(Controls, TheInfoButtonExplainsTheOptionInASheetOnTheWindow) {
             "required. Enable it only if you want a more complete long-term archive or mirror "
             "of the repository.");
   EXPECT_THAT(alert.buttons, ElementsAre("OK"));
-  sheets.shown[0].answered(0);
+  dialogs.shown[0].answered(0);
   EXPECT_EQ(status(), "Enter a repository URL.");
   EXPECT_FALSE(c.archiveMetadataButton->isChecked());
 }

@@ -23,11 +23,11 @@ TEST_F(DownloadMissing, IsToldFromTheFirstLineToTheLast) {
   Gate gate;
   server.on("/repo/debs/b_1.deb", heldBy(gate, respond(200, kB.bytes)));
   press(c.downloadMissingButton);
-  ASSERT_EQ(sheets.panels.size(), 1u);
-  EXPECT_EQ(sheets.panels[0].panel.prompt, "Scan & Download Missing");
-  EXPECT_EQ(sheets.panels[0].panel.message,
+  ASSERT_EQ(dialogs.panels.size(), 1u);
+  EXPECT_EQ(dialogs.panels[0].panel.prompt, "Scan & Download Missing");
+  EXPECT_EQ(dialogs.panels[0].panel.message,
             "Choose the repository archive folder. Existing .deb files will be skipped.");
-  EXPECT_EQ(sheets.panels[0].window, controller.window());
+  EXPECT_EQ(dialogs.panels[0].window, controller.window());
   chooseFolder(folder.path());
   EXPECT_THAT(enabledButtons(), ElementsAre("Archive", "Cancel"));
   EXPECT_EQ(c.progressIndicator->doubleValue(), 0);
@@ -139,7 +139,7 @@ TEST_F(DownloadMissing, WithoutPackagesOrWithoutARepositoryIsRefused) {
   press(c.downloadMissingButton);
   EXPECT_THAT(newConsoleLines(), ElementsAre("error: No repository URL available."));
   EXPECT_EQ(status(), "No repository URL available.");
-  EXPECT_TRUE(sheets.panels.empty());
+  EXPECT_TRUE(dialogs.panels.empty());
 }
 
 TEST_F(DownloadMissing, IsCancelledWithThePanel) {

@@ -42,10 +42,10 @@ TEST_F(DownloadSelected, IsToldFromTheFirstLineToTheLast) {
   Gate gate;
   server.on("/repo/debs/a_1.deb", heldBy(gate, respond(200, kA.bytes)));
   press(c.downloadSelectedButton);
-  ASSERT_EQ(sheets.panels.size(), 1u);
-  EXPECT_EQ(sheets.panels[0].panel.prompt, "Download Here");
-  EXPECT_EQ(sheets.panels[0].panel.message, "Choose where 1 selected .deb files should be saved.");
-  EXPECT_EQ(sheets.panels[0].window, controller.window());
+  ASSERT_EQ(dialogs.panels.size(), 1u);
+  EXPECT_EQ(dialogs.panels[0].panel.prompt, "Download Here");
+  EXPECT_EQ(dialogs.panels[0].panel.message, "Choose where 1 selected .deb files should be saved.");
+  EXPECT_EQ(dialogs.panels[0].window, controller.window());
   chooseFolder(folder.path());
   EXPECT_EQ(status(), "Starting 1 downloads...");
   EXPECT_FALSE(c.progressIndicator->isHidden());
@@ -74,7 +74,7 @@ TEST_F(DownloadSelected, IsToldFromTheFirstLineToTheLast) {
   EXPECT_FALSE(c.progressIndicator->isHidden());
   EXPECT_EQ(c.progressIndicator->doubleValue(), 100);
   EXPECT_EQ(folder.read("a_1.deb"), kA.bytes);
-  EXPECT_TRUE(sheets.shown.empty());
+  EXPECT_TRUE(dialogs.shown.empty());
 }
 
 TEST_F(DownloadSelected, ThatFailsIsToldFromTheFirstLineToTheLast) {
@@ -150,7 +150,7 @@ TEST_F(DownloadSelected, TakesTheTickedOnesAndNotTheHighlightedRow) {
   tick({0, 2});
   click(1, "displayName");
   press(c.downloadSelectedButton);
-  EXPECT_EQ(sheets.panels[0].panel.message, "Choose where 2 selected .deb files should be saved.");
+  EXPECT_EQ(dialogs.panels[0].panel.message, "Choose where 2 selected .deb files should be saved.");
   chooseFolder(folder.path());
   runUntil([&] { return c.fetchButton->isEnabled(); });
   EXPECT_THAT(folder.names(), ElementsAre("a_1.deb", "c_1.deb"));
@@ -170,12 +170,12 @@ TEST_F(DownloadSelected, OfATickedPackageThatTheSearchHidesTakesNothingThoughARo
   show();
   search("b_1");
   // A search takes all ticks away, so that no control leaves one on a hidden row.
-  const_cast<PackageKeys&>(controller.selectedPackageKeys()).insert(controller.allPackages()[0]);
+  const_cast<TickedPackages&>(controller.selectedPackageKeys()).insert(controller.allPackages()[0]);
   click(0, "displayName");
   press(c.downloadSelectedButton);
-  ASSERT_EQ(sheets.shown.size(), 1u);
-  EXPECT_EQ(sheets.shown[0].alert.messageText, "No package selected");
-  EXPECT_TRUE(sheets.panels.empty());
+  ASSERT_EQ(dialogs.shown.size(), 1u);
+  EXPECT_EQ(dialogs.shown[0].alert.messageText, "No package selected");
+  EXPECT_TRUE(dialogs.panels.empty());
 }
 
 TEST_F(DownloadSelected, OfNothingAsksForASelection) {
@@ -185,7 +185,7 @@ TEST_F(DownloadSelected, OfNothingAsksForASelection) {
       "No package selected",
       "Select a package row or tick the checkbox of the package(s) you'd like to download.");
   answer(0);
-  EXPECT_TRUE(sheets.panels.empty());
+  EXPECT_TRUE(dialogs.panels.empty());
   EXPECT_TRUE(newConsoleLines().empty());
   EXPECT_TRUE(statuses.texts.empty());
 }
@@ -196,7 +196,7 @@ TEST_F(DownloadSelected, WithoutARepositoryIsRefused) {
   press(c.downloadSelectedButton);
   EXPECT_THAT(newConsoleLines(), ElementsAre("error: No repository URL available."));
   EXPECT_THAT(statuses.texts, ElementsAre("No repository URL available."));
-  EXPECT_TRUE(sheets.panels.empty());
+  EXPECT_TRUE(dialogs.panels.empty());
 }
 
 TEST_F(DownloadSelected, IsCancelledWithThePanel) {
@@ -224,7 +224,7 @@ TEST_F(DownloadSelected, WithOnlySkippedFilesIsASuccess) {
                   "Validation failed: 0  Skipped: 1",
                   "info: Download queue finished. Downloaded: 0  Verified: 0  Failed: 0  "
                   "Validation failed: 0  Skipped: 1"));
-  EXPECT_TRUE(sheets.shown.empty());
+  EXPECT_TRUE(dialogs.shown.empty());
 }
 
 TEST_F(DownloadSelected, HidesItsBarThreeSecondsAfterItsEnd) {
@@ -332,7 +332,7 @@ TEST_F(DownloadSelected, OfAWindowThatIsGoneLeavesWholeFilesOrNone) {
   server.on("/repo/debs/b_1.deb", heldBy(gate, respond(200, kB.bytes),
                                          "HTTP/1.1 200 OK\r\nContent-Length: 26\r\n\r\nbytes"));
   {
-    ViewController other(queue, sheets);
+    ViewController other(queue, dialogs);
     other.loadPackagesIntoUI(controller.allPackages(), URL::parse(repository()));
     other.chooseFolderThenDownloadPackages(other.allPackages());
     chooseFolder(folder.path());
@@ -345,7 +345,7 @@ TEST_F(DownloadSelected, OfAWindowThatIsGoneLeavesWholeFilesOrNone) {
 
 TEST_F(DownloadSelected, AlertWithoutAMessageSaysThatSomethingFailed) {
   controller.showDownloadErrorAlertWithMessage(std::nullopt);
-  EXPECT_EQ(sheets.shown.back().alert.informativeText, "One or more downloads failed.");
+  EXPECT_EQ(dialogs.shown.back().alert.informativeText, "One or more downloads failed.");
 }
 
 TEST(FilesystemSafeString, ReplacesEachUnsafeCharacter) {

@@ -23,7 +23,7 @@ class Fallback : public Workflow {
   void failOverHTTPS() {
     fetch(secure());
     awaitFetch();
-    ASSERT_EQ(sheets.shown.size(), 1u);
+    ASSERT_EQ(dialogs.shown.size(), 1u);
   }
 
   // What a fetch tells up to its end, in a repository without index.
@@ -42,14 +42,14 @@ class Fallback : public Workflow {
 
 TEST_F(Fallback, IsOfferedWhenAFetchOverHTTPSFails) {
   failOverHTTPS();
-  const Alert& alert = sheets.shown[0].alert;
+  const Alert& alert = dialogs.shown[0].alert;
   EXPECT_EQ(alert.messageText, "HTTPS fetch failed");
   EXPECT_EQ(alert.informativeText,
             "This repository could not be loaded over HTTPS. Some older Cydia repositories only "
             "support plain HTTP.\n\nWould you like to try this URL instead?\n" +
                 repository());
   EXPECT_THAT(alert.buttons, ElementsAre("Try HTTP", "Cancel"));
-  EXPECT_EQ(sheets.shown[0].window, controller.window());
+  EXPECT_EQ(dialogs.shown[0].window, controller.window());
   EXPECT_TRUE(c.fetchButton->isEnabled());
   EXPECT_TRUE(c.progressIndicator->isHidden());
   EXPECT_EQ(status(), "Fetching Packages file...");
@@ -89,7 +89,7 @@ TEST_F(Fallback, ThatFailsTooClearsWithoutAnotherQuestion) {
   forgetTexts();
   answer(0);
   awaitFetch();
-  EXPECT_TRUE(sheets.shown.empty());
+  EXPECT_TRUE(dialogs.shown.empty());
   std::vector<std::string> expected = {"warning: User accepted HTTP fallback."};
   for (const std::string& line : failedFetch(repository())) expected.push_back(line);
   EXPECT_THAT(newConsoleLines(), ElementsAreArray(expected));
@@ -120,7 +120,7 @@ TEST_F(Fallback, ThatIsDeclinedHidesABarThatARunHasShownAgainMeanwhile) {
   chooseFolder(folder.path());
   enterURL(secure());
   QTest::keyClick(c.repoURLField, Qt::Key_Return);
-  runUntil([&] { return !sheets.shown.empty(); });
+  runUntil([&] { return !dialogs.shown.empty(); });
   ASSERT_TRUE(c.progressIndicator->isHidden());
   first.open();
   runUntil([&] { return status().starts_with("Downloading missing 1 / 2 "); });
@@ -134,21 +134,21 @@ TEST_F(Fallback, ThatIsDeclinedHidesABarThatARunHasShownAgainMeanwhile) {
 TEST_F(Fallback, IsOfferedWhateverTheCaseOfTheScheme) {
   fetch("HTTPS" + repository().substr(4));
   awaitFetch();
-  ASSERT_EQ(sheets.shown.size(), 1u);
+  ASSERT_EQ(dialogs.shown.size(), 1u);
   EXPECT_TRUE(consoleHas("warning: HTTPS failed. HTTP fallback available: " + repository()));
 }
 
 TEST_F(Fallback, IsNotOfferedForAFetchOverHTTP) {
   fetch(repository());
   awaitFetch();
-  EXPECT_TRUE(sheets.shown.empty());
+  EXPECT_TRUE(dialogs.shown.empty());
 }
 
 TEST_F(Fallback, IsForgottenWithItsWindow) {
   {
-    ViewController other(queue, sheets);
+    ViewController other(queue, dialogs);
     other.fetchRepositoryURL(*URL::parse(secure()), true);
-    runUntil([&] { return !sheets.shown.empty(); });
+    runUntil([&] { return !dialogs.shown.empty(); });
   }
   answer(0);
   EXPECT_FALSE(consoleHas("warning: User accepted HTTP fallback."));
@@ -176,7 +176,7 @@ class FallbackOfRealTLS : public Workflow {
     choose("Installer 3");
     fetch(secure());
     awaitFetch();
-    ASSERT_EQ(sheets.shown.size(), 1u);
+    ASSERT_EQ(dialogs.shown.size(), 1u);
   }
 
   std::string secure() const { return nginx->secureURL("/repo/list.plist"); }
@@ -198,7 +198,7 @@ TEST_F(FallbackOfRealTLS, ThatFailsTooEndsWithTheErrorOfHTTP) {
   nginx->write("repo/list.plist", "no list");
   answer(0);
   awaitFetch();
-  EXPECT_TRUE(sheets.shown.empty());
+  EXPECT_TRUE(dialogs.shown.empty());
   EXPECT_NE(status(), kUntrusted);
   EXPECT_EQ(consoleLines().back(), "error: " + status());
   EXPECT_FALSE(controller.currentRepositoryURL());

@@ -129,7 +129,7 @@ TEST_F(Fetch, TakesAnySchemeWithAHost) {
   EXPECT_EQ(status(), "Fetching Packages file...");
   awaitFetch();
   EXPECT_EQ(status(), "No Cydia/APT Packages file found.");
-  EXPECT_TRUE(sheets.shown.empty());
+  EXPECT_TRUE(dialogs.shown.empty());
 }
 
 TEST_F(Fetch, TrimsTheTextAtBothEnds) {
@@ -262,7 +262,7 @@ TEST_F(Fetch, LogsItsEndAtOnceAndTouchesTheWindowOnTheMainThreadOnly) {
 TEST_F(Fetch, ThatFailsWithoutADescriptionSaysSoInItsOwnWords) {
   ScriptedHTTPClient session;
   session.answer(repository(), {.error = Error{"Test", 1, ""}});
-  ViewController other(queue, sheets, session.factory());
+  ViewController other(queue, dialogs, session.factory());
   other.controls().repositoryTypePopup->setCurrentText("Installer 3");
   other.fetchRepositoryURL(*URL::parse(repository()), true);
   runUntil([&] { return other.controls().fetchButton->isEnabled(); });
@@ -339,7 +339,7 @@ TEST_F(Fetch, ThatEndsAfterItsWindowIsForgotten) {
   Gate gate;
   server.on("/repo/Packages", heldBy(gate, respond(200, kIndex)));
   {
-    ViewController other(queue, sheets);
+    ViewController other(queue, dialogs);
     other.controls().repoURLField->setText(toQString(repository()));
     other.fetchButtonClicked();
   }

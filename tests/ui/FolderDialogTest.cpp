@@ -7,8 +7,8 @@
 #include <filesystem>
 
 #include "tests/ui/support/Workflow.h"
-#include "ui/DialogSheets.h"
-#include "ui/FolderDialog.h"
+#include "ui/dialogs/FolderDialog.h"
+#include "ui/dialogs/QtDialogs.h"
 
 namespace tolvane {
 namespace {
@@ -32,7 +32,7 @@ class FolderDialog : public testing::Test {
 
   QFileDialog& open(const FolderPanel& panel = kPanel) {
     answers.clear();
-    sheets.beginFolderPanel(&window, panel, [this](std::optional<ChosenFolder> chosen) {
+    dialogs.beginFolderPanel(&window, panel, [this](std::optional<ChosenFolder> chosen) {
       answers.push_back(std::move(chosen));
     });
     return *window.findChildren<QFileDialog*>(QStringLiteral("folderDialog")).last();
@@ -45,7 +45,7 @@ class FolderDialog : public testing::Test {
   }
 
   QWidget window;
-  DialogSheets sheets;
+  QtDialogs dialogs;
   TemporaryFolder folder;
   std::vector<std::optional<ChosenFolder>> answers;
 };
@@ -137,7 +137,7 @@ class Drop : public Workflow {
 
   std::string folderOfNextPanel() {
     press(c.downloadMissingButton);
-    const std::string path = sheets.panels.back().panel.folder;
+    const std::string path = dialogs.panels.back().panel.folder;
     cancelPanel();
     return path;
   }

@@ -3,7 +3,7 @@
 #include <QMainWindow>
 
 #include "tests/ui/support/Window.h"
-#include "ui/PackageTexts.h"
+#include "ui/packages/PackageTexts.h"
 
 namespace tolvane {
 namespace {

@@ -93,8 +93,8 @@ class LargeRun : public testing::Test {
 
   void archiveAll() {
     c.checkArchiveButton->click();
-    ASSERT_TRUE(waitFor([&] { return !sheets.shown.empty(); }));
-    sheets.shown[0].answered(0);
+    ASSERT_TRUE(waitFor([&] { return !dialogs.shown.empty(); }));
+    dialogs.shown[0].answered(0);
     ASSERT_TRUE(waitFor([&] { return status().starts_with("Archive complete."); }));
   }
 
@@ -108,10 +108,10 @@ class LargeRun : public testing::Test {
   std::string status() const { return toText(c.statusLabel->text()); }
 
   QtMainQueue& queue = lastingQueue();
-  ScriptedSheets sheets;
+  ScriptedDialogs dialogs;
   LoopbackServer server;
   TemporaryFolder folder;
-  ViewController controller{queue, sheets};
+  ViewController controller{queue, dialogs};
   const MainWindowControls& c = controller.controls();
 };
 
@@ -124,8 +124,8 @@ TEST_F(LargeRun, OfWhichManyFailCountsThemAllAndNeverBlocksTheWindow) {
   const Heartbeat heartbeat;
   fetchAll();
   c.downloadMissingButton->click();
-  ASSERT_EQ(sheets.panels.size(), 1u);
-  sheets.panels[0].chosen(ChosenFolder{folder.path(), nullptr});
+  ASSERT_EQ(dialogs.panels.size(), 1u);
+  dialogs.panels[0].chosen(ChosenFolder{folder.path(), nullptr});
   ASSERT_TRUE(waitFor([&] { return c.fetchButton->isEnabled(); }));
   EXPECT_EQ(status(),
             "Finished missing. Downloaded: 3000  Verified: 3000  Failed: 2000  "
@@ -138,7 +138,7 @@ TEST_F(LargeRun, OfACompleteFolderNeverBlocksTheWindow) {
   const Heartbeat heartbeat;
   fetchAll();
   c.downloadMissingButton->click();
-  sheets.panels[0].chosen(ChosenFolder{folder.path(), nullptr});
+  dialogs.panels[0].chosen(ChosenFolder{folder.path(), nullptr});
   EXPECT_EQ(status(), "Missing: 0   Already present: 5000");
 }
 

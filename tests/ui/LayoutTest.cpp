@@ -186,9 +186,9 @@ TEST_F(MinimumSize, WithoutAWindowNothingHappens) {
 
 // A window with a controller of its own.
 struct OpenedWindow {
-  OpenedWindow(MainQueue& queue, Sheets& sheets, const QRect& frame) {
+  OpenedWindow(MainQueue& queue, Dialogs& dialogs, const QRect& frame) {
     window.setGeometry(frame);
-    controller = new ViewController(queue, sheets, makeHTTPClient, &window);
+    controller = new ViewController(queue, dialogs, makeHTTPClient, &window);
     window.setCentralWidget(controller);
     window.show();
     EXPECT_TRUE(QTest::qWaitForWindowExposed(&window));
@@ -198,20 +198,20 @@ struct OpenedWindow {
 };
 
 TEST_F(MinimumSize, AWindowOpenedTooSmallIsGrownWithItsTopEdgeInPlace) {
-  const OpenedWindow opened(queue, sheets, {40, 50, 700, 400});
+  const OpenedWindow opened(queue, dialogs, {40, 50, 700, 400});
   EXPECT_EQ(opened.window.geometry(), QRect(40, 50, 1030, 614));
   EXPECT_EQ(opened.window.minimumSize(), QSize(1030, 614));
 }
 
 TEST_F(MinimumSize, OnlyTheSideThatIsTooSmallGrows) {
-  const OpenedWindow narrow(queue, sheets, {40, 50, 700, 650});
+  const OpenedWindow narrow(queue, dialogs, {40, 50, 700, 650});
   EXPECT_EQ(narrow.window.geometry(), QRect(40, 50, 1030, 650));
-  const OpenedWindow low(queue, sheets, {40, 50, 1100, 400});
+  const OpenedWindow low(queue, dialogs, {40, 50, 1100, 400});
   EXPECT_EQ(low.window.geometry(), QRect(40, 50, 1100, 614));
 }
 
 TEST_F(MinimumSize, ALargerWindowIsLeftUntouched) {
-  OpenedWindow opened(queue, sheets, {40, 50, 1200, 700});
+  OpenedWindow opened(queue, dialogs, {40, 50, 1200, 700});
   EXPECT_EQ(opened.window.geometry(), QRect(40, 50, 1200, 700));
   struct Watcher : QObject {
     bool eventFilter(QObject*, QEvent* event) override {

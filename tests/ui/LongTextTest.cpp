@@ -5,9 +5,9 @@
 #include <gtest/gtest.h>
 #include <string>
 
-#include "ui/DetailTextView.h"
-#include "ui/LongText.h"
 #include "ui/Strings.h"
+#include "ui/details/DetailTextView.h"
+#include "ui/widgets/LongText.h"
 
 namespace tolvane {
 namespace {

@@ -44,8 +44,8 @@ TEST_F(Passwords, StayInTheURLFieldAndAreNotShownByAFetch) {
 TEST_F(Passwords, AreNotShownByTheQuestionForPlainHTTP) {
   fetch(entered("https"));
   awaitFetch();
-  ASSERT_EQ(sheets.shown.size(), 1u);
-  EXPECT_THAT(sheets.shown[0].alert.informativeText, testing::EndsWith("\n" + shown()));
+  ASSERT_EQ(dialogs.shown.size(), 1u);
+  EXPECT_THAT(dialogs.shown[0].alert.informativeText, testing::EndsWith("\n" + shown()));
   EXPECT_TRUE(consoleHas("warning: HTTPS failed. HTTP fallback available: " + shown()));
   answer(0);
   EXPECT_EQ(toText(c.repoURLField->text()), entered());

@@ -103,7 +103,7 @@ TEST_F(Progress, ADelayedHideComesAfterItsDelayOnTheMainThread) {
 
 // A window whose bar is to be hidden in two seconds.
 struct DelayedHide {
-  DelayedHide(MainQueue& queue, Sheets& sheets) : controller(queue, sheets) {
+  DelayedHide(MainQueue& queue, Dialogs& dialogs) : controller(queue, dialogs) {
     controller.showCompletedProgressSuccess(true);
     start = std::chrono::steady_clock::now();
     controller.hideProgressIndicatorAfterDelay(2);
@@ -119,7 +119,7 @@ struct DelayedHide {
 TEST_F(Progress, ADelayedHideOfSecondsIsNotAMomentEarly) {
   std::array<std::unique_ptr<DelayedHide>, 4> hides;
   for (auto& hide : hides) {
-    hide = std::make_unique<DelayedHide>(queue, sheets);
+    hide = std::make_unique<DelayedHide>(queue, dialogs);
     QTest::qWait(60);
   }
   const auto isOver = [](const auto& hide) { return hide->hidden.at.has_value(); };

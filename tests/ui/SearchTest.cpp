@@ -2,7 +2,7 @@
 #include <limits>
 
 #include "tests/ui/support/Window.h"
-#include "ui/PackageStatistics.h"
+#include "ui/packages/PackageStatistics.h"
 
 namespace tolvane {
 namespace {

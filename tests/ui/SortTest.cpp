@@ -2,8 +2,8 @@
 #include <QHeaderView>
 
 #include "tests/ui/support/Window.h"
-#include "ui/PackageTexts.h"
-#include "ui/TextKeys.h"
+#include "ui/packages/CollationKeys.h"
+#include "ui/packages/PackageTexts.h"
 
 namespace tolvane {
 namespace {
@@ -52,9 +52,9 @@ TEST_F(Sort, TextsCompareWhateverTheCaseAndByTheRulesOfALanguage) {
               ElementsAre("apple", "banana", "Éclair", "ecru", "zebra", "Zoo"));
 }
 
-TEST(TextKeys, WhereNoRulesCanBeHadCompareByTheCodePointsOfTheSmallLetters) {
-  TextKeys keys("notalanguageatall");
-  const TextKey apple = keys.keyOf("apple");
+TEST(CollationKeys, WhereNoRulesCanBeHadCompareByTheCodePointsOfTheSmallLetters) {
+  CollationKeys keys("notalanguageatall");
+  const CollationKey apple = keys.keyOf("apple");
   EXPECT_EQ(apple, keys.keyOf("APPLE"));
   EXPECT_LT(apple, keys.keyOf("apples"));
   EXPECT_LT(apple, keys.keyOf("Banana"));

@@ -3,8 +3,8 @@
 #include <QScrollBar>
 
 #include "tests/ui/support/Window.h"
-#include "ui/DescriptionText.h"
-#include "ui/PackageTexts.h"
+#include "ui/packages/DescriptionText.h"
+#include "ui/packages/PackageTexts.h"
 
 namespace tolvane {
 namespace {

@@ -22,7 +22,7 @@ TEST_F(Ticks, AKeyIsNameVersionArchitectureAndFilename) {
 }
 
 TEST_F(Ticks, EntriesOfOneKeyAreOneTickHoweverTheirValuesMakeIt) {
-  PackageKeys keys;
+  TickedPackages keys;
   const PackageEntry entry = makePackage({{"Package", "a|b"}, {"Version", "c"}});
   keys.insert(entry);
   EXPECT_TRUE(keys.contains(makePackage({{"Package", "a"}, {"Version", "b|c"}})));
@@ -124,7 +124,8 @@ class HiddenTick : public Ticks {
   HiddenTick() {
     loadAndShow(makePackages(12));
     search("p1");
-    const_cast<PackageKeys&>(controller.selectedPackageKeys()).insert(controller.allPackages()[5]);
+    const_cast<TickedPackages&>(controller.selectedPackageKeys())
+        .insert(controller.allPackages()[5]);
   }
 };
 

@@ -12,9 +12,9 @@
 #include "async/RunLoop.h"
 #include "tests/support/LogRecorder.h"
 #include "tests/ui/support/Packages.h"
-#include "ui/Sheets.h"
 #include "ui/Strings.h"
 #include "ui/ViewController.h"
+#include "ui/dialogs/Dialogs.h"
 
 namespace tolvane {
 
@@ -22,8 +22,8 @@ inline void PrintTo(const QString& string, std::ostream* stream) {
   *stream << testing::PrintToString(toText(string));
 }
 
-// Keeps the sheets that would be shown, for a test to answer.
-class ScriptedSheets : public Sheets {
+// Keeps the dialogs that would be shown, for a test to answer.
+class ScriptedDialogs : public Dialogs {
  public:
   struct Sheet {
     QWidget* window;
@@ -103,8 +103,8 @@ class Window : public testing::Test {
 
   LogRecorder log;
   RunLoop queue;
-  ScriptedSheets sheets;
-  ViewController controller{queue, sheets};
+  ScriptedDialogs dialogs;
+  ViewController controller{queue, dialogs};
   const MainWindowControls& c = controller.controls();
 };
 

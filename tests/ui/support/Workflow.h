@@ -169,25 +169,25 @@ class Workflow : public Window {
 
   // One sheet is open, which says this and takes no answer but "OK".
   void expectNotice(std::string_view message, std::string_view information) const {
-    ASSERT_EQ(sheets.shown.size(), 1u);
-    EXPECT_EQ(sheets.shown[0].window, controller.window());
-    EXPECT_EQ(sheets.shown[0].alert.messageText, message);
-    EXPECT_EQ(sheets.shown[0].alert.informativeText, information);
-    EXPECT_THAT(sheets.shown[0].alert.buttons, testing::ElementsAre("OK"));
+    ASSERT_EQ(dialogs.shown.size(), 1u);
+    EXPECT_EQ(dialogs.shown[0].window, controller.window());
+    EXPECT_EQ(dialogs.shown[0].alert.messageText, message);
+    EXPECT_EQ(dialogs.shown[0].alert.informativeText, information);
+    EXPECT_THAT(dialogs.shown[0].alert.buttons, testing::ElementsAre("OK"));
   }
   // Answers the open sheet.
   void answer(std::size_t button) {
-    ASSERT_FALSE(sheets.shown.empty());
-    const auto sheet = sheets.shown.back();
-    sheets.shown.pop_back();
+    ASSERT_FALSE(dialogs.shown.empty());
+    const auto sheet = dialogs.shown.back();
+    dialogs.shown.pop_back();
     sheet.answered(button);
   }
   void chooseFolder(const std::string& path) { answerPanel(ChosenFolder{path, nullptr}); }
   void cancelPanel() { answerPanel(std::nullopt); }
   void answerPanel(std::optional<ChosenFolder> chosen) {
-    ASSERT_FALSE(sheets.panels.empty());
-    const auto panel = sheets.panels.back();
-    sheets.panels.pop_back();
+    ASSERT_FALSE(dialogs.panels.empty());
+    const auto panel = dialogs.panels.back();
+    dialogs.panels.pop_back();
     panel.chosen(std::move(chosen));
   }
 

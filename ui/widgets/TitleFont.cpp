@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: MIT
+#include "ui/widgets/TitleFont.h"
+
+#include <QFontInfo>
+#include <algorithm>
+
+namespace tolvane {
+
+namespace {
+
+constexpr int kSmallestPixelSize = 7;
+
+}  // namespace
+
+void fitTitles(const std::vector<FixedTitle>& titles, QFont font) {
+  const auto fits = [&font](const FixedTitle& title) {
+    title.widget->setFont(font);
+    return title.widget->sizeHint().width() <= title.width;
+  };
+  for (int size = QFontInfo(font).pixelSize(); size >= kSmallestPixelSize; --size) {
+    font.setPixelSize(size);
+    if (std::all_of(titles.begin(), titles.end(), fits)) break;
+  }
+  for (const FixedTitle& title : titles) title.widget->setFont(font);
+}
+
+}  // namespace tolvane
