@@ -1,68 +1,29 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <QFrame>
-#include <QLabel>
-#include <QLineEdit>
-#include <QPushButton>
+#include <QAction>
+#include <vector>
 
-#include "ui/console/ConsoleTextView.h"
-#include "ui/details/DetailTextView.h"
-#include "ui/packages/PackageTableView.h"
-#include "ui/widgets/CheckBox.h"
-#include "ui/widgets/ElidedLabel.h"
-#include "ui/widgets/InfoButton.h"
-#include "ui/widgets/LineBox.h"
-#include "ui/widgets/PopupButton.h"
-#include "ui/widgets/ProgressIndicator.h"
-#include "ui/widgets/SearchField.h"
+#include "ui/console/ConsolePane.h"
+#include "ui/details/DetailsPane.h"
+#include "ui/packages/PackagesPane.h"
+#include "ui/repository_bar/RepositoryBar.h"
 
 namespace tolvane {
 
-// Every control of the main window under its name, which is its object name too. The window owns
-// them; they are made once and never replaced.
-struct MainWindowControls {
-  QLineEdit* repoURLField = nullptr;
-  PopupButton* repositoryTypePopup = nullptr;
-  QPushButton* fetchButton = nullptr;
-  SearchField* searchField = nullptr;
-  CheckBox* selectAllButton = nullptr;
-  CheckBox* archiveMetadataButton = nullptr;
-  InfoButton* archiveMetadataInfoButton = nullptr;
-  QPushButton* downloadSelectedButton = nullptr;
-  QPushButton* downloadMissingButton = nullptr;
-  QPushButton* checkArchiveButton = nullptr;
-  QPushButton* cancelDownloadsButton = nullptr;
-  QLabel* downloadSelectedSubtitleLabel = nullptr;
-  QLabel* downloadMissingSubtitleLabel = nullptr;
-  QLabel* checkArchiveSubtitleLabel = nullptr;
-  ElidedLabel* statusLabel = nullptr;
-  ElidedLabel* statsLabel = nullptr;
-  ProgressIndicator* progressIndicator = nullptr;
-  // A scroll view is the frame around a view that scrolls itself.
-  PackageTableView* tableView = nullptr;
-  QFrame* scrollView = nullptr;
-  LineBox* detailBox = nullptr;
-  QLabel* detailTitleLabel = nullptr;
-  DetailTextView* detailTextView = nullptr;
-  QFrame* detailScrollView = nullptr;
-  LineBox* consoleBox = nullptr;
-  QLabel* consoleTitleLabel = nullptr;
-  PopupButton* consoleFilterPopup = nullptr;
-  ConsoleTextView* consoleTextView = nullptr;
-  QFrame* consoleScrollView = nullptr;
+// Every control of the main window under its name, which is its object name too. The panes make
+// them once, and never replace them; the window owns them.
+struct MainWindowControls : RepositoryBarControls,
+                            PackagesControls,
+                            DetailsControls,
+                            ConsoleControls {};
+
+// What keys and menus offer in addition to the controls.
+struct MainWindowActions {
+  QAction* focusURL = nullptr;     // Ctrl+L
+  QAction* focusSearch = nullptr;  // Ctrl+F
+  QAction* fetch = nullptr;        // F5
+  std::vector<QAction*> sort;      // one a column that can be sorted by
 };
-
-// Makes them on the window's content, each with its title and in its first state.
-MainWindowControls makeControls(QWidget* content);
-
-// Shrinks the titles that the desktop's font makes too wide for their controls.
-void fitTitles(const MainWindowControls& controls);
-
-// What a screen reader calls them, and what it says of them, as tool tips do.
-void setAccessibleNames(const MainWindowControls& controls);
-
-// The order in which the tab key goes from one to the next.
-void setKeyOrder(const MainWindowControls& controls);
 
 }  // namespace tolvane

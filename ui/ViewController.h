@@ -14,34 +14,28 @@
 
 #include "archive_client/CentralArchiveClient.h"
 #include "archive_client/CentralArchiveConfiguration.h"
+#include "async/Lifetime.h"
 #include "async/MainQueue.h"
+#include "base/NotificationCenter.h"
 #include "base/URL.h"
-#include "download/DownloadCounters.h"
 #include "download/DownloadQueueManager.h"
 #include "download/RepositoryMetadataArchiver.h"
 #include "http/HTTPClient.h"
 #include "model/CrawlerLogger.h"
 #include "model/PackageEntry.h"
 #include "repository/RepositoryFetcher.h"
-#include "ui/DownloadTexts.h"
-#include "async/Lifetime.h"
-#include "ui/MainWindowActions.h"
 #include "ui/MainWindowControls.h"
-#include "ui/console/ConsoleMessage.h"
 #include "ui/dialogs/Dialogs.h"
-#include "ui/packages/PackageStatistics.h"
-#include "ui/packages/PackageTableModel.h"
-#include "ui/packages/TickedPackages.h"
-#include "ui/widgets/LongText.h"
+#include "workflow/ArchiveWorkflow.h"
+#include "workflow/DownloadWorkflow.h"
+#include "workflow/FetchWorkflow.h"
+#include "workflow/WorkflowObserver.h"
 
 namespace tolvane {
 
-// The content of the main window: all of its controls, the loaded repository, and what the controls
-// do. Everything belongs to the main thread but for the log bus, which any thread may use.
-//
-// Its definitions stand in one source a concern: the controls, the layout, the table, the search,
-// the console with the progress bar, and each workflow.
-class ViewController : public QWidget {
+// The content of the main window: four panes, the loaded repository, and what the controls do. All
+// of it belongs to the main thread, except what observes the log bus, which runs on any thread.
+class ViewController : public QWidget, private WorkflowObserver {
   Q_OBJECT
 
  public:
@@ -55,13 +49,13 @@ class ViewController : public QWidget {
 
   const MainWindowControls& controls() const { return controls_; }
   const MainWindowActions& actions() const { return actions_; }
-  const PackageList& packages() const { return packages_; }        // the shown rows, in their order
-  const PackageList& allPackages() const { return allPackages_; }  // in the order of the index
-  const TickedPackages& selectedPackageKeys() const { return selectedPackageKeys_; }
-  const ConsoleMessages& consoleMessages() const { return consoleMessages_; }
+  const PackageList& packages() const { return packagesPane_->rows(); }
+  const PackageList& allPackages() const { return packagesPane_->allPackages(); }
+  const TickedPackages& selectedPackageKeys() const { return packagesPane_->tickedPackages(); }
+  const ConsoleMessages& consoleMessages() const { return consolePane_->messages(); }
   const std::optional<URL>& currentRepositoryURL() const { return currentRepositoryURL_; }
   // Of the last check that succeeded, as the central archive sent them.
-  const MissingPackages& lastMissingArchivePackages() const { return lastMissingArchivePackages_; }
+  const MissingPackages& lastMissingArchivePackages() const { return archive_->lastMissing(); }
   RepositoryFetcher& fetcher() const { return *fetcher_; }
   RepositoryMetadataArchiver& metadataArchiver() const { return *metadataArchiver_; }
   CentralArchiveClient& centralArchiveClient() const { return *centralArchiveClient_; }
@@ -71,7 +65,7 @@ class ViewController : public QWidget {
   static std::string centralArchiveAPISecret() { return tolvane::centralArchiveAPISecret(); }
   static bool centralArchiveIsConfigured() { return !centralArchiveAPISecret().empty(); }
 
-  // Layout. Frames are those of a picture whose y grows upward from the bottom.
+  // Layout.
   void layoutCrawlerViews();
   static QSize minimumWindowSizeForCurrentLayout() { return {1030, 614}; }
   void updateMinimumWindowSize();
@@ -79,32 +73,34 @@ class ViewController : public QWidget {
 
   // Table.
   void addColumnWithIdentifier(std::string_view identifier, std::string_view title, int width);
-  int numberOfRowsInTableView() const { return static_cast<int>(packages_.size()); }
-  int heightOfRow(int row) const;
-  void sortDescriptorsDidChange();
+  int numberOfRowsInTableView() const { return static_cast<int>(packages().size()); }
+  int heightOfRow(int row) const { return packagesPane_->heightOfRow(row); }
+  void sortDescriptorsDidChange() { packagesPane_->sort(); }
   void tableViewSelectionDidChange();
   void tableViewDoubleClicked(int row);
   void showDetailsForPackage(const PackageEntry& package);
-  void packageCheckboxClicked(int row, bool on);
-  void selectAllButtonClicked();
-  PackageList selectedPackages() const;
+  void packageCheckboxClicked(int row, bool on) { packagesPane_->setTicked(row, on); }
+  void selectAllButtonClicked() { packagesPane_->tickAllOrNone(); }
+  PackageList selectedPackages() const { return packagesPane_->tickedRows(); }
 
   // Search.
   void searchFieldChanged() { applySearchFilter(); }
   void applySearchFilter();
-  void updateStatsLabel();
+  void updateStatsLabel() { packagesPane_->updateStatistics(); }
 
-  // Console. What observes the log bus runs on any thread, perhaps after the controller's end; it
-  // hands each message to the main queue. An absent text does nothing; an absent type is "info".
+  // Console. The observer of the log bus runs on any thread, perhaps after the controller was
+  // destroyed; it posts each message to the main queue. An absent text does nothing; an absent type
+  // is "info".
   std::function<void(const CrawlerMessage&)> crawlerLoggerDidLogMessage();
   void appendConsoleMessage(std::optional<std::string_view> text,
                             std::optional<std::string_view> type);
   void consoleFilterChanged() { refreshConsoleView(); }
-  void refreshConsoleView();
+  void refreshConsoleView() { consolePane_->refresh(); }
 
   // Progress.
   void showIndeterminateProgress();
   void showDeterminateProgressWithCompleted(std::uint64_t completed, std::uint64_t total);
+  // The flag does not matter: that packages failed is reported in words.
   void showCompletedProgressSuccess(bool success);
   void hideProgressIndicator();
   // Hides whatever the bar shows by then; cannot be taken back.
@@ -115,7 +111,9 @@ class ViewController : public QWidget {
   void fetchRepositoryURL(const URL& url, bool allowHTTPFallback);
   void loadPackagesIntoUI(PackageList packages, const std::optional<URL>& repositoryURL);
   void clearRepositoryStateWithStatus(std::string_view status);
-  static std::optional<URL> HTTPURLFromHTTPSURL(const URL& url);
+  static std::optional<URL> HTTPURLFromHTTPSURL(const URL& url) {
+    return FetchWorkflow::HTTPURLFromHTTPSURL(url);
+  }
   void askToRetryWithHTTPURL(const URL& httpURL, const Error& originalError);
 
   // Download.
@@ -127,20 +125,14 @@ class ViewController : public QWidget {
   static std::string filesystemSafeString(std::string_view text);
 
   // Archive.
-  void checkCentralArchiveButtonClicked();
-  void startArchiveMissingPackagesWorkflow();
-  PackageList packagesForMissingArchiveEntries() const;
-  static std::string centralArchiveTemporaryFolder();
-  void beginArchiveUploadWorkflow();
-  struct Uploads {
-    std::shared_ptr<const PackageList> packages;
-    std::string folder;
-    std::size_t index = 0;
-    std::uint64_t successful = 0;
-    std::uint64_t failed = 0;
-  };
-  // Uploads the package at the index and, once its outcome is known, those after it.
-  void uploadArchivedPackages(Uploads uploads);
+  void checkCentralArchiveButtonClicked() { archive_->check(); }
+  void startArchiveMissingPackagesWorkflow() { archive_->requestToken(); }
+  PackageList packagesForMissingArchiveEntries() const { return archive_->matchedPackages(); }
+  static std::string centralArchiveTemporaryFolder() { return ArchiveWorkflow::cacheFolder(); }
+  void beginArchiveUploadWorkflow() { archive_->begin(); }
+  void uploadArchivedPackages(ArchiveWorkflow::Uploads uploads) {
+    archive_->upload(std::move(uploads));
+  }
 
  protected:
   void changeEvent(QEvent* event) override;
@@ -155,68 +147,57 @@ class ViewController : public QWidget {
   void viewDidLayout();
 
   void buildInterface();
-  void buildTable();
   void connectControls();
   void buildActions();
-  void buildSortActions();
-
-  void showNoDetails();
+  void fitTitles();
   void copyDetails(int row);
 
-  // The status line, and the same with a line in the console.
-  void setStatus(std::string_view text);
-  void report(std::string_view text, std::string_view type);
+  // What has happened that enables or disables controls.
+  enum class Change {
+    fetchBegan,
+    fetchEnded,
+    repositoryChanged,  // loaded or cleared
+    searched,
+    runBegan,  // of downloads
+    runEnded,
+    archiveRunBegan,  // of downloads for the central archive
+    archiveRunEnded,
+    cancelled,
+  };
+  void enableControls(Change change);
 
-  std::optional<std::string> selectedRepositoryType() const;  // the title of the pop-up's item
+  // What the workflows report.
+  void showStatus(std::string_view text) override;
+  void addConsoleLine(std::string_view text, LogType type) override;
+  void showProgress(const Progress& progress) override;
+  void activityChanged(Activity activity, bool isOn) override;
+  void ask(const Question& question, Answered answered) override;
+
+  void makeWorkflows(const HTTPClientFactory& clientFactory);
   RepositoryKind selectedRepositoryKind() const;
-  void fetchDidComplete(const URL& url, bool allowHTTPFallback, std::optional<PackageList> packages,
-                        const std::optional<Error>& error);
-
-  // A run of the download queue, and what all workflows do at its start and its end.
-  void setDownloading(bool downloading);
-  void runQueue(const PackageList& packages, const std::string& folder,
-                DownloadQueueManager::RunProgress showProgress,
-                DownloadQueueManager::RunCompletion finish);
-  void startDownloadRun(const PackageList& packages, ChosenFolder folder,
-                        const DownloadTexts& texts);
-  FolderPanel folderPanel(std::string prompt, std::string message);
-  void finishDownloadRun(const DownloadTexts& texts, const DownloadCounters& counters);
-  void showCompletedRun(bool success);
-  void saveMetadata(const std::string& folder);
+  void fetchDidEnd(FetchEnd end);
   void downloadMissingInto(ChosenFolder folder);
-
-  void archiveCheckDidComplete(MissingPackages missing, const std::optional<Error>& error);
-  void uploadTokenDidArrive(const std::optional<std::string>& token,
-                            const std::optional<Error>& error);
-  void downloadForArchive(const PackageList& packages, const std::string& folder);
-  void archiveDownloadsDidFinish(const DownloadCounters& counters, const std::string& folder);
-  void sendPackage(const Uploads& uploads);
-  void reportUpload(const std::string& name, const std::string& path, bool uploaded,
-                    const std::optional<Error>& error);
-  void finishUploads(const Uploads& uploads);
+  void startDownload(const DownloadRun& run, ChosenFolder folder);
 
   MainQueue& mainQueue_;
   Dialogs& dialogs_;
   MainWindowControls controls_;
   MainWindowActions actions_;
 
-  PackageList packages_;
-  PackageList allPackages_;
-  TickedPackages selectedPackageKeys_;
-  std::optional<PackageStatistics> statistics_;  // of the shown rows, once counted
-  ConsoleMessages consoleMessages_;
-  TextLines consoleLines_;       // of the messages, as they are shown
-  TextLines consoleErrorLines_;  // and of the errors among them
+  std::unique_ptr<RepositoryBar> repositoryBar_;
+  std::unique_ptr<PackagesPane> packagesPane_;
+  std::unique_ptr<DetailsPane> detailsPane_;
+  std::unique_ptr<ConsolePane> consolePane_;
   std::optional<URL> currentRepositoryURL_;
 
   std::unique_ptr<RepositoryFetcher> fetcher_;
   std::unique_ptr<DownloadQueueManager> queueManager_;
   std::unique_ptr<RepositoryMetadataArchiver> metadataArchiver_;
   std::unique_ptr<CentralArchiveClient> centralArchiveClient_;
-  MissingPackages lastMissingArchivePackages_;
+  std::unique_ptr<FetchWorkflow> fetch_;
+  std::unique_ptr<DownloadWorkflow> download_;
+  std::unique_ptr<ArchiveWorkflow> archive_;
   std::string offeredFolder_;  // dropped on the window, for the next folder panel
-
-  PackageTableModel* tableModel_ = nullptr;
 
   Lifetime lifetime_;
   NotificationCenter::Token logToken_;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "tests/ui/support/ArchiveWorkflow.h"
+#include "tests/ui/support/ArchiveWindow.h"
 
 namespace tolvane {
 namespace {
@@ -9,7 +9,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Pair;
 
-using ArchiveBatch = ArchiveWorkflow;
+using ArchiveBatch = ArchiveWindow;
 
 // A repository beside that of loadRepository(), whose one package the archive lacks too.
 std::string serveOtherRepository(LoopbackServer& server) {

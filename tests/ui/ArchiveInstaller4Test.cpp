@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "tests/ui/support/ArchiveWorkflow.h"
+#include "tests/ui/support/ArchiveWindow.h"
 
 namespace tolvane {
 namespace {
@@ -9,7 +9,7 @@ using testing::IsEmpty;
 using testing::Pair;
 
 // Packages of an Installer 4 repository, whose ZIP is retrieved through an information list.
-class ArchiveInstaller4 : public ArchiveWorkflow {
+class ArchiveInstaller4 : public ArchiveWindow {
  protected:
   // The repository has one package, of the information list a.plist, which names this file.
   void loadRepositoryOf(const std::string& zip) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "tests/ui/support/ArchiveWorkflow.h"
+#include "tests/ui/support/ArchiveWindow.h"
 
 namespace tolvane {
 namespace {
@@ -8,7 +8,7 @@ using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::IsEmpty;
 
-using Archive = ArchiveWorkflow;
+using Archive = ArchiveWindow;
 
 TEST_F(Archive, IsToldFromTheFirstLineToTheLast) {
   loadRepository({kA});

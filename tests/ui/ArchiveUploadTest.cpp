@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <QStandardPaths>
 
-#include "tests/ui/support/ArchiveWorkflow.h"
+#include "tests/ui/support/ArchiveWindow.h"
 
 namespace tolvane {
 namespace {
@@ -11,7 +11,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Not;
 
-using ArchiveUpload = ArchiveWorkflow;
+using ArchiveUpload = ArchiveWindow;
 
 TEST_F(ArchiveUpload, OfCachedPackagesSkipsTheDownloadsAndLeavesAllButtonsEnabled) {
   loadRepository({kA, kB});

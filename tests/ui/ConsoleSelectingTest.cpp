@@ -32,7 +32,7 @@ class ConsoleSelecting : public Window {
   std::string selected() const { return toText(view.selectedText()); }
   static std::string clipboard() { return toText(QApplication::clipboard()->text()); }
 
-  ConsoleTextView& view = *c.consoleTextView;
+  LongTextView& view = *c.consoleTextView;
 };
 
 TEST_F(ConsoleSelecting, TheMouseSelectsAcrossLines) {

@@ -129,7 +129,7 @@ TEST_F(Console, WithoutAnyMessageItsTextIsDrawnAsInformationIs) {
   show();
   const auto picture = [this] { return c.consoleTextView->viewport()->grab().toImage(); };
   const auto pictureOf = [&](const TextLine& line) {
-    c.consoleTextView->setText(LongText::notice(line));
+    c.consoleTextView->setText(LongText::ofLine(line));
     return picture();
   };
   const QImage before = picture();

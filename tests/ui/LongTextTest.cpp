@@ -6,8 +6,8 @@
 #include <string>
 
 #include "ui/Strings.h"
-#include "ui/details/DetailTextView.h"
 #include "ui/widgets/LongText.h"
+#include "ui/widgets/LongTextView.h"
 
 namespace tolvane {
 namespace {
@@ -133,7 +133,7 @@ TEST_F(Lines, KnowWhereTheyBegin) {
 // The rows of a long paragraph are as wide as those of a short one: none ends in its middle.
 TEST(LongTextView, AParagraphHasNoShortRowInItsMiddle) {
   QWidget window;
-  DetailTextView view(&window);
+  LongTextView view(&window);
   view.resize(400, 8000);
   window.resize(400, 8000);
   window.show();

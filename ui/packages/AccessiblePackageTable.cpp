@@ -251,10 +251,16 @@ class AccessiblePackageTable : public QAccessibleWidget, public QAccessibleTable
   mutable QHash<int, QAccessible::Id> parts_;
 };
 
+QAccessibleInterface* makeInterface(const QString& className, QObject* object) {
+  if (className != QLatin1String("tolvane::PackageTableView")) return nullptr;
+  return new AccessiblePackageTable(static_cast<PackageTableView*>(object));
+}
+
 }  // namespace
 
-QAccessibleInterface* makeAccessiblePackageTable(PackageTableView* view) {
-  return new AccessiblePackageTable(view);
+void installAccessiblePackageTable() {
+  static const bool installed = (QAccessible::installFactory(makeInterface), true);
+  static_cast<void>(installed);
 }
 
 }  // namespace tolvane

@@ -1,14 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <QAccessible>
-
 namespace tolvane {
 
-class PackageTableView;
-
-// What screen readers are told of the package table. Beside what the toolkit tells of any table: a
-// tick can be toggled, and a column's header pressed, which sorts by it.
-QAccessibleInterface* makeAccessiblePackageTable(PackageTableView* view);
+// Makes every PackageTableView readable for screen readers; further calls do nothing. The interface
+// that Qt has for tables is not enough: through it a tick cannot be toggled, and the header of a
+// column cannot be pressed, which sorts by it.
+void installAccessiblePackageTable();
 
 }  // namespace tolvane

@@ -2,15 +2,12 @@
 #include "ui/packages/PackageTableModel.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "ui/Strings.h"
 #include "ui/packages/PackageTexts.h"
 
 namespace tolvane {
-
-PackageTableModel::PackageTableModel(const std::vector<PackageEntry>& packages,
-                                     const TickedPackages& tickedKeys, QObject* parent)
-    : QAbstractTableModel(parent), packages_(packages), tickedKeys_(tickedKeys) {}
 
 void PackageTableModel::addColumn(std::string_view identifier, const QString& title) {
   const int column = columnCount();
@@ -35,21 +32,49 @@ bool PackageTableModel::isSortable(int column) const {
 }
 
 const PackageEntry* PackageTableModel::packageAt(int row) const {
-  if (row < 0 || static_cast<std::size_t>(row) >= packages_.size()) return nullptr;
-  return &packages_[static_cast<std::size_t>(row)];
+  if (row < 0 || static_cast<std::size_t>(row) >= rows_.size()) return nullptr;
+  return &rows_[static_cast<std::size_t>(row)];
 }
 
-void PackageTableModel::reload() {
+void PackageTableModel::setRows(PackageList rows) {
+  setSortDescriptor(std::nullopt);
   beginResetModel();
-  rowCount_ = static_cast<int>(packages_.size());
+  rows_ = std::move(rows);
+  ticked_.clear();
   endResetModel();
 }
 
-void PackageTableModel::reloadTicks() {
+void PackageTableModel::reorderRows(PackageList rows) {
+  beginResetModel();
+  rows_ = std::move(rows);
+  endResetModel();
+}
+
+void PackageTableModel::setTicked(const PackageEntry& package, bool ticked) {
+  if (ticked) {
+    ticked_.insert(package);
+  } else {
+    ticked_.erase(package);
+  }
+  ticksDidChange();
+}
+
+void PackageTableModel::tickAllRows() {
+  ticked_.clear();
+  ticked_.insertAll(rows_);
+  ticksDidChange();
+}
+
+void PackageTableModel::untickAll() {
+  ticked_.clear();
+  ticksDidChange();
+}
+
+void PackageTableModel::ticksDidChange() {
   const int column = columnWithIdentifier(kSelectedColumn);
-  if (rowCount_ == 0 || column < 0) return;
+  if (rows_.empty() || column < 0) return;
   // All rows, since packages with the same key share their tick.
-  emit dataChanged(index(0, column), index(rowCount_ - 1, column), {Qt::CheckStateRole});
+  emit dataChanged(index(0, column), index(rowCount() - 1, column), {Qt::CheckStateRole});
 }
 
 void PackageTableModel::setSortDescriptor(const std::optional<SortDescriptor>& descriptor) {
@@ -58,7 +83,7 @@ void PackageTableModel::setSortDescriptor(const std::optional<SortDescriptor>& d
 }
 
 int PackageTableModel::rowCount(const QModelIndex& parent) const {
-  return parent.isValid() ? 0 : rowCount_;
+  return parent.isValid() ? 0 : static_cast<int>(rows_.size());
 }
 
 int PackageTableModel::columnCount(const QModelIndex& parent) const {
@@ -76,7 +101,7 @@ QVariant PackageTableModel::data(const QModelIndex& index, int role) const {
 
 QVariant PackageTableModel::tickData(const PackageEntry& package, int role) const {
   if (role == Qt::CheckStateRole) {
-    return tickedKeys_.contains(package) ? Qt::Checked : Qt::Unchecked;
+    return ticked_.contains(package) ? Qt::Checked : Qt::Unchecked;
   }
   if (role == Qt::AccessibleTextRole) {
     return tr("Select %1").arg(toQString(package.displayName()));

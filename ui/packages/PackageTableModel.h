@@ -14,15 +14,28 @@
 
 namespace tolvane {
 
-// The controller's packages as rows, one column an identifier. Nothing is kept a row: every text is
-// read from its package when it is asked for.
+// The rows of the table and their ticks, one column an identifier. Each text is read from its
+// package when it is asked for.
 class PackageTableModel : public QAbstractTableModel {
   Q_OBJECT
 
  public:
-  // Both lists belong to the controller and outlive the model.
-  PackageTableModel(const std::vector<PackageEntry>& packages, const TickedPackages& tickedKeys,
-                    QObject* parent);
+  using PackageList = std::vector<PackageEntry>;
+
+  explicit PackageTableModel(QObject* parent) : QAbstractTableModel(parent) {}
+
+  const PackageList& rows() const { return rows_; }
+  const TickedPackages& tickedPackages() const { return ticked_; }
+
+  // Other rows, none of them ticked, in the order of no column.
+  void setRows(PackageList rows);
+  // The same rows in another order; ticks stay.
+  void reorderRows(PackageList rows);
+
+  // The ticks may be those of packages that are no rows now.
+  void setTicked(const PackageEntry& package, bool ticked);
+  void tickAllRows();
+  void untickAll();
 
   void addColumn(std::string_view identifier, const QString& title);
 
@@ -31,15 +44,10 @@ class PackageTableModel : public QAbstractTableModel {
   const std::string& identifierOfColumn(int column) const;
   bool isSortable(int column) const;
 
-  // No package where the row is not one of the table's.
+  // Null where there is no such row.
   const PackageEntry* packageAt(int row) const;
 
-  // The list of packages has changed.
-  void reload();
-  // The ticks have changed, the packages have not.
-  void reloadTicks();
-
-  // The order that the rows are in, for screen readers; none where it is no column's.
+  // The order that the rows are in, which screen readers read out; none where it is no column's.
   void setSortDescriptor(const std::optional<SortDescriptor>& descriptor);
 
   int rowCount(const QModelIndex& parent = {}) const override;
@@ -63,11 +71,12 @@ class PackageTableModel : public QAbstractTableModel {
   QVariant tickData(const PackageEntry& package, int role) const;
   QString sortStateOf(const Column& column) const;
 
-  const std::vector<PackageEntry>& packages_;
-  const TickedPackages& tickedKeys_;
+  void ticksDidChange();
+
+  PackageList rows_;
+  TickedPackages ticked_;
   std::vector<Column> columns_;
   std::optional<SortDescriptor> sortDescriptor_;
-  int rowCount_ = 0;  // as of the last reload, which is what the view knows
 };
 
 }  // namespace tolvane

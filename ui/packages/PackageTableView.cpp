@@ -5,20 +5,46 @@
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QMouseEvent>
+#include <QProxyStyle>
 #include <QSignalBlocker>
 #include <utility>
 
+#include "ui/packages/AccessiblePackageTable.h"
 #include "ui/packages/DescriptionText.h"
 #include "ui/packages/PackageCellDelegate.h"
-#include "ui/packages/PackageTableHeader.h"
 #include "ui/packages/PackageTableModel.h"
 #include "ui/packages/PackageTexts.h"
-#include "ui/widgets/AccessibleViews.h"
 
 namespace tolvane {
 
+namespace {
+
+class HeaderStyle : public QProxyStyle {
+ public:
+  int pixelMetric(PixelMetric metric, const QStyleOption* option,
+                  const QWidget* widget) const override {
+    // A title begins above the texts of its column.
+    if (metric == PM_HeaderMargin) return kCellPadding / 2;
+    return QProxyStyle::pixelMetric(metric, option, widget);
+  }
+};
+
+QHeaderView* makeHeader(QWidget* parent) {
+  auto* const header = new QHeaderView(Qt::Horizontal, parent);
+  auto* const style = new HeaderStyle;
+  style->setParent(header);
+  header->setStyle(style);
+  header->setHighlightSections(false);
+  header->setSectionsClickable(true);
+  header->setSortIndicator(-1, Qt::AscendingOrder);
+  header->setSortIndicatorShown(true);
+  return header;
+}
+
+}  // namespace
+
 PackageTableView::PackageTableView(QWidget* parent) : QTableView(parent) {
-  installAccessibleViews();
+  installAccessiblePackageTable();
   setFrameShape(QFrame::NoFrame);
   setAlternatingRowColors(true);
   setShowGrid(true);
@@ -33,7 +59,7 @@ PackageTableView::PackageTableView(QWidget* parent) : QTableView(parent) {
   verticalHeader()->hide();
   verticalHeader()->setMinimumSectionSize(kBaseRowHeight);
   verticalHeader()->setDefaultSectionSize(kBaseRowHeight);
-  setHorizontalHeader(new PackageTableHeader(this));
+  setHorizontalHeader(makeHeader(this));
   connect(horizontalHeader(), &QHeaderView::sortIndicatorChanged, this,
           &PackageTableView::takeSortIndicator);
   connect(this, &QTableView::doubleClicked, this,

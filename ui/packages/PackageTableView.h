@@ -27,12 +27,12 @@ class PackageTableView : public QTableView {
   // -1 where no row is highlighted.
   int highlightedRow() const;
 
-  // Reads the model anew, from its top, with no row highlighted. The rows are in no column's order
-  // now, which is what a screen reader says; the arrow stays with the column that the user chose.
-  void reload();
-  // The same for the rows of before, perhaps in another order: the row on top of the view stays,
-  // and the given row (none for -1) is highlighted without a signal.
-  void reloadInPlace(int highlightedRow);
+  // Shows other rows from their top, with none highlighted. They are in no column's order, which
+  // screen readers read out; the arrow stays with the column that the user chose.
+  void setRows(std::vector<PackageEntry> rows);
+  // Shows the same rows in another order: the scroll position stays, and the given row (none for
+  // -1) is highlighted without a signal.
+  void reorderRows(std::vector<PackageEntry> rows, int highlightedRow);
 
   // Measures the rows anew as they come into view, as after a reload. The row on top stays.
   void measureAgain();

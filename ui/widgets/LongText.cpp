@@ -88,9 +88,9 @@ void appendLines(TextLines& lines, std::string_view text, std::string_view type)
   }
 }
 
-LongText LongText::notice(const TextLine& line) {
+LongText LongText::ofLine(const TextLine& line) {
   LongText text;
-  text.notice_ = &line;
+  text.single_ = &line;
   text.count_ = 1;
   return text;
 }
@@ -103,12 +103,12 @@ LongText LongText::ofLines(const TextLines& lines) {
 }
 
 const TextLine& LongText::line(std::size_t index) const {
-  if (notice_ != nullptr) return *notice_;
+  if (single_ != nullptr) return *single_;
   return (*lines_)[index];
 }
 
 bool LongText::continues(const LongText& other) const {
-  return lines_ == other.lines_ && notice_ == other.notice_ && lineCount() >= other.lineCount();
+  return lines_ == other.lines_ && single_ == other.single_ && lineCount() >= other.lineCount();
 }
 
 std::size_t LongText::startOf(std::size_t index) const {

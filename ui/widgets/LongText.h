@@ -31,7 +31,7 @@ class LongText {
   LongText() = default;
 
   // A single line.
-  static LongText notice(const TextLine& line);
+  static LongText ofLine(const TextLine& line);
 
   static LongText ofLines(const TextLines& lines);
 
@@ -57,7 +57,7 @@ class LongText {
 
  private:
   const TextLines* lines_ = nullptr;
-  const TextLine* notice_ = nullptr;
+  const TextLine* single_ = nullptr;
   std::size_t count_ = 0;
 };
 

@@ -41,7 +41,7 @@ int LongTextView::topOf(std::size_t line) const {
 
 LongTextView::Place LongTextView::placeAt(QPoint point) const {
   if (text_.isEmpty()) return {};
-  return placeIn(movedBy(top_, point.y()), point.x() - inset_.width());
+  return placeIn(movedBy(top_, point.y()), point.x() - textInset().width());
 }
 
 // The place that is nearest to a point of a line, x being the distance from the text's left edge.

@@ -14,7 +14,7 @@
 #include <utility>
 
 #include "ui/Strings.h"
-#include "ui/widgets/AccessibleViews.h"
+#include "ui/widgets/AccessibleLongText.h"
 
 namespace tolvane {
 
@@ -28,7 +28,7 @@ constexpr std::size_t kMostLayouts = 256;
 }  // namespace
 
 LongTextView::LongTextView(QWidget* parent) : QAbstractScrollArea(parent) {
-  installAccessibleViews();
+  installAccessibleLongText();
   setFrameShape(NoFrame);
   setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
   setFocusPolicy(Qt::StrongFocus);
@@ -64,9 +64,13 @@ void LongTextView::announceText(std::size_t start, bool continues) {
   QAccessible::updateAccessibility(&inserted);
 }
 
-void LongTextView::setTextInset(QSize inset) {
-  inset_ = inset;
-  forgetLayouts();
+void LongTextView::setPlainText(std::string text) {
+  setText({});
+  plainLines_.clear();
+  plainText_ = std::move(text);
+  appendLines(plainLines_, plainText_, {});
+  plainLines_.back().endsWithNewline = false;
+  setText(LongText::ofLines(plainLines_));
 }
 
 int LongTextView::viewHeight() const {
@@ -75,11 +79,11 @@ int LongTextView::viewHeight() const {
 
 // The inset above the first line and below the last one belongs to their heights.
 int LongTextView::insetAbove(std::size_t line) const {
-  return line == 0 ? inset_.height() : 0;
+  return line == 0 ? textInset().height() : 0;
 }
 
 int LongTextView::heightOf(std::size_t line) const {
-  const int below = line + 1 == text_.lineCount() ? inset_.height() : 0;
+  const int below = line + 1 == text_.lineCount() ? textInset().height() : 0;
   return insetAbove(line) + static_cast<int>(std::ceil(layoutOf(line).boundingRect().height())) +
          below;
 }
@@ -92,7 +96,7 @@ const QTextLayout& LongTextView::layoutOf(std::size_t line) const {
   option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
   layout->setTextOption(option);
   layout->setCacheEnabled(true);
-  const double width = std::max(1, viewport()->width() - 2 * inset_.width());
+  const double width = std::max(1, viewport()->width() - 2 * textInset().width());
   double height = 0;
   layout->beginLayout();
   for (QTextLine row = layout->createLine(); row.isValid(); row = layout->createLine()) {
@@ -217,8 +221,8 @@ void LongTextView::layOutAgain() {
   setTop(atEnd ? endTop() : Top{top_.line, 0});
 }
 
-QColor LongTextView::colorOf(const TextLine& /*line*/) const {
-  return palette().color(QPalette::Text);
+QColor LongTextView::colorOf(const TextLine& line) const {
+  return lineColor_ == nullptr ? palette().color(QPalette::Text) : lineColor_(line.type, palette());
 }
 
 bool LongTextView::event(QEvent* event) {
@@ -240,7 +244,7 @@ void LongTextView::paintEvent(QPaintEvent* /*event*/) {
     painter.setPen(colorOf(text_.line(line)));
     QList<QTextLayout::FormatRange> selections;
     if (const auto selection = selectionIn(line); selection.length > 0) selections << selection;
-    layoutOf(line).draw(&painter, QPointF(inset_.width(), y + insetAbove(line)), selections,
+    layoutOf(line).draw(&painter, QPointF(textInset().width(), y + insetAbove(line)), selections,
                         QRectF(viewport()->rect()));
     y += heightOf(line);
   }

@@ -7,6 +7,7 @@
 #include <compare>
 #include <map>
 #include <memory>
+#include <string>
 
 #include "ui/widgets/LongText.h"
 
@@ -26,9 +27,15 @@ class LongTextView : public QAbstractScrollArea {
   const LongText& text() const { return text_; }
   QString toPlainText() const { return text_.toPlainText(); }
 
+  // A text of its own instead of lines that somebody else holds.
+  void setPlainText(std::string text);
+
+  // The colour of the lines of a type; without it, that of any text.
+  using LineColor = QColor (*)(std::string_view type, const QPalette& palette);
+  void setLineColor(LineColor color) { lineColor_ = color; }
+
   // Left and right of the text, above and below it.
-  void setTextInset(QSize inset);
-  QSize textInset() const { return inset_; }
+  static QSize textInset() { return {8, 6}; }
 
   // Brings the end of the text into view.
   void scrollToEnd();
@@ -44,8 +51,6 @@ class LongTextView : public QAbstractScrollArea {
   void textChanged();
 
  protected:
-  virtual QColor colorOf(const TextLine& line) const;
-
   bool event(QEvent* event) override;
   bool viewportEvent(QEvent* event) override;
   void contextMenuEvent(QContextMenuEvent* event) override;
@@ -74,6 +79,7 @@ class LongTextView : public QAbstractScrollArea {
     auto operator<=>(const Top&) const = default;  // NOLINT(modernize-use-nullptr): a false alarm
   };
 
+  QColor colorOf(const TextLine& line) const;
   void announceText(std::size_t start, bool continues);
   int viewHeight() const;
   const QTextLayout& layoutOf(std::size_t line) const;
@@ -106,7 +112,9 @@ class LongTextView : public QAbstractScrollArea {
   QTextLayout::FormatRange selectionIn(std::size_t line) const;
 
   LongText text_;
-  QSize inset_;
+  std::string plainText_;
+  TextLines plainLines_;  // of the plain text
+  LineColor lineColor_ = nullptr;
   Top top_;
   bool isSettled_ = true;
   bool scrollsToEnd_ = false;

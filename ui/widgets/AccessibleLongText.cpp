@@ -1,15 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include "ui/widgets/AccessibleViews.h"
+#include "ui/widgets/AccessibleLongText.h"
 
 #include <QAbstractItemView>
 #include <QAccessibleWidget>
 #include <algorithm>
 #include <utility>
 
-#include "ui/packages/AccessiblePackageTable.h"
-#include "ui/packages/PackageTableView.h"
 #include "ui/widgets/LongTextView.h"
-#include "ui/widgets/PopupButton.h"
 
 namespace tolvane {
 
@@ -118,51 +115,15 @@ class AccessibleLongText : public QAccessibleWidget, public ReadOnlyText {
   LongTextView* view_;
 };
 
-class AccessiblePopup : public QAccessibleWidget {
- public:
-  explicit AccessiblePopup(PopupButton* popup)
-      : QAccessibleWidget(popup, QAccessible::ComboBox), popup_(popup) {}
-
-  QAccessible::State state() const override {
-    QAccessible::State state = QAccessibleWidget::state();
-    state.expandable = true;
-    state.expanded = popup_->view()->isVisible();
-    return state;
-  }
-
-  QString text(QAccessible::Text kind) const override {
-    const bool choice = kind == QAccessible::Value || kind == QAccessible::Description;
-    return choice ? popup_->currentText() : QAccessibleWidget::text(kind);
-  }
-
-  QStringList actionNames() const override { return {showMenuAction(), pressAction()}; }
-  void doAction(const QString& /*name*/) override { popup_->showPopup(); }
-
- private:
-  PopupButton* popup_;
-};
-
-// Asked for the object's class and then for each class that it derives from.
 QAccessibleInterface* makeInterface(const QString& className, QObject* object) {
-  if (className == QLatin1String("tolvane::LongTextView")) {
-    return new AccessibleLongText(static_cast<LongTextView*>(object));
-  }
-  if (className == QLatin1String("tolvane::PackageTableView")) {
-    return makeAccessiblePackageTable(static_cast<PackageTableView*>(object));
-  }
-  if (className == QLatin1String("tolvane::PopupButton")) {
-    return new AccessiblePopup(static_cast<PopupButton*>(object));
-  }
-  return nullptr;
+  if (className != QLatin1String("tolvane::LongTextView")) return nullptr;
+  return new AccessibleLongText(static_cast<LongTextView*>(object));
 }
 
 }  // namespace
 
-void installAccessibleViews() {
-  static const bool installed = [] {
-    QAccessible::installFactory(makeInterface);
-    return true;
-  }();
+void installAccessibleLongText() {
+  static const bool installed = (QAccessible::installFactory(makeInterface), true);
   static_cast<void>(installed);
 }
 

@@ -22,13 +22,13 @@ inline std::string entry(const std::string& identifier, const std::string& versi
 }
 
 // A window with a repository and a central archive, each on a server of its own.
-class ArchiveWorkflow : public Workflow {
+class ArchiveWindow : public Workflow {
  protected:
-  ArchiveWorkflow() {
+  ArchiveWindow() {
     controller.centralArchiveClient().setApiBaseURL(archive.baseURL());
     controller.centralArchiveClient().setApiSecret("a-secret");
   }
-  ~ArchiveWorkflow() override { QDir(toQString(cache)).removeRecursively(); }
+  ~ArchiveWindow() override { QDir(toQString(cache)).removeRecursively(); }
 
   // What the archive says it lacks: JSON entries.
   void lacks(const std::vector<std::string>& entries) {

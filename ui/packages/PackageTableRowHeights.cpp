@@ -5,6 +5,7 @@
 #include <QScopedValueRollback>
 #include <QScrollBar>
 #include <QSignalBlocker>
+#include <utility>
 
 #include "ui/packages/PackageTableModel.h"
 #include "ui/packages/PackageTableView.h"
@@ -18,16 +19,15 @@ void PackageTableView::reset() {
   measured_.assign(static_cast<std::size_t>(model() == nullptr ? 0 : model()->rowCount()), false);
 }
 
-void PackageTableView::reload() {
-  packageModel_->setSortDescriptor(std::nullopt);
-  packageModel_->reload();
+void PackageTableView::setRows(std::vector<PackageEntry> rows) {
+  packageModel_->setRows(std::move(rows));
   verticalScrollBar()->setValue(0);
 }
 
-void PackageTableView::reloadInPlace(int highlightedRow) {
+void PackageTableView::reorderRows(std::vector<PackageEntry> rows, int highlightedRow) {
   const int top = rowAt(0);
   const int hidden = top < 0 ? 0 : -rowViewportPosition(top);
-  packageModel_->reload();
+  packageModel_->reorderRows(std::move(rows));
   if (highlightedRow >= 0) {
     const QSignalBlocker blocker(this);
     const bool follow = hasAutoScroll();

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "ui/widgets/TitleFont.h"
+#include "ui/widgets/Fonts.h"
 
+#include <QApplication>
 #include <QFontInfo>
 #include <algorithm>
 
@@ -11,6 +12,13 @@ namespace {
 constexpr int kSmallestPixelSize = 7;
 
 }  // namespace
+
+QFont systemFont(int size, bool bold) {
+  QFont font = QApplication::font();
+  font.setPixelSize(size);
+  font.setBold(bold);
+  return font;
+}
 
 void fitTitles(const std::vector<FixedTitle>& titles, QFont font) {
   const auto fits = [&font](const FixedTitle& title) {
