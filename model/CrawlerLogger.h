@@ -14,8 +14,8 @@ inline constexpr std::string_view CrawlerLoggerDidLogMessageNotification =
 
 enum class LogType : int { info = 0, success = 1, warning = 2, error = 3 };
 
-// The process-wide channel on which workers report to the user. Each message goes to the system
-// log and, on the calling thread, to the observers of the notification above at
+// The log bus: the process-wide channel on which workers report to the user. Each message is
+// written to the system log and then, on the calling thread, posted as the notification above at
 // NotificationCenter::defaultCenter(). An empty message does nothing. Any thread; no state.
 class CrawlerLogger {
  public:

@@ -18,7 +18,7 @@ constexpr std::size_t kGuessedBytesPerRecord = 512;
 
 }  // namespace
 
-// Runs for each line of an index, so it looks at the length first: that leaves four keys at most.
+// Called for each line of an index: the length leaves four keys at most to compare.
 PackageEntry::Values::Value* PackageEntry::Values::valueForKey(std::string_view key) {
   switch (key.size()) {
     case 4:
@@ -129,14 +129,12 @@ void PackageEntry::own(const Record& record) {
 
 struct PackageEntry::Builder::Index {
   std::string text;
-  std::array<std::vector<Record>, kParts> parts;
+  std::vector<Record> records;
 };
 
 PackageEntry::Builder::Builder(std::string indexText) : index_(std::make_shared<Index>()) {
   index_->text = std::move(indexText);
-  for (std::vector<Record>& part : index_->parts) {
-    reserveLarge(part, index_->text.size() / kGuessedBytesPerRecord / kParts);
-  }
+  reserveLarge(index_->records, index_->text.size() / kGuessedBytesPerRecord);
 }
 
 PackageEntry::Builder::~Builder() = default;
@@ -145,24 +143,20 @@ std::string& PackageEntry::Builder::text() {
   return index_->text;
 }
 
-void PackageEntry::Builder::add(std::size_t part, const Values& values) {
-  index_->parts[part].push_back(makeRecord(values));
+void PackageEntry::Builder::add(const Values& values) {
+  index_->records.push_back(makeRecord(values));
 }
 
-std::size_t PackageEntry::Builder::size(std::size_t part) const {
-  return index_->parts[part].size();
+std::size_t PackageEntry::Builder::size() const {
+  return index_->records.size();
 }
 
 std::vector<PackageEntry> PackageEntry::Builder::finish() {
   const std::shared_ptr<const Index> index = std::move(index_);
   std::vector<PackageEntry> entries;
-  std::size_t count = 0;
-  for (const std::vector<Record>& part : index->parts) count += part.size();
-  entries.reserve(count);
-  for (const std::vector<Record>& part : index->parts) {
-    for (const Record& record : part) {
-      entries.push_back(PackageEntry(std::shared_ptr<const Record>(index, &record)));
-    }
+  entries.reserve(index->records.size());
+  for (const Record& record : index->records) {
+    entries.push_back(PackageEntry(std::shared_ptr<const Record>(index, &record)));
   }
   return entries;
 }

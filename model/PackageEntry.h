@@ -13,15 +13,14 @@
 
 namespace tolvane {
 
-// One package of a repository, whatever the repository's kind: seventeen texts, never absent, and
-// two flags. A value: copies are cheap (they share one immutable record), and a write accessor
-// gives its own entry a record of its own. Producers finish their entries before they hand them
-// on; afterwards any number of threads may read.
+// One package of a repository of any kind: seventeen string fields, never absent, and two flags. A
+// value: copies are cheap, since they share one immutable record, and a write accessor gives its
+// entry a record of its own. Written on one thread only; any number of threads may read afterwards.
 class PackageEntry {
  public:
   using Dictionary = std::map<std::string, std::string, std::less<>>;
 
-  // The texts, in the order in which they are declared.
+  // The string fields, in the order in which they are declared.
   enum class Field {
     packageName,
     displayName,
@@ -43,7 +42,7 @@ class PackageEntry {
   };
   static constexpr std::size_t kTextCount = 17;
 
-  // What a source says of a package: no value where it says nothing.
+  // The fields of a package as its index has them; no value for one that the index lacks.
   struct Values {
     using Value = std::optional<std::string_view>;
 
@@ -59,10 +58,10 @@ class PackageEntry {
     Value* valueForKey(std::string_view key);
   };
 
-  // All texts "", both flags false.
+  // All strings "", both flags false.
   PackageEntry();
 
-  // Values are taken as they stand, "" where a key is absent. displayName falls back to
+  // Values are taken unchanged, "" where a key is absent. displayName falls back to
   // packageName when "Name" is absent, not when it is empty. Flags follow booleanValue().
   explicit PackageEntry(const Dictionary& dictionary);
 
@@ -79,7 +78,7 @@ class PackageEntry {
   // APT: path relative to the repository root. Installer 3: URL of the package. Installer 4: URL
   // of the package-information property list.
   std::string_view filename() const { return text(Field::filename); }
-  // Bytes, as the index gives them: text, unchecked; "" when unknown.
+  // In bytes, as the index gives it, unchecked; "" when unknown.
   std::string_view size() const { return text(Field::size); }
   std::string_view md5sum() const { return text(Field::md5sum); }  // hexadecimal, or ""
   std::string_view sha256() const { return text(Field::sha256); }  // hexadecimal, or ""
@@ -91,9 +90,9 @@ class PackageEntry {
   std::string_view homepage() const { return text(Field::homepage); }
   // URL of a page about the package; Installer 4: of its icon.
   std::string_view depiction() const { return text(Field::depiction); }
-  // Installer 4 only: same text as filename.
+  // Installer 4 only: the same as filename.
   std::string_view packageInfoURL() const { return text(Field::packageInfoURL); }
-  // Installer 3 only: same text as filename.
+  // Installer 3 only: the same as filename.
   std::string_view downloadURL() const { return text(Field::downloadURL); }
 
   // Whether the two are copies of one entry, neither changed since.
@@ -125,23 +124,20 @@ class PackageEntry {
 
   void setText(Field field, std::string_view value);
 
-  // Builds the entries of one index. They share the index text, so an entry costs no copy of it.
+  // Builds the entries of one index. They all point into the index text, which they keep alive.
   class Builder {
    public:
-    // The text is read in so many parts, each of which may be on another thread.
-    static constexpr std::size_t kParts = 2;
-
-    // `values` of add() must point into this text (or into texts that live for ever).
+    // The strings that add() is given must point into this text, or be literals.
     explicit Builder(std::string indexText);
     ~Builder();
 
-    // The index text, to be read and rewritten in place until finish().
+    // The index text, which may be rewritten in place until finish().
     std::string& text();
 
-    void add(std::size_t part, const Values& values);
-    std::size_t size(std::size_t part) const;
+    void add(const Values& values);
+    std::size_t size() const;
 
-    // The entries, part by part in the order in which they were added. Ends the builder's use.
+    // The entries, in the order in which they were added. Ends the builder's use.
     std::vector<PackageEntry> finish();
 
    private:
@@ -160,11 +156,11 @@ class PackageEntry {
 
   static Record makeRecord(const Values& values);
 
-  // Makes the record this entry's own, with copies of its texts.
+  // Gives this entry a copy of the record and of all its strings.
   void own(const Record& record);
 
-  // Never null. Points into what keeps the texts alive: an index that many entries share, or a
-  // copy of one record's texts.
+  // Never null. Shares the ownership of the strings' memory: an index that many entries share, or
+  // the copy of one record's strings.
   std::shared_ptr<const Record> record_;
 };
 

@@ -11,24 +11,24 @@
 
 namespace tolvane {
 
-// One answer of a repository that is asked for its index, or what came instead of one.
+// One answer to a request for an index, or the error in its stead.
 struct IndexAnswer {
   const std::optional<URL>& url;  // as it was asked, before any redirect
   const std::optional<HTTPResponse>& response;
   std::string_view body;  // with an HTTP content encoding undone; valid during the call
-  // Of the transfer. An index that was received but for which memory does not suffice is reported
-  // a second time, without its body and with ENOMEM of kPOSIXErrorDomain.
+  // Of the transfer. An index that was received but cannot be read for lack of memory is reported a
+  // second time, without its body and with ENOMEM of kPOSIXErrorDomain.
   const std::optional<Error>& error;
 };
 
 // Called for each answer before it is read, on the session's callback queue with no lock held.
 using IndexObserver = std::function<void(const IndexAnswer&)>;
 
-// Whether the error says that memory does not suffice.
+// Whether it is ENOMEM of kPOSIXErrorDomain.
 bool isOutOfMemory(const std::optional<Error>& error);
 
-// Says in the system log that memory does not suffice for an index, and says it to the observer,
-// which may be empty, where that was not the answer's own error.
+// Writes to the system log that there is not enough memory for an index, and reports it to the
+// observer, which may be empty, unless that was the answer's own error.
 void reportNotEnoughMemory(const IndexAnswer& answer, const IndexObserver& observer);
 
 }  // namespace tolvane

@@ -39,8 +39,7 @@ std::optional<Error> readBytes(const std::string& path, std::string& bytes) {
   return appendFile(path, bytes);
 }
 
-// An Installer 4 index; `problem` stands in for the reader's own where that is to say something
-// else.
+// An Installer 4 index. `problem`, where given, replaces the reader's own.
 IndexFileResult readInstaller4File(const std::string& bytes, const std::string& path,
                                    std::optional<Error> problem = {}) {
   auto reading = Installer4RepositoryFetcher::readIndex(bytes, path);
@@ -74,7 +73,7 @@ IndexFileResult readPackagesFile(std::string bytes, const std::string& path, boo
   }
   if (!index.packages->empty()) return {std::move(*index.packages), std::nullopt};
   if (!detects) return failure(noPackages());
-  bytes.clear();  // again, since a copy would be in memory all the time
+  bytes.clear();  // read again, since keeping a copy would double the memory
   if (std::optional<Error> error = readBytes(path, bytes)) return failure(std::move(*error));
   return readInstaller4File(bytes, path, noPackages());
 }

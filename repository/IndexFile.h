@@ -23,7 +23,7 @@ struct IndexFileResult {
 
 // Reads an index from a local file instead of a repository, and reports that on the log bus:
 //
-// - APT: unpacked by the ending of the path, ".gz", ".bz2" or ".xz"; else text.
+// - APT: unpacked by the ending of the path, ".gz", ".bz2" or ".xz"; otherwise plain.
 // - Installer 3 and Installer 4: a property list.
 // - Automatic: APT and, where that gives no package, Installer 4.
 //

@@ -27,7 +27,7 @@ inline constexpr int kNoPackagesArrayError = 1001;
 // has no body, or kNoPackagesArrayError. Those of the transfer and of the property-list reader are
 // passed on as they are.
 //
-// A fetch carries all that it needs with it; the fetcher may go before it ends.
+// A fetch carries all that it needs; the fetcher may be destroyed before it ends.
 class Installer3RepositoryFetcher {
  public:
   using PackageList = std::vector<PackageEntry>;
@@ -51,7 +51,7 @@ class Installer3RepositoryFetcher {
   struct Reading {
     std::optional<PackageList> packages;
     std::optional<Error> error;
-    bool outOfMemory = false;  // why there are no packages
+    bool outOfMemory = false;  // whether that is why there are no packages
   };
 
   // The packages of a list's bytes, or why there are none; both absent for a property list whose

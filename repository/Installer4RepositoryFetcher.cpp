@@ -36,7 +36,7 @@ PackageList packageEntries(const PropertyList::List& items) {
                                {"description", "Description"},
                                {"category", "Section"},
                                {"url", "Filename"},
-                               // The field of a page, on purpose; there is none for an icon.
+                               // A record has no field for an icon; this one takes it, on purpose.
                                {"icon", "Depiction"}});
     if (!fields) continue;
     fields->emplace("Architecture", "installer4");
@@ -49,7 +49,7 @@ PackageList packageEntries(const PropertyList::List& items) {
 
 using Reading = Installer4RepositoryFetcher::Reading;
 
-// What an answer says of its candidate; neither packages nor a problem for one to pass over.
+// What an answer has. Neither packages nor a problem for a candidate that is passed over.
 Reading readAnswer(std::string_view body, int status, const std::optional<Error>& error,
                    std::string_view url) {
   if (error) {
@@ -129,15 +129,15 @@ void Installer4RepositoryFetcher::tryIndexCandidatePaths(CandidatePaths paths, s
   });
 }
 
-Reading Installer4RepositoryFetcher::readIndex(std::string_view bytes, std::string_view place) {
+Reading Installer4RepositoryFetcher::readIndex(std::string_view bytes, std::string_view source) {
   const PropertyListResult result = readPropertyList(bytes);
   const PropertyList::Dictionary* root = result.value ? result.value->dictionary() : nullptr;
   if (!root) {
     return {
-        {}, fmt::format("Installer 4 index could not be parsed: {}", place), result.outOfMemory};
+        {}, fmt::format("Installer 4 index could not be parsed: {}", source), result.outOfMemory};
   }
   const PropertyList::List* items = itemsOfInstallerList(*root);
-  if (!items) return {{}, fmt::format("Installer 4 index contains no packages array: {}", place)};
+  if (!items) return {{}, fmt::format("Installer 4 index contains no packages array: {}", source)};
   Reading reading;
   try {
     reading.packages = packageEntries(*items);
@@ -145,7 +145,7 @@ Reading Installer4RepositoryFetcher::readIndex(std::string_view bytes, std::stri
     reading.outOfMemory = true;
   }
   if (reading.packages.empty()) {
-    reading.problem = fmt::format("Installer 4 index contained zero usable packages: {}", place);
+    reading.problem = fmt::format("Installer 4 index contained zero usable packages: {}", source);
   }
   return reading;
 }

@@ -23,7 +23,7 @@ inline constexpr std::string_view kInstaller4FetcherErrorDomain = "Installer4Rep
 // Reads an Installer 4 repository: an index property list whose name and folder vary, so the names
 // in use are tried one after another.
 //
-// A fetch carries all that it needs with it; the fetcher may go before it ends.
+// A fetch carries all that it needs; the fetcher may be destroyed before it ends.
 class Installer4RepositoryFetcher {
  public:
   using PackageList = std::vector<PackageEntry>;
@@ -49,12 +49,12 @@ class Installer4RepositoryFetcher {
 
   struct Reading {
     PackageList packages;
-    std::string problem;       // in a line, why there are none
-    bool outOfMemory = false;  // that is why
+    std::string problem;       // one line, where there are no packages
+    bool outOfMemory = false;  // whether that is the reason
   };
 
-  // The packages of an index's bytes. `place`, where they are from, is named in the problem.
-  static Reading readIndex(std::string_view bytes, std::string_view place);
+  // The packages of an index's bytes. `source`, a URL or path, is named in the problem.
+  static Reading readIndex(std::string_view bytes, std::string_view source);
 
   // The packages among the items of an index, in order; none where there is no memory for them. The
   // repository's URL makes no difference.

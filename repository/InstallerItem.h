@@ -19,8 +19,8 @@ struct InstallerKey {
   std::string_view fieldKey;  // of a record's dictionary
 };
 
-// An item as the dictionary of a record. "Package" and "Name" are its texts under `identifierKey`
-// and "name"; where one is empty, the other stands for it. The texts under `keys` follow, "" where
+// An item as the dictionary of a record. "Package" and "Name" are its strings under `identifierKey`
+// and "name"; where one is empty, the other replaces it. The strings under `keys` follow, "" where
 // a value is absent or has no text form. No value for an item that is no dictionary, or has neither
 // identifier nor name.
 std::optional<PackageEntry::Dictionary> fieldsOfInstallerItem(

@@ -18,7 +18,7 @@ constexpr std::string_view kUTF8Mark = "\xEF\xBB\xBF";
 
 using Unpack = std::optional<std::string>(std::string_view bytes, std::size_t maximumSize);
 
-// Null for a name that says that its file is not packed.
+// Null for the name of a file that is not compressed.
 Unpack* unpackerOf(std::string_view name) {
   if (name.ends_with(".gz")) return unpackGzip;
   if (name.ends_with(".bz2")) return unpackBzip2;
@@ -58,7 +58,7 @@ std::optional<std::string> decodeIndex(std::string bytes, std::string_view name,
   if (Unpack* const unpack = unpackerOf(name)) {
     std::optional<std::string> unpacked = unpack(bytes, maximumSize);
     if (!unpacked) return std::nullopt;
-    bytes = std::move(*unpacked);  // the packed ones are of no more use
+    bytes = std::move(*unpacked);  // frees the compressed bytes
   }
   return decodeIndexText(std::move(bytes), maximumSize);
 }

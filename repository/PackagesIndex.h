@@ -10,7 +10,7 @@
 #include "model/PackageEntry.h"
 #include "repository/PayloadDecoder.h"
 
-// Reading of an APT index, wherever its bytes come from.
+// Reads an APT index, downloaded or from a file.
 namespace tolvane {
 
 // The text of an index's bytes: UTF-8 (a leading byte-order mark is dropped) or else ISO 8859-1.
@@ -18,17 +18,17 @@ namespace tolvane {
 std::optional<std::string> decodeIndexText(std::string bytes,
                                            std::size_t maximumSize = kMaximumIndexSize);
 
-// The same of bytes that may be packed, as the ending of their file's name tells: ".gz", ".bz2",
-// ".xz", else text. No value also for bytes that are not so packed. Throws std::bad_alloc.
+// The same for bytes that are compressed where their file's name ends in ".gz", ".bz2" or ".xz". No
+// value also for bytes that are not so compressed. Throws std::bad_alloc.
 std::optional<std::string> decodeIndex(std::string bytes, std::string_view name,
                                        std::size_t maximumSize = kMaximumIndexSize);
 
 struct PackagesIndex {
   std::optional<std::vector<PackageEntry>> packages;  // no value where it could not be decoded
-  bool outOfMemory = false;                           // why there are none
+  bool outOfMemory = false;                           // whether that is why there are none
 };
 
-// Decodes and parses an index, and reports the length of its text and the number of its packages.
+// Decodes and parses an index, and logs the length of its text and the number of its packages.
 PackagesIndex readPackagesIndex(std::string bytes, std::string_view name);
 
 }  // namespace tolvane

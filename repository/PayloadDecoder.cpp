@@ -16,15 +16,15 @@ namespace tolvane {
 
 namespace {
 
-// zlib and libbz2 count in 32 bits, so long input goes to them piece by piece.
+// zlib and libbz2 count in 32 bits, so they are given long input piece by piece.
 constexpr std::size_t kPiece = std::size_t{1} << 20;
 
 constexpr std::size_t kOutputPiece = std::size_t{256} << 10;
 
-// The first room, in sizes of the input; an index takes some five.
+// The first capacity of the output, as a multiple of the input; an index needs about five.
 constexpr std::size_t kInitialFactor = 8;
 
-// A text and a dictionary of hundreds of megabytes each would be twice the text's memory.
+// An output and a dictionary of hundreds of megabytes each would double the memory.
 constexpr std::size_t kLargestWorkingMemory = kMaximumIndexSize / 5;
 
 // What differs between the libraries. Their streams have the same members by the same names.
@@ -114,7 +114,7 @@ class Decoder {
   typename Library::Stream stream_{};
 };
 
-// Room for a text of the usual length. Less will do, where that much cannot be had.
+// Room for an output of the usual length; without it, the string grows step by step.
 void reserveForText(std::string& text, std::size_t capacity) {
   try {
     reserveLarge(text, capacity);
@@ -122,7 +122,7 @@ void reserveForText(std::string& text, std::size_t capacity) {
   }
 }
 
-// Whether the library is at work, or done; throws where memory has run out.
+// Whether the library reports progress or the end; throws where it has no memory.
 template <typename Library>
 bool isGood(int result) {
   if (result == Library::kNoMemory) throw std::bad_alloc();
@@ -134,7 +134,7 @@ std::optional<std::string> unpack(std::string_view bytes, std::size_t maximumSiz
   if (bytes.empty()) return std::nullopt;
   Decoder<Library> decoder;
   if (!isGood<Library>(decoder.open())) return std::nullopt;
-  // In pieces that stay in the processor's cache, so that the large memory is written to once.
+  // A buffer that stays in the processor's cache, so that the large memory is written to once.
   const auto piece = std::make_unique_for_overwrite<char[]>(kOutputPiece);
   std::string text;
   reserveForText(text, std::min(bytes.size() * kInitialFactor, maximumSize));
@@ -147,7 +147,7 @@ std::optional<std::string> unpack(std::string_view bytes, std::size_t maximumSiz
     appendLarge(text, {piece.get(), step.produced}, maximumSize);
     if (std::min(text.size(), decoder.workingMemory()) > kLargestWorkingMemory) return std::nullopt;
     if (step.result == Library::kEnd) return text;
-    // libbz2 goes on answering OK at the end of a cut input.
+    // libbz2 keeps returning BZ_OK at the end of cut input.
     const bool stuck = step.consumed == 0 && step.produced == 0;
     if (stuck) return std::nullopt;
   }

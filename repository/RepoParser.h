@@ -15,16 +15,16 @@ class RepoParser {
  public:
   RepoParser() = delete;
 
-  // An index of more records, some fifteen times what a large distribution has, gives none: a few
-  // megabytes of tiny stanzas could otherwise ask for any amount of memory.
+  // An index of more records, some fifteen times those of a large distribution, gives none: a few
+  // megabytes of tiny stanzas could otherwise need any amount of memory.
   static constexpr std::size_t kMaximumRecords = std::size_t{1} << 20;
 
   // The records in the order of the text: one for each stanza that has both a "Package" and a
-  // "Filename" field, empty or not. Never fails; bad input yields fewer records or none, and so
-  // does want of memory. The records share the text that is handed in, so move it.
+  // "Filename" field, empty or not. Never fails; bad input yields fewer records, lack of memory
+  // none. The records share the given text, so move it.
   static std::vector<PackageEntry> parsePackagesText(std::string text);
 
-  // The same, but throws std::bad_alloc for want of memory.
+  // The same, but throws std::bad_alloc for lack of memory.
   static std::vector<PackageEntry> packagesInText(std::string text);
 };
 

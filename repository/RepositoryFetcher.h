@@ -19,15 +19,15 @@ namespace tolvane {
 
 inline constexpr std::string_view kRepositoryFetcherErrorDomain = "RepositoryFetcher";
 
-// The one front through which a repository of any kind is loaded.
+// Loads a repository of any kind.
 //
 // Its own errors have the code 404 of kRepositoryFetcherErrorDomain; those of the Installer readers
 // are passed on as they are.
 //
 // Every fetch reports its steps on the log bus and ends with exactly one call of its completion, on
 // a background thread, with a list or an error (an Installer 3 fetch also with neither). A fetch
-// carries all that it needs with it: any number may run at once, and the fetcher may go before they
-// end.
+// carries all that it needs: any number may run at once, and the fetcher may be destroyed before
+// they end.
 class RepositoryFetcher {
  public:
   using PackageList = std::vector<PackageEntry>;
@@ -63,8 +63,8 @@ class RepositoryFetcher {
   void tryInstaller4RepositoryURL(const std::optional<URL>& repositoryURL,
                                   Completion completion) const;
 
-  // The end of a look for an Installer 4 index, given what its reader found: reports and completes.
-  // An error of this class stands in where it found neither packages nor an error.
+  // The end of a search for an Installer 4 index, given what its reader found: reports and
+  // completes, with an error of this class where the reader found neither packages nor an error.
   static void endInstaller4Detection(std::optional<PackageList> packages,
                                      std::optional<Error> error, const Completion& completion);
 
@@ -90,7 +90,7 @@ class RepositoryFetcher {
   static std::optional<std::string> stringFromBzip2Data(std::string_view bytes);
   static std::optional<std::string> stringFromXZData(std::string_view bytes);
 
-  // The operation above that the path's ending asks for: ".gz", ".bz2", ".xz", else text.
+  // The one of the four above for the path's ending: ".gz", ".bz2", ".xz", any other.
   static std::optional<std::string> stringFromData(std::string bytes, std::string_view path);
 
  private:

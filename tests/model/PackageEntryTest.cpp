@@ -189,12 +189,12 @@ TEST(PackageEntry, WritingToACopyLeavesTheOriginal) {
 
 TEST(PackageEntryBuilder, GivesOneEntryForEachAddInOrder) {
   PackageEntry::Builder builder("");
-  EXPECT_EQ(builder.size(0), 0U);
-  builder.add(0, valuesOf({{Field::packageName, "a"}}));
+  EXPECT_EQ(builder.size(), 0U);
+  builder.add(valuesOf({{Field::packageName, "a"}}));
   PackageEntry::Values values = valuesOf({{Field::packageName, "b"}, {Field::displayName, "B"}});
   values.installer4Package = "yes";
-  builder.add(0, values);
-  EXPECT_EQ(builder.size(0), 2U);
+  builder.add(values);
+  EXPECT_EQ(builder.size(), 2U);
   const std::vector<PackageEntry> entries = builder.finish();
   ASSERT_EQ(entries.size(), 2U);
   EXPECT_EQ(entries[0].displayName(), "a");
@@ -203,24 +203,10 @@ TEST(PackageEntryBuilder, GivesOneEntryForEachAddInOrder) {
   EXPECT_TRUE(entries[1].installer4Package());
 }
 
-TEST(PackageEntryBuilder, TheEntriesOfTheFirstPartComeFirst) {
-  PackageEntry::Builder builder("");
-  builder.add(1, valuesOf({{Field::packageName, "c"}}));
-  builder.add(0, valuesOf({{Field::packageName, "a"}}));
-  builder.add(0, valuesOf({{Field::packageName, "b"}}));
-  EXPECT_EQ(builder.size(0), 2U);
-  EXPECT_EQ(builder.size(1), 1U);
-  const std::vector<PackageEntry> entries = builder.finish();
-  ASSERT_EQ(entries.size(), 3U);
-  EXPECT_EQ(entries[0].packageName(), "a");
-  EXPECT_EQ(entries[1].packageName(), "b");
-  EXPECT_EQ(entries[2].packageName(), "c");
-}
-
 TEST(PackageEntryBuilder, EntriesPointIntoTheOneIndexText) {
   PackageEntry::Builder builder("a long enough name|1.0");
   const char* const text = builder.text().data();
-  builder.add(0, valuesOf({{Field::packageName, std::string_view(builder.text()).substr(0, 18)}}));
+  builder.add(valuesOf({{Field::packageName, std::string_view(builder.text()).substr(0, 18)}}));
   const PackageEntry entry = builder.finish().front();
   EXPECT_EQ(entry.packageName(), "a long enough name");
   EXPECT_EQ(entry.packageName().data(), text);
@@ -230,7 +216,7 @@ TEST(PackageEntryBuilder, OneEntryKeepsTheIndexTextAlive) {
   PackageEntry last;
   {
     PackageEntry::Builder builder(std::string(1000, 'x'));
-    for (int i = 0; i < 100; ++i) builder.add(0, valuesOf({{Field::section, builder.text()}}));
+    for (int i = 0; i < 100; ++i) builder.add(valuesOf({{Field::section, builder.text()}}));
     last = builder.finish().back();
   }
   EXPECT_EQ(last.section(), std::string(1000, 'x'));
@@ -238,8 +224,8 @@ TEST(PackageEntryBuilder, OneEntryKeepsTheIndexTextAlive) {
 
 TEST(PackageEntryBuilder, AnEntryThatIsWrittenToLeavesTheIndexAndItsOtherEntries) {
   PackageEntry::Builder builder("shared");
-  builder.add(0, valuesOf({{Field::version, builder.text()}}));
-  builder.add(0, valuesOf({{Field::version, builder.text()}}));
+  builder.add(valuesOf({{Field::version, builder.text()}}));
+  builder.add(valuesOf({{Field::version, builder.text()}}));
   std::vector<PackageEntry> entries = builder.finish();
   entries[0].setVersion("own");
   EXPECT_EQ(entries[0].version(), "own");

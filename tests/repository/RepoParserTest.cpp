@@ -281,7 +281,7 @@ TEST(RepoParserDeathTest, WithoutMemoryForTheRecordsThereAreNone) {
   std::string text;
   for (int i = 0; i < 500'000; ++i) text += "Package:\nFilename:\n\n";
   expectNoRecords(text);
-  // Memory lasts for one half and not for the other.
+  // A record of megabytes first, which leaves less.
   expectNoRecords("Package: a\nFilename: " + std::string(text.size(), 'f') + "\n\n" + text);
 }
 
