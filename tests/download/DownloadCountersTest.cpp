@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "download/DownloadCounters.h"
-
 #include <gtest/gtest.h>
+
+#include "download/DownloadCounters.h"
 
 namespace tolvane {
 namespace {

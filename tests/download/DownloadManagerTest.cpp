@@ -56,9 +56,10 @@ class DownloadManagerTest : public testing::Test {
   // A name from the index that no file may get: a failure, and nothing is sent or made.
   void expectRefused(const std::string& destination, const PackageEntry& entry) {
     const Outcome outcome = downloadTo(destination, entry);
-    expectFailure(outcome, {"NSPOSIXErrorDomain", EINVAL, "Invalid argument"});
+    expectFailure(outcome, posixError(EINVAL));
     EXPECT_EQ(outcome.thread, std::this_thread::get_id());
-    EXPECT_THAT(log_.messages(), ElementsAre("error: Download failed: Invalid argument"));
+    EXPECT_THAT(log_.messages(),
+                ElementsAre("error: Download failed: " + posixError(EINVAL).description));
     EXPECT_THAT(session_.requests(), IsEmpty());
   }
 
@@ -135,9 +136,10 @@ TEST_F(DownloadManagerTest, ANameThatIsTooLongForTheFileSystemFailsWithoutAReque
   EXPECT_TRUE(download(package({{"Filename", "pool/" + longest}})).success);
   const std::size_t before = session_.requests().size();
   expectFailure(download(package({{"Filename", "pool/" + longest + "x"}})),
-                {"NSPOSIXErrorDomain", ENAMETOOLONG, "File name too long"});
+                posixError(ENAMETOOLONG));
   EXPECT_EQ(session_.requests().size(), before);
-  EXPECT_THAT(log_.messages(), Contains("error: Download failed: File name too long"));
+  EXPECT_THAT(log_.messages(),
+              Contains("error: Download failed: " + posixError(ENAMETOOLONG).description));
 }
 
 TEST_F(DownloadManagerTest, ATransferMayPassTheIndexsSizeBy64MiB) {
@@ -161,9 +163,9 @@ TEST_F(DownloadManagerTest, CreatesTheFolderWithAllAboveIt) {
 TEST_F(DownloadManagerTest, AFolderThatCannotBeCreatedFailsWithTheSystemsOwnWords) {
   folder_.write("file", "");
   const Outcome outcome = downloadTo(folder_.path("file/folder"), package());
-  expectFailure(outcome, {"NSPOSIXErrorDomain", ENOTDIR, "Not a directory"});
+  expectFailure(outcome, posixError(ENOTDIR));
   EXPECT_EQ(outcome.thread, std::this_thread::get_id());
-  EXPECT_THAT(log_.messages(), ElementsAre("error: Not a directory"));
+  EXPECT_THAT(log_.messages(), ElementsAre("error: " + posixError(ENOTDIR).description));
   EXPECT_THAT(session_.requests(), IsEmpty());
 }
 
@@ -251,9 +253,9 @@ TEST_F(DownloadManagerTest, AFileThatCannotBeMovedFails) {
   manager_.downloadPackage(package(), DownloadURL{URL::parse(kURL)}, LocalPath{path_}, 0,
                            pending.completion());
   const Outcome outcome = pending.wait();
-  expectFailure(outcome, {"NSPOSIXErrorDomain", EISDIR, "Is a directory"});
-  EXPECT_THAT(log_.messages(),
-              ElementsAre("error: Could not move downloaded file: Is a directory"));
+  expectFailure(outcome, posixError(EISDIR));
+  EXPECT_THAT(log_.messages(), ElementsAre("error: Could not move downloaded file: " +
+                                           posixError(EISDIR).description));
   EXPECT_THAT(folder_.names(), ElementsAre("foo.deb"));
 }
 

@@ -136,8 +136,7 @@ TEST_F(Installer4RetrievalTest, AZipNameWithAControlCharacterFailsWithoutAReques
 
 TEST_F(Installer4RetrievalTest, AZipNameThatIsTooLongForTheFileSystemFailsWithoutARequest) {
   const std::string longest = std::string(251, 'x') + ".zip";
-  expectFailure(downloadZip("http://zip.example/x" + longest),
-                Error{"NSPOSIXErrorDomain", ENAMETOOLONG, "File name too long"});
+  expectFailure(downloadZip("http://zip.example/x" + longest), posixError(ENAMETOOLONG));
   EXPECT_THAT(session_.requests(), IsEmpty());
   serve("http://zip.example/" + longest, "PK");
   expectSuccess(downloadZip("http://zip.example/" + longest));
