@@ -40,7 +40,7 @@ TEST(ArchiveAnswer, OkIsTrueForTrueAndForNumbersOtherThanZero) {
   }
 }
 
-TEST(ArchiveAnswer, OkIsTrueForTextsThatBeginLikeYesTrueOrANumber) {
+TEST(ArchiveAnswer, OkIsTrueForStringsThatBeginLikeYesTrueOrANumber) {
   for (const char* value : {"\"1\"", "\"true\"", "\"YES\"", "\"yes\"", "\"T\"", "\"  9\""}) {
     EXPECT_TRUE(isOK(value)) << value;
   }
@@ -57,7 +57,7 @@ TEST(ArchiveAnswer, OkIsFalseForNullListsAndObjectsAndWhereItIsMissing) {
   EXPECT_FALSE(ArchiveAnswer(R"({"OK":true})").isOK());
 }
 
-TEST(ArchiveAnswer, AnErrorIsItsTextEvenAnEmptyOne) {
+TEST(ArchiveAnswer, AnErrorIsItsStringEvenAnEmptyOne) {
   EXPECT_EQ(errorText("\"Gr\\u00f6\u00dfe\""), "Größe");
   EXPECT_EQ(errorText("\"\""), "");
 }
@@ -75,7 +75,7 @@ TEST(ArchiveAnswer, AnErrorThatIsANumberOrABooleanIsItsTextForm) {
   EXPECT_EQ(errorText("false"), "0");
 }
 
-TEST(ArchiveAnswer, AWholeNumberOfMoreThan64BitsIsToldAsARealOne) {
+TEST(ArchiveAnswer, AnIntegerOfMoreThan64BitsIsShownAsAFloat) {
   EXPECT_EQ(errorText("18446744073709551616"), "1.844674407370955e+19");
   EXPECT_EQ(errorText("-9223372036854775809"), "-9.223372036854776e+18");
 }

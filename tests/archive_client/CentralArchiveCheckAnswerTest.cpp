@@ -27,7 +27,7 @@ class CentralArchiveCheckAnswer : public ArchiveFixture {
   std::vector<std::string> answerMessages() const { return after(2, log_.messages()); }
   std::vector<std::string> answerLines() const { return after(5, log_.lines()); }
 
-  // A parse error of the answer, and that it is told as one.
+  // A parse error of the answer, and that it is logged as one.
   void expectParseError(const std::string& body, const std::string& preview) {
     const CheckReply reply = checkAnswered(body);
     ASSERT_TRUE(reply.error);
@@ -74,7 +74,7 @@ TEST_F(CentralArchiveCheckAnswer, ASuccessWithoutAListMeansThatNothingIsMissing)
   }
 }
 
-TEST_F(CentralArchiveCheckAnswer, IsToldOfBothLogsInThisOrder) {
+TEST_F(CentralArchiveCheckAnswer, IsWrittenToBothLogsInThisOrder) {
   const std::vector<std::pair<ScriptedAnswer, std::vector<std::string>>> answers = {
       {{200, R"({"ok":true,"missing_packages":[{}]})"},
        {"[CentralArchive] Missing package count from server: 1",
@@ -146,7 +146,7 @@ TEST_F(CentralArchiveCheckAnswer, AnEmptyOneIsError1002) {
                           "[CentralArchive] Empty response from server. HTTP status was: 204"));
 }
 
-TEST_F(CentralArchiveCheckAnswer, ARefusalWithoutATextIsError1003) {
+TEST_F(CentralArchiveCheckAnswer, ARefusalWithoutAMessageIsError1003) {
   const CheckReply reply = checkAnswered(R"({"ok": false, "missing_packages": [{}]})");
   EXPECT_EQ(reply.error, archiveError(1003, "Central archive check failed."));
   EXPECT_THAT(reply.value, IsEmpty());
@@ -206,7 +206,7 @@ TEST_F(CentralArchiveCheckAnswer, APreviewCountsUTF16UnitsAndCutsNoCharacterInTw
   expectParseError(begin + "\U0001F600" + "y", begin + "...");
 }
 
-TEST_F(CentralArchiveCheckAnswer, APreviewOfWhatIsNotUTF8SaysSo) {
+TEST_F(CentralArchiveCheckAnswer, APreviewOfWhatIsNotUTF8IsANoticeOfThat) {
   expectParseError("{\"ok\": \"\xFF\"}", "<non-utf8 response>");
 }
 

@@ -13,7 +13,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::StartsWith;
 
-// What the check request says of packages, and that it is sent at all.
+// What the check request holds of packages, and that it is sent at all.
 class CentralArchiveCheck : public ArchiveFixture {
  protected:
   using Fields = std::vector<std::pair<std::string, std::string>>;
@@ -87,7 +87,7 @@ TEST_F(CentralArchiveCheck, SendsAnEmptySecretAsAnEmptyField) {
             (std::pair<std::string, std::string>("X-Archive-Secret", "")));
 }
 
-TEST_F(CentralArchiveCheck, SendsASecretThatNoFieldCanCarryAsAnEmptyOne) {
+TEST_F(CentralArchiveCheck, SendsASecretThatNoHeaderFieldCanCarryAsAnEmptyOne) {
   for (const std::string& secret : unsendable()) {
     client_.setApiSecret(secret);
     sent({});
@@ -127,7 +127,7 @@ TEST_F(CentralArchiveCheck, SendsPackagesInTheirOrder) {
   EXPECT_EQ(packages[1]["identifier"], "a");
 }
 
-TEST_F(CentralArchiveCheck, SendsSixTextsOfAPackage) {
+TEST_F(CentralArchiveCheck, SendsSixStringsOfAPackage) {
   EXPECT_EQ(sentOf(package({{"Package", "com.example.tool"},
                             {"Name", "Größe \"1\""},
                             {"Version", "1.2"},
@@ -148,7 +148,7 @@ TEST_F(CentralArchiveCheck, SendsEveryCharacterAsWhatItIs) {
   EXPECT_EQ(sentOf(package({{"Version", text}}))["version"], text);
 }
 
-TEST_F(CentralArchiveCheck, SendsEmptyTextsOfAnEmptyRecord) {
+TEST_F(CentralArchiveCheck, SendsEmptyStringsOfAnEmptyRecord) {
   EXPECT_EQ(sentOf(PackageEntry()), json::parse(R"({"identifier": "", "version": "", "name": "",
                             "filename": "package_unknown", "size": "", "original_url": ""})"));
 }
@@ -166,13 +166,13 @@ TEST_F(CentralArchiveCheck, PrefersTheDownloadURL) {
   EXPECT_EQ(sent["original_url"], "https://repo.example/debs/a_1.0_iphoneos-arm.deb");
 }
 
-TEST_F(CentralArchiveCheck, TakesThePlaceInTheRepositoryWhereThereIsNoDownloadURL) {
+TEST_F(CentralArchiveCheck, TakesThePathInTheRepositoryWhereThereIsNoDownloadURL) {
   const json sent = sentOf(package({{"Filename", "debs/a.deb"}}));
   EXPECT_EQ(sent["filename"], "a.deb");
   EXPECT_EQ(sent["original_url"], "debs/a.deb");
 }
 
-TEST_F(CentralArchiveCheck, TakesThePlaceForTheNameWhereTheDownloadURLHasNoName) {
+TEST_F(CentralArchiveCheck, TakesTheNameFromThePathWhereTheDownloadURLHasNone) {
   const json sent = sentOf(package({{"DownloadURL", "//"}, {"Filename", "debs/a.deb/"}}));
   EXPECT_EQ(sent["filename"], "a.deb");
   EXPECT_EQ(sent["original_url"], "//");
@@ -202,7 +202,7 @@ TEST_F(CentralArchiveCheck, ShowsNoPasswordAndSendsItAsItIs) {
   EXPECT_THAT(*request.body, testing::HasSubstr("user:secret@repo.example"));
 }
 
-TEST_F(CentralArchiveCheck, TellsEachStepOfASuccess) {
+TEST_F(CentralArchiveCheck, LogsEachStepOfASuccess) {
   session_.answerNext({200, R"({"ok":true,"missing_packages":[{},{}]})"});
   check(client_, {package_}, "Installer4");
   const std::string size = std::to_string(session_.requests().at(0).body->size());
@@ -222,7 +222,7 @@ TEST_F(CentralArchiveCheck, TellsEachStepOfASuccess) {
                   "[CentralArchive] Missing package count from server: 2"));
 }
 
-TEST_F(CentralArchiveCheck, TellsOfBothLogsInThisOrder) {
+TEST_F(CentralArchiveCheck, WritesToBothLogsInThisOrder) {
   session_.answerNext({200, "?"});
   check(client_);
   EXPECT_THAT(
@@ -245,7 +245,7 @@ TEST_F(CentralArchiveCheck, TellsOfBothLogsInThisOrder) {
               "[CrawlerLogger][error] Central archive response was not a JSON dictionary.")));
 }
 
-TEST_F(CentralArchiveCheck, TellsAnAbsentTypeAsAnEmptyOne) {
+TEST_F(CentralArchiveCheck, LogsAnAbsentTypeAsAnEmptyOne) {
   sent({}, std::nullopt);
   EXPECT_EQ(log_.lines().at(2), "[CentralArchive] Repository type: ");
 }
@@ -265,7 +265,7 @@ TEST_F(CentralArchiveCheck, WithAnInvalidAddressFailsAtOnce) {
                                         "[CentralArchive] Package count: 1"));
 }
 
-TEST_F(CentralArchiveCheck, OfATextThatIsNotUnicodeFailsAtOnce) {
+TEST_F(CentralArchiveCheck, OfAStringThatIsNotUTF8FailsAtOnce) {
   package_.setVersion("1.\xFF");
   const CheckReply reply = check(client_, {package_});
   EXPECT_TRUE(reply.onCallersThread);
@@ -286,7 +286,7 @@ TEST_F(CentralArchiveCheck, OfATextThatIsNotUnicodeFailsAtOnce) {
                           "error: Could not encode central archive check request."));
 }
 
-TEST_F(CentralArchiveCheck, OfARepositoryOrATypeThatIsNotUnicodeFailsAtOnce) {
+TEST_F(CentralArchiveCheck, OfARepositoryOrATypeThatIsNotUTF8FailsAtOnce) {
   for (const auto& [repository, type] : {std::pair("https://\xFF.example/", "APT"),
                                          std::pair("https://repo.example/", "\xED\xA0\x80")}) {
     std::optional<Error> failure;

@@ -48,7 +48,7 @@ TEST_F(CentralArchiveSecret, TheSecretOfTheUserComesNext) {
   EXPECT_EQ(secret(), "sesame of the user") << "an empty one is none";
 }
 
-TEST_F(CentralArchiveSecret, ASecretThatOthersCanReadIsTold) {
+TEST_F(CentralArchiveSecret, AWarningIsLoggedForASecretThatOthersCanRead) {
   for (const mode_t mode : {0640, 0604, 0644}) {
     bundleSays("<string>sesame of the bundle</string>", mode);
     const LogRecorder log;
@@ -58,7 +58,7 @@ TEST_F(CentralArchiveSecret, ASecretThatOthersCanReadIsTold) {
   }
 }
 
-TEST_F(CentralArchiveSecret, ThatMayBeInDefaultsWhichOthersCanReadIsTold) {
+TEST_F(CentralArchiveSecret, ThatMayBeInDefaultsWhichOthersCanReadIsLogged) {
   for (const mode_t mode : {0640, 0604, 0644}) {
     userSays("<string>sesame of the user</string>", mode);
     const LogRecorder log;
@@ -68,7 +68,7 @@ TEST_F(CentralArchiveSecret, ThatMayBeInDefaultsWhichOthersCanReadIsTold) {
   }
 }
 
-TEST_F(CentralArchiveSecret, OfDefaultsThatNobodyElseCanReadIsNotTold) {
+TEST_F(CentralArchiveSecret, OfDefaultsThatOnlyTheUserCanReadIsNotLogged) {
   const LogRecorder log;
   EXPECT_EQ(secret(), "");
   userSays("<string>sesame of the user</string>", 0600);

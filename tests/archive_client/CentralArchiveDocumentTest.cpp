@@ -12,16 +12,16 @@ namespace {
 
 using testing::SizeIs;
 
-// The examples of docs/central-archive-api.md beside what the client sends, and makes of the
-// answer.
+// The examples of docs/central-archive-api.md against what the client sends, and how it reads the
+// answers.
 class CentralArchiveDocument : public ArchiveFixture {
  protected:
-  // What stands indented under a page's heading: its request and its answer.
+  // The indented blocks under a page's heading: its request and its answer.
   static std::vector<std::string> examplesOf(const std::string& page) {
     std::ifstream file(std::string(std::getenv("TOLVANE_SOURCE_DIR")) +
                        "/docs/central-archive-api.md");
     std::vector<std::string> examples;
-    std::string blanks;  // lines that may stand within an example
+    std::string blanks;  // lines that may be part of an example
     bool isOfPage = false;
     bool isInExample = false;
     for (std::string line; std::getline(file, line);) {

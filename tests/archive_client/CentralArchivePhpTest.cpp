@@ -29,7 +29,7 @@ header('Content-Type: application/json');
 echo json_encode(['ok' => true, 'upload_token' => 'sesame of php', 'missing_packages' => []]);
 )";
 
-// php's built-in server, which nobody wrote for this client.
+// php's built-in server: a server that was not written for this client.
 class CentralArchivePhp : public ArchiveFixture {
  protected:
   void SetUp() override {

@@ -25,7 +25,7 @@ class CentralArchiveToken : public ArchiveFixture {
 
   TokenReply answered(std::string body) { return answered({200, std::move(body)}); }
 
-  // No token, this error, and exactly one line of each kind beside those of every request.
+  // No token, this error, and exactly one line of each kind besides those of every request.
   void expectFailure(const TokenReply& reply, const std::optional<Error>& error,
                      const std::string& message, int status = 200) {
     EXPECT_EQ(reply.value, std::nullopt);
@@ -77,7 +77,7 @@ TEST_F(CentralArchiveToken, IsWaitedForAMinuteForBytesAndTwoForTheAnswer) {
   EXPECT_EQ(session_.configurations().at(0).timeoutIntervalForResource, std::chrono::seconds(120));
 }
 
-TEST_F(CentralArchiveToken, IsHandedOnKeptAndTold) {
+TEST_F(CentralArchiveToken, IsReturnedKeptAndLogged) {
   const TokenReply reply = answered(success());
   EXPECT_EQ(reply.value, kToken);
   EXPECT_EQ(reply.error, std::nullopt);
@@ -96,7 +96,7 @@ TEST_F(CentralArchiveToken, IsKeptBeforeTheCompletionIsCalled) {
   EXPECT_EQ(kept.get_future().get(), kToken);
 }
 
-TEST_F(CentralArchiveToken, IsKeptBeforeItIsTold) {
+TEST_F(CentralArchiveToken, IsKeptBeforeItIsLogged) {
   session_.answerNext({200, success()});
   std::vector<std::string> keptWhenTold;
   const auto observer = NotificationCenter::defaultCenter().addObserver(
@@ -106,17 +106,18 @@ TEST_F(CentralArchiveToken, IsKeptBeforeItIsTold) {
   EXPECT_THAT(keptWhenTold, ElementsAre("", kToken)) << "of the request and of the token";
 }
 
-TEST_F(CentralArchiveToken, IsToldBeforeTheCompletionIsCalled) {
+TEST_F(CentralArchiveToken, IsLoggedBeforeTheCompletionIsCalled) {
   session_.answerNext({200, success()});
-  std::promise<std::vector<std::string>> told;
+  std::promise<std::vector<std::string>> logged;
   client_.requestUploadTokenForRepositoryURL(
-      kRepository, "APT", 1, [&](const auto&, const auto&) { told.set_value(log_.reports()); });
-  EXPECT_THAT(told.get_future().get(), ElementsAre("info: Requesting upload token for 1 package(s)",
-                                                   "[CentralArchive] Upload token HTTP status: 200",
-                                                   "success: Upload token received."));
+      kRepository, "APT", 1, [&](const auto&, const auto&) { logged.set_value(log_.reports()); });
+  EXPECT_THAT(logged.get_future().get(),
+              ElementsAre("info: Requesting upload token for 1 package(s)",
+                          "[CentralArchive] Upload token HTTP status: 200",
+                          "success: Upload token received."));
 }
 
-TEST_F(CentralArchiveToken, FailuresAreToldOfBothLogsInThisOrder) {
+TEST_F(CentralArchiveToken, FailuresAreWrittenToBothLogsInThisOrder) {
   for (const ScriptedAnswer& answer :
        {timeout(), ScriptedAnswer{0, ""}, ScriptedAnswer{0, "?"}, ScriptedAnswer{0, "[]"},
         ScriptedAnswer{0, "{}"}, ScriptedAnswer{0, R"({"ok":true})"}}) {
@@ -149,7 +150,7 @@ TEST_F(CentralArchiveToken, StaysWhenALaterRequestFails) {
   }
 }
 
-TEST_F(CentralArchiveToken, TheServersOkIsReadByTheRuleForTexts) {
+TEST_F(CentralArchiveToken, TheServersOkIsReadByTheRuleForStrings) {
   EXPECT_EQ(answered(R"({"ok":" yes","upload_token":")" + std::string(kToken) + "\"}").value,
             kToken);
   EXPECT_EQ(answered(R"({"ok":"1","upload_token":")" + std::string(kToken) + "\"}").value, kToken);
@@ -168,7 +169,7 @@ TEST_F(CentralArchiveToken, AnInvalidAddressFailsAtOnce) {
   EXPECT_THAT(session_.requests(), IsEmpty());
 }
 
-TEST_F(CentralArchiveToken, ATextThatIsNotUnicodeFailsAtOnce) {
+TEST_F(CentralArchiveToken, AStringThatIsNotUTF8FailsAtOnce) {
   const TokenReply reply = requestToken(client_, 3, "\xFF");
   EXPECT_TRUE(reply.onCallersThread);
   EXPECT_EQ(reply.value, std::nullopt);
@@ -221,7 +222,7 @@ TEST_F(CentralArchiveToken, ValidJSONOtherThanAnObjectIsNeitherTokenNorError) {
   expectFailure(answered("[]"), std::nullopt, "Upload token response was not a JSON dictionary.");
 }
 
-TEST_F(CentralArchiveToken, ARefusalWithoutATextIsError3004) {
+TEST_F(CentralArchiveToken, ARefusalWithoutAMessageIsError3004) {
   expectFailure(answered(R"({"ok":false,"upload_token":"sesame"})"),
                 archiveError(3004, "Upload token request failed."),
                 "Upload token API error: Upload token request failed.");
@@ -236,11 +237,11 @@ TEST_F(CentralArchiveToken, ANumberIsNone) {
   expectNoToken(R"({"ok":true,"upload_token":12})");
 }
 
-TEST_F(CentralArchiveToken, AnEmptyTextIsNone) {
+TEST_F(CentralArchiveToken, AnEmptyStringIsNone) {
   expectNoToken(R"({"ok":true,"upload_token":""})");
 }
 
-TEST_F(CentralArchiveToken, ATextThatNoFieldCanCarryIsNone) {
+TEST_F(CentralArchiveToken, AStringThatNoHeaderFieldCanCarryIsNone) {
   for (const std::string& token : unsendable()) {
     const LogRecorder log;
     const TokenReply reply = answered(nlohmann::json{{"ok", true}, {"upload_token", token}}.dump());

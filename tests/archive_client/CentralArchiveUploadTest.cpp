@@ -42,7 +42,7 @@ class CentralArchiveUpload : public ArchiveFixture {
     return names;
   }
 
-  // That nothing was sent and nothing told on the system log.
+  // That nothing was sent and nothing written to the system log.
   void expectNothingSent(const UploadReply& reply, const Error& error) {
     EXPECT_TRUE(reply.onCallersThread);
     EXPECT_FALSE(reply.value);
@@ -51,7 +51,7 @@ class CentralArchiveUpload : public ArchiveFixture {
     EXPECT_THAT(log_.lines(), IsEmpty());
   }
 
-  // That it failed, and what the system log says of the answer. The log bus says nothing.
+  // That it failed, and the lines of the system log about the answer. The log bus has none.
   void expectFailure(const UploadReply& reply, const std::optional<Error>& error,
                      const std::vector<std::string>& lines) {
     EXPECT_FALSE(reply.value);
@@ -228,7 +228,7 @@ TEST_F(CentralArchiveUpload, NamesAreWrittenAsTheyAre) {
             std::string::npos);
 }
 
-TEST_F(CentralArchiveUpload, TextsThatAreNotUTF8AreWrittenAsTheyAre) {
+TEST_F(CentralArchiveUpload, StringsThatAreNotUTF8AreSentUnchanged) {
   package_.setVersion("1.\xFF");
   package_.setDisplayName("\xED\xA0\x80");
   const std::string name = "t\xF6ol.deb";
@@ -269,7 +269,7 @@ TEST_F(CentralArchiveUpload, OfAFileThatHasVanishedFails) {
 }
 
 TEST_F(CentralArchiveUpload, OfAFileThatHasShrunkSendsWhatIsLeft) {
-  const std::string path = "/sys/devices/system/cpu/online";  // a page long, it says
+  const std::string path = "/sys/devices/system/cpu/online";  // has a size of 4096 in stat()
   std::string left;
   if (appendFile(path, left)) GTEST_SKIP() << path << " is not there";
   session_.answerNext({200, R"({"ok":true})"});
@@ -289,7 +289,7 @@ TEST_F(CentralArchiveUpload, OfWhatIsNoFileFails) {
   }
 }
 
-TEST_F(CentralArchiveUpload, TellsASuccessOnTheSystemLogAlone) {
+TEST_F(CentralArchiveUpload, ReportsASuccessOnTheSystemLogAlone) {
   const UploadReply reply = answered({500, R"({"ok":true,"error":"ignored","more":1})"});
   EXPECT_TRUE(reply.value);
   EXPECT_EQ(reply.error, std::nullopt);
@@ -323,7 +323,7 @@ TEST_F(CentralArchiveUpload, AnAnswerThatIsNotJSONIsTheParseErrorWithTheWholePre
        "[CentralArchive] Upload response preview: " + body});
 }
 
-TEST_F(CentralArchiveUpload, APreviewOfWhatIsNotUTF8SaysSo) {
+TEST_F(CentralArchiveUpload, APreviewOfWhatIsNotUTF8IsANoticeOfThat) {
   const UploadReply reply = answered("\xFF");
   ASSERT_TRUE(reply.error);
   EXPECT_EQ(log_.lines().back(), "[CentralArchive] Upload response preview: <non-utf8 response>");
@@ -335,7 +335,7 @@ TEST_F(CentralArchiveUpload, ValidJSONOtherThanAnObjectIsNeitherSuccessNorError)
                  "[CentralArchive] Upload response preview: [true]"});
 }
 
-TEST_F(CentralArchiveUpload, ARefusalWithoutATextIsError2004) {
+TEST_F(CentralArchiveUpload, ARefusalWithoutAMessageIsError2004) {
   expectFailure(answered(R"({"ok":0})"), archiveError(2004, "Central archive upload failed."),
                 {status(200), bytes(8)});
 }

@@ -156,7 +156,7 @@ TEST_F(CentralArchiveWire, ALongListArrivesWhole) {
   EXPECT_EQ(received().json["packages"].size(), 5000u);
 }
 
-TEST_F(CentralArchiveWire, CredentialsReachNobodyElse) {
+TEST_F(CentralArchiveWire, CredentialsAreSentToNoOtherServer) {
   LoopbackServer other;
   other.onAnyOther(respond(200, R"({"ok":true,"upload_token":"sesame"})"));
   wired_.setUploadToken(kToken);

@@ -33,13 +33,13 @@ class Watch : public testing::EmptyTestEventListener {
   }
 
   void OnTestEnd(const testing::TestInfo&) override {
-    EXPECT_THAT(CredentialWatch::leaksIn(told()), testing::IsEmpty());
+    EXPECT_THAT(CredentialWatch::leaksIn(logged()), testing::IsEmpty());
     log_.reset();
   }
 
   void show(const std::string& text) { shown_.push_back(text); }
 
-  std::vector<std::string> told() const {
+  std::vector<std::string> logged() const {
     std::vector<std::string> texts = shown_;
     for (std::string& line : log_->allLines()) texts.push_back(std::move(line));
     for (std::string& message : log_->messages()) texts.push_back(std::move(message));
@@ -65,8 +65,8 @@ void CredentialWatch::show(const std::string& text) {
   Watch::current()->show(text);
 }
 
-std::vector<std::string> CredentialWatch::told() {
-  return Watch::current()->told();
+std::vector<std::string> CredentialWatch::logged() {
+  return Watch::current()->logged();
 }
 
 std::vector<std::string> CredentialWatch::leaksIn(const std::vector<std::string>& texts) {
@@ -81,8 +81,8 @@ TEST(CredentialWatch, HearsOfEveryLineMessageErrorAndArgument) {
   const std::string leak = std::string("open ") + kCredentialMark;
   SystemLog::write("a line");
   CredentialWatch::show("an error");
-  EXPECT_THAT(CredentialWatch::told(), testing::IsSupersetOf({"a line", "an error"}));
-  EXPECT_THAT(CredentialWatch::told().back(), testing::HasSubstr("tolvane_archive_client_tests"));
+  EXPECT_THAT(CredentialWatch::logged(), testing::IsSupersetOf({"a line", "an error"}));
+  EXPECT_THAT(CredentialWatch::logged().back(), testing::HasSubstr("tolvane_archive_client_tests"));
   EXPECT_EQ(CredentialWatch::leaksIn({"a line", leak}), std::vector<std::string>{leak});
 }
 

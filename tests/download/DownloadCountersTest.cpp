@@ -6,7 +6,7 @@
 namespace tolvane {
 namespace {
 
-TEST(DownloadCounters, TheLinesForPeopleHaveEachCounterInItsPlace) {
+TEST(DownloadCounters, TheStatusLinesHaveEachCounterInItsPosition) {
   const DownloadCounters counters{1, 2, 3, 4, 5};
   EXPECT_EQ(progressText(counters, 10),
             "9 / 10   Verified: 2   Failed: 3   Validation failed: 4   Skipped: 5");

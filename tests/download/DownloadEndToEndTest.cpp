@@ -27,13 +27,13 @@ using testing::Optional;
 
 using PackageList = DownloadQueueManager::PackageList;
 
-// What the index says of a file that holds "hello".
+// The index fields of a file that holds "hello".
 const PackageEntry::Dictionary kHello = {
     {"Size", "5"},
     {"MD5sum", "5d41402abc4b2a76b9719d911017c592"},
     {"SHA256", "2cf24dba5fb0a30e26e83b2ac5b9e29e1b161e5c1fa7425e73043362938b9824"}};
 
-// Package "foo" stands at pool/foo.deb of the repository and is saved as foo.deb.
+// Package "foo" is at pool/foo.deb of the repository and is saved as foo.deb.
 PackageEntry package(const std::string& name, PackageEntry::Dictionary fields = {}) {
   fields["Package"] = name;
   fields["Filename"] = "pool/" + name + ".deb";

@@ -25,7 +25,7 @@ const std::string kURL = "http://repo.example/pool/foo.deb";
 // Downloads into a fresh folder through a session that answers from a script.
 class DownloadManagerTest : public testing::Test {
  protected:
-  // A package "foo" that is to be saved as foo.deb, or what `fields` says instead.
+  // A package "foo" that is to be saved as foo.deb, or with `fields` instead.
   static PackageEntry package(PackageEntry::Dictionary fields = {}) {
     fields.emplace("Package", "foo");
     fields.emplace("Version", "1.0");
@@ -236,7 +236,7 @@ TEST(DownloadManagerTypes, KeepARepositoryAndItsFolderApartFromAFileAndItsPath) 
   EXPECT_FALSE((IsAnAttempt<DownloadURL, std::string>));
 }
 
-TEST_F(DownloadManagerTest, AnAttemptReplacesTheFileThatIsThere) {
+TEST_F(DownloadManagerTest, AnAttemptReplacesAnExistingFile) {
   folder_.write("foo.deb", "old");
   session_.answer(kURL, {200, "hello", {}});
   PendingOutcome outcome;

@@ -39,7 +39,7 @@ TEST(LocalFilename, OfAWholeURLKeepsItsQuery) {
   EXPECT_EQ(localName("https://repo.example/d/foo.deb?token=a%2Fb"), "foo.deb?token=a%2Fb");
 }
 
-TEST(LocalFilename, IsTakenAsItStands) {
+TEST(LocalFilename, IsTakenUnchanged) {
   EXPECT_EQ(localName("pool/Foo Bar:1\\é%20.DEB"), "Foo Bar:1\\é%20.DEB");
 }
 
@@ -55,7 +55,7 @@ TEST(LocalFilename, OfNothingButSlashesIsMadeOfNameAndVersion) {
             "foo_1.0.deb");
 }
 
-TEST(LocalFilename, TakesEmptyNameAndVersionAsTheyStand) {
+TEST(LocalFilename, TakesEmptyNameAndVersionUnchanged) {
   EXPECT_EQ(DownloadManager::localFilenameForPackage(package({{"Version", "1.0"}})), "_1.0.deb");
   EXPECT_EQ(DownloadManager::localFilenameForPackage(PackageEntry()), "_.deb");
 }
@@ -91,7 +91,7 @@ TEST(PackageURL, EncodesNothing) {
   EXPECT_EQ(urlOf("https://cdn.example/a b.deb", "http://repo.example"), "no URL");
 }
 
-TEST(PackageURL, StandsAloneWhereThereIsNoRepository) {
+TEST(PackageURL, IsThePathAloneWhereThereIsNoRepository) {
   EXPECT_EQ(urlOf("/pool/x.deb", "not a URL"), "/pool/x.deb");
 }
 

@@ -33,7 +33,7 @@ DownloadQueueManager::PackageList packages(std::size_t count) {
   return list;
 }
 
-// Its first download does not return until it is let go, so a queue of width 1 stands still.
+// Its first download does not return until it is released, so a queue of width 1 waits.
 class BlockingDownloadManager : public DownloadManager {
  public:
   void downloadPackage(const PackageEntry&, const std::optional<URL>&, const std::string&,
@@ -152,7 +152,7 @@ TEST_F(DownloadQueueCancellationTest, IsForgottenByAnEmptyRunToo) {
   EXPECT_FALSE(queue.cancelled());
 }
 
-TEST_F(DownloadQueueCancellationTest, AQueueThatGoesDiscardsWhatWaits) {
+TEST_F(DownloadQueueCancellationTest, AQueueThatIsDestroyedDiscardsWhatWaits) {
   const auto manager = std::make_shared<BlockingDownloadManager>();
   const QueueRun run;
   {

@@ -25,14 +25,14 @@ using PackageList = DownloadQueueManager::PackageList;
 
 constexpr const char* kWrongMD5 = "00000000000000000000000000000000";
 
-// Package "foo" stands at pool/foo.deb of the repository and is saved as foo.deb.
+// Package "foo" is at pool/foo.deb of the repository and is saved as foo.deb.
 PackageEntry package(const std::string& name, PackageEntry::Dictionary fields = {}) {
   fields.emplace("Package", name);
   fields.emplace("Filename", "pool/" + name + ".deb");
   return PackageEntry(fields);
 }
 
-// Every package arrives as "hello", unless the test says otherwise.
+// Every package arrives as "hello", unless the test answers otherwise.
 class DownloadQueueManagerTest : public testing::Test {
  protected:
   void serve(const std::string& name, ScriptedAnswer answer = {200, "hello", {}}) {

@@ -20,7 +20,7 @@ constexpr const char* kWrongMD5 = "00000000000000000000000000000000";
 constexpr const char* kWrongSHA256 =
     "0000000000000000000000000000000000000000000000000000000000000000";
 
-// A file "foo.deb" that holds "hello", and what the index says of it.
+// A file "foo.deb" that holds "hello", and the index fields of it.
 class Validation : public testing::Test {
  protected:
   std::optional<Error> validate(PackageEntry::Dictionary index) const {
@@ -56,7 +56,7 @@ TEST_F(Validation, ChecksTheSize) {
             managerError(2002, "Size mismatch for foo. Expected 6 bytes, got 5 bytes."));
 }
 
-TEST_F(Validation, OfA1000ByteFileGivenAs1234SaysBoth) {
+TEST_F(Validation, OfA1000ByteFileGivenAs1234NamesBothSizes) {
   folder_.write("foo.deb", std::string(1000, 'x'));
   EXPECT_EQ(validate({{"Size", "1234"}}),
             managerError(2002, "Size mismatch for foo. Expected 1234 bytes, got 1000 bytes."));

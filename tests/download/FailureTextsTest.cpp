@@ -9,7 +9,7 @@ namespace {
 const Error kTelling{"Domain", 1, "The disk is on fire."};
 const Error kSilent{"Domain", 1, ""};
 
-TEST(FailureTexts, AnErrorSpeaksForItself) {
+TEST(FailureTexts, AreTheDescriptionOfTheError) {
   EXPECT_EQ(transferFailureText(kTelling), "Download failed: The disk is on fire.");
   EXPECT_EQ(moveFailureText(kTelling), "Could not move downloaded file: The disk is on fire.");
   EXPECT_EQ(validationFailureText(kTelling), "The disk is on fire.");
@@ -17,7 +17,7 @@ TEST(FailureTexts, AnErrorSpeaksForItself) {
   EXPECT_EQ(metadataFolderFailureText(kTelling), "The disk is on fire.");
 }
 
-TEST(FailureTexts, AnErrorThatSaysNothingIsGivenWords) {
+TEST(FailureTexts, AreASentenceOfOursWithoutADescription) {
   EXPECT_EQ(transferFailureText(kSilent), "Download failed: Unknown error");
   EXPECT_EQ(moveFailureText(kSilent), "Could not move downloaded file: Unknown error");
   EXPECT_EQ(validationFailureText(kSilent), "Downloaded file failed validation.");

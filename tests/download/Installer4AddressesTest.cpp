@@ -11,11 +11,11 @@ std::string cleaned(const std::string& text) {
   return describe(Installer4Retrieval::cleanedInstaller4URLFromString(text));
 }
 
-TEST(Installer4URLCleaning, AnEmptyTextGivesNoURL) {
+TEST(Installer4URLCleaning, AnEmptyStringGivesNoURL) {
   EXPECT_EQ(cleaned(""), "(null)");
 }
 
-TEST(Installer4URLCleaning, ATextWithoutPackagesFolderStaysAsItIs) {
+TEST(Installer4URLCleaning, AStringWithoutPackagesFolderStaysAsItIs) {
   EXPECT_EQ(cleaned("http://zip.example/a.zip"), "http://zip.example/a.zip");
   EXPECT_EQ(cleaned("http://zip.example/packages"), "http://zip.example/packages");
 }
@@ -46,7 +46,7 @@ TEST(Installer4URLCleaning, APackagesFolderAtTheStartGetsASlash) {
   EXPECT_EQ(cleaned("packages/a.zip"), "/packages/a.zip");
 }
 
-TEST(Installer4URLCleaning, ATextThatIsNoURLGivesNone) {
+TEST(Installer4URLCleaning, AStringThatIsNoURLGivesNone) {
   EXPECT_EQ(cleaned("http://zip.example/my zip"), "(null)");
   EXPECT_EQ(cleaned("my repopackages/a.zip"), "(null)");
 }

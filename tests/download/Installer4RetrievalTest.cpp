@@ -74,7 +74,7 @@ TEST_F(Installer4RetrievalTest, AnInfoWithoutLocationFails) {
   EXPECT_THAT(session_.requests(), SizeIs(3)) << "no fallback for an info that has been read";
 }
 
-TEST_F(Installer4RetrievalTest, ALocationThatIsNoTextCountsAsAbsent) {
+TEST_F(Installer4RetrievalTest, ALocationThatIsNoStringCountsAsAbsent) {
   for (const char* value : {"<integer>1</integer>", "<array><string>x</string></array>", "<dict/>",
                             "<data>eA==</data>", "<true/>"}) {
     session_.answerNext({.body = "<plist><dict><key>location</key>"s + value + "</dict></plist>"});

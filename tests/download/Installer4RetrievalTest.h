@@ -66,7 +66,7 @@ class Installer4RetrievalTest : public testing::Test {
     session_.answer(url, {.body = body});
   }
 
-  // The retrieval object is gone before the retrieval ends.
+  // The retrieval object is destroyed before the retrieval ends.
   RetrievalOutcome retrieve(const PackageEntry& package) {
     return outcomeOfRetrieval([&](auto completion) {
       Installer4Retrieval(session_.factory())

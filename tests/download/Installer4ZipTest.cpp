@@ -69,14 +69,14 @@ TEST_F(Installer4RetrievalTest, AZipOfNoBytesIsSaved) {
   EXPECT_EQ(folder_.read("a.zip"), "");
 }
 
-TEST_F(Installer4RetrievalTest, AFileThatStandsThereIsReplaced) {
+TEST_F(Installer4RetrievalTest, AnExistingFileIsReplaced) {
   folder_.write("a.zip", "old");
   serve(kZip, "new");
   expectSuccess(downloadZip(kZip));
   EXPECT_EQ(folder_.read("a.zip"), "new");
 }
 
-TEST_F(Installer4RetrievalTest, AFailedZipLeavesTheFileThatStandsThere) {
+TEST_F(Installer4RetrievalTest, AFailedZipLeavesTheExistingFile) {
   folder_.write("a.zip", "old");
   expectFailure(downloadZip(kZip), kZipMissing);
   EXPECT_EQ(folder_.read("a.zip"), "old");

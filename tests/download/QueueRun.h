@@ -20,11 +20,11 @@
 
 namespace tolvane {
 
-// A main queue that the test drains when it wants, and that says how much has been posted.
+// A main queue that the test drains, and that counts what has been posted.
 class CountingRunLoop : public RunLoop {
  public:
   void post(Task task) override {
-    // Kept here: once the task is posted, the loop may have run it and be gone.
+    // Kept here: once the task is posted, the loop may have run it and been destroyed.
     const std::shared_ptr<Count> count = count_;
     RunLoop::post(std::move(task));
     const std::lock_guard lock(count->mutex);
@@ -103,7 +103,7 @@ class QueueRun {
     EXPECT_TRUE(drainUntilLetGo(loop)) << "the callbacks are still held";
   }
 
-  // Runs what is posted until the callbacks that were handed out are gone, so that nothing can
+  // Runs what is posted until the callbacks that were handed out are destroyed, so that nothing can
   // call them any more; false when they are held for longer than 10 seconds.
   bool drainUntilLetGo(RunLoop& loop) const {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);

@@ -52,7 +52,7 @@ class RepositoryMetadataArchiverTest : public testing::Test {
     session_.answer("http://repo.example/" + path, std::move(answer));
   }
 
-  // The archiver is gone before its downloads end.
+  // The archiver is destroyed before its downloads end.
   Archiving archive(const std::string& folder, const HTTPClientFactory& factory,
                     const std::optional<URL>& url = URL::parse("http://repo.example")) {
     const CompletionProbe<Archiving> probe;
@@ -229,7 +229,7 @@ TEST_F(RepositoryMetadataArchiverTest, ASlashAtTheRepositorysEndMakesNoDifferenc
   EXPECT_EQ(std::vector<std::string>(both.begin() + 23, both.end()), urls);
 }
 
-TEST_F(RepositoryMetadataArchiverTest, ACandidatesPathIsAppendedToTheRepositorysText) {
+TEST_F(RepositoryMetadataArchiverTest, ACandidatesPathIsAppendedToTheRepositorysURL) {
   const auto join = [](const char* path, const char* repository) {
     return absoluteText(
         RepositoryMetadataArchiver::URLForCandidatePath(path, URL::parse(repository)));

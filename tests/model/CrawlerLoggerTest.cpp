@@ -124,7 +124,7 @@ TEST(CrawlerLogObserver, GetsAnEmptyInfoMessageForANotificationWithoutEntries) {
   EXPECT_THAT(messages.texts, ElementsAre("0 info "));
 }
 
-TEST(CrawlerLogObserver, GetsNothingOnceItsTokenIsGone) {
+TEST(CrawlerLogObserver, GetsNothingOnceItsTokenIsDestroyed) {
   Messages messages;
   messages.token.reset();
   CrawlerLogger::logInfo("a");

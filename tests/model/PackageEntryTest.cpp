@@ -52,7 +52,7 @@ PackageEntry::Values valuesOf(const std::vector<std::pair<Field, std::string_vie
   return values;
 }
 
-TEST(PackageEntry, EveryTextOfAnEmptyDictionaryIsEmptyAndBothFlagsAreFalse) {
+TEST(PackageEntry, EveryStringOfAnEmptyDictionaryIsEmptyAndBothFlagsAreFalse) {
   for (const PackageEntry& entry : {PackageEntry(PackageEntry::Dictionary{}), PackageEntry()}) {
     EXPECT_EQ(texts(entry), kNoTexts);
     EXPECT_FALSE(entry.installer4Package());
@@ -60,7 +60,7 @@ TEST(PackageEntry, EveryTextOfAnEmptyDictionaryIsEmptyAndBothFlagsAreFalse) {
   }
 }
 
-TEST(PackageEntry, EachKeyFeedsItsOwnText) {
+TEST(PackageEntry, EachKeyFeedsItsOwnField) {
   PackageEntry::Dictionary dictionary;
   std::vector<std::string> expected;
   for (const TextField& field : kTextFields) {
@@ -70,7 +70,7 @@ TEST(PackageEntry, EachKeyFeedsItsOwnText) {
   EXPECT_EQ(texts(PackageEntry(dictionary)), expected);
 }
 
-TEST(PackageEntry, ATextIsReadByItsFieldToo) {
+TEST(PackageEntry, AStringIsReadByItsFieldToo) {
   for (const TextField& field : kTextFields) {
     const PackageEntry entry(PackageEntry::Dictionary{{field.key, "x"}});
     EXPECT_EQ(entry.text(field.field), "x") << field.key;
@@ -115,7 +115,7 @@ TEST(PackageEntry, APresentButEmptyNameStaysEmpty) {
   EXPECT_EQ(entry.displayName(), "");
 }
 
-TEST(PackageEntry, ASizeThatIsNoNumberIsKeptAsItStands) {
+TEST(PackageEntry, ASizeThatIsNoNumberIsKeptUnchanged) {
   EXPECT_EQ(PackageEntry(PackageEntry::Dictionary{{"Size", "1 2 kB"}}).size(), "1 2 kB");
 }
 
@@ -139,7 +139,7 @@ TEST(PackageEntry, FlagsFollowTheBooleanReadingOfTheirValues) {
   }
 }
 
-TEST(PackageEntry, AWriteAccessorChangesItsOwnTextAlone) {
+TEST(PackageEntry, AWriteAccessorChangesItsOwnFieldAlone) {
   for (std::size_t i = 0; i < kTextFields.size(); ++i) {
     PackageEntry entry;
     (entry.*kTextFields[i].write)("new");
@@ -161,7 +161,7 @@ TEST(PackageEntry, AFlagIsWrittenAloneToo) {
   EXPECT_EQ(entry.packageName(), "a");
 }
 
-TEST(PackageEntry, AWrittenTextIsACopy) {
+TEST(PackageEntry, AWrittenStringIsACopy) {
   std::string value = "first";
   PackageEntry entry;
   entry.setVersion(value);
@@ -169,7 +169,7 @@ TEST(PackageEntry, AWrittenTextIsACopy) {
   EXPECT_EQ(entry.version(), "first");
 }
 
-TEST(PackageEntry, AnEntryMayBeGivenATextOfItsOwn) {
+TEST(PackageEntry, AnEntryMayBeGivenAStringOfItsOwn) {
   PackageEntry entry(PackageEntry::Dictionary{{"Filename", "a/b.deb"}});
   entry.setDownloadURL(entry.filename());
   entry.setFilename(entry.filename().substr(2));

@@ -24,7 +24,7 @@ struct FetchOutcome {
 };
 
 // Hands start() a completion and waits until that has been called, once and never again. Other
-// fetches may go on at the same time.
+// fetches may run at the same time.
 template <typename Start>
 FetchOutcome outcomeAmongOthers(Start start) {
   const CompletionProbe<FetchOutcome> probe;
@@ -35,7 +35,7 @@ FetchOutcome outcomeAmongOthers(Start start) {
   return probe.wait();
 }
 
-// The same where no other fetch goes on: all that this one reports, it has reported when it calls
+// The same where no other fetch runs: all that this one reports, it has reported when it calls
 // its completion.
 template <typename Start>
 FetchOutcome outcomeOf(Start start) {
@@ -69,8 +69,7 @@ std::pair<FetchOutcome, FetchOutcome> outcomesOfTwo(ScriptedHTTPClient& session)
   return {std::move(one), std::move(two)};
 }
 
-// Lets so many requests of a session that is held go out, of which each must wait for the one
-// before.
+// Answers so many requests of a session that is held; each must wait for the one before.
 inline void expectOneInFlightAtATime(ScriptedHTTPClient& session, std::size_t requests) {
   for (std::size_t count = 1; count <= requests; ++count) {
     ASSERT_TRUE(session.waitForRequests(count));

@@ -41,7 +41,7 @@ class IndexFile : public testing::Test {
     return PackageEntry();
   }
 
-  // Why a file gives no packages; the log bus must have been told once.
+  // Why a file gives no packages; that must have been logged once.
   static Error errorOf(const std::string& path, RepositoryKind kind) {
     const LogRecorder log;
     const IndexFileResult result = readIndexFile(path, kind);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// What is said of an index for which memory does not suffice. Each test has a process of its own
-// with little memory.
+// What is logged and observed of an index for which memory does not suffice. Each test has a
+// process of its own with little memory.
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>

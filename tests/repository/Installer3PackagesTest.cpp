@@ -37,7 +37,7 @@ class Installer3Packages : public testing::Test {
   }
 };
 
-TEST_F(Installer3Packages, EveryKeyOfAnItemGoesToItsField) {
+TEST_F(Installer3Packages, EveryKeyOfAnItemFeedsItsField) {
   const PackageEntry package = fetchOne(R"(<?xml version="1.0" encoding="UTF-8"?>
 <plist version="1.0"><dict><key>packages</key><array><dict>
   <key>bundleIdentifier</key><string>com.example.a</string>
@@ -119,7 +119,7 @@ TEST_F(Installer3Packages, EveryKeyMayHoldANumber) {
   EXPECT_EQ(package.author(), "8");
 }
 
-TEST_F(Installer3Packages, NumbersBecomeTheSameTextsInEveryFormat) {
+TEST_F(Installer3Packages, NumbersBecomeTheSameStringsInEveryFormat) {
   const auto text = [](const std::string& characters) {
     return "\x5F\x10" + bigEndian(characters.size(), 1) + characters;
   };

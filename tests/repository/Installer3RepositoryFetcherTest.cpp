@@ -34,7 +34,7 @@ class Installer3RepositoryFetcherTest : public testing::Test {
  protected:
   Installer3RepositoryFetcherTest() { clock_.skipDelays(); }
 
-  // The fetcher is gone before its fetch ends.
+  // The fetcher is destroyed before its fetch ends.
   FetchOutcome fetch(const std::optional<URL>& url = URL::parse(kURL)) {
     return outcomeOf([&](auto completion) {
       Installer3RepositoryFetcher(session_.factory())

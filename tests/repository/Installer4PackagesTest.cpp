@@ -33,7 +33,7 @@ PackageEntry packageIn(const std::string& index) {
   return packages.front();
 }
 
-TEST(Installer4Packages, EveryKeyOfAnItemGoesToItsField) {
+TEST(Installer4Packages, EveryKeyOfAnItemFeedsItsField) {
   const PackageEntry package = packageIn(R"(<?xml version="1.0" encoding="UTF-8"?>
 <plist version="1.0"><dict><key>packages</key><array><dict>
   <key>identifier</key><string>com.example.a</string>
@@ -115,7 +115,7 @@ TEST(Installer4Packages, EveryKeyMayHoldANumber) {
   EXPECT_EQ(package.depiction(), "7");
 }
 
-TEST(Installer4Packages, ANumericVersionBecomesTheSameTextInEveryFormat) {
+TEST(Installer4Packages, ANumericVersionBecomesTheSameStringInEveryFormat) {
   const auto text = [](const std::string& characters) {
     return "\x5F\x10" + bigEndian(characters.size(), 1) + characters;
   };

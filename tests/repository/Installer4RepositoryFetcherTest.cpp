@@ -40,7 +40,7 @@ std::vector<std::string> allCandidates() {
 
 class Installer4RepositoryFetcherTest : public testing::Test {
  protected:
-  // The fetcher is gone before its fetch ends.
+  // The fetcher is destroyed before its fetch ends.
   FetchOutcome fetch(const std::optional<URL>& url = kRepository) {
     return outcomeOf([&](auto completion) {
       Installer4RepositoryFetcher(session_.factory())
@@ -91,7 +91,7 @@ TEST_F(Installer4RepositoryFetcherTest, TheCandidatesAre284PathsInAFixedOrder) {
   EXPECT_EQ(paths[283], "index-15.9.plist");
 }
 
-TEST_F(Installer4RepositoryFetcherTest, AnIndexInTheSecondPlaceIsFoundWithTwoRequests) {
+TEST_F(Installer4RepositoryFetcherTest, AnIndexAtTheSecondCandidateIsFoundWithTwoRequests) {
   session_.answer("http://repo.example/info/Info.plist", {.body = kIndex});
   const FetchOutcome outcome = fetch();
   EXPECT_THAT(outcome.packages,
@@ -201,7 +201,7 @@ TEST_F(Installer4RepositoryFetcherTest, AnErrorOutweighsTheStatusThatCameWithIt)
   }
 }
 
-TEST_F(Installer4RepositoryFetcherTest, AWalkGoesOnPastEveryBadCandidateToAGoodOne) {
+TEST_F(Installer4RepositoryFetcherTest, EveryBadCandidateIsPassedOverUntilAGoodOne) {
   for (const char* body : {"", "word", "{ }", "{ packages = (); }"}) {
     session_.answerNext({.body = body});
   }
@@ -229,7 +229,7 @@ TEST_F(Installer4RepositoryFetcherTest, NothingFoundEndsWithTheErrorAfter284Requ
   EXPECT_THAT(log_.reports(), ElementsAreArray(reports));
 }
 
-TEST_F(Installer4RepositoryFetcherTest, ACandidatesPathIsAppendedToTheRepositorysText) {
+TEST_F(Installer4RepositoryFetcherTest, ACandidatesPathIsAppendedToTheRepositorysURL) {
   const auto join = [](const char* path, const char* repository) {
     return absoluteText(
         Installer4RepositoryFetcher::URLForCandidatePath(path, URL::parse(repository)));

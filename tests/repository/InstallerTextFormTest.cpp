@@ -37,7 +37,7 @@ INSTANTIATE_TEST_SUITE_P(
                          }}),
     [](const auto& test) { return test.param.name; });
 
-TEST_P(InstallerTextForm, IsThatOfATextOrANumber) {
+TEST_P(InstallerTextForm, IsThatOfAStringOrANumber) {
   EXPECT_EQ(formOf(" a b "s), " a b ");
   EXPECT_EQ(formOf(PropertyList::Integer{-20}), "-20");
   EXPECT_EQ(formOf(PropertyList::Real{0.1 + 0.2, false}), "0.3");

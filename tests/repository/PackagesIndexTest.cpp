@@ -48,7 +48,7 @@ TEST(PackagesIndex, AByteOrderMarkIsNoPartOfTheText) {
               Optional(Eq("abcd")));
 }
 
-TEST(PackagesIndex, ReadingReportsTheTextsLengthAndThePackages) {
+TEST(PackagesIndex, ReadingLogsTheTextsLengthAndTheNumberOfPackages) {
   const LogRecorder log;
   const PackagesIndex index = readPackagesIndex(gzipped("Package: a\nFilename: b\n"), "a.gz");
   ASSERT_TRUE(index.packages);

@@ -74,7 +74,7 @@ TEST_P(EachFormat, AnEmptyBodyYieldsNothing) {
   EXPECT_EQ(GetParam().unpacked(""), std::nullopt);
 }
 
-TEST_P(EachFormat, APackedEmptyTextYieldsTheEmptyText) {
+TEST_P(EachFormat, ACompressedEmptyTextYieldsTheEmptyText) {
   EXPECT_THAT(GetParam().unpacked(GetParam().pack("")), Optional(Eq("")));
 }
 
@@ -84,12 +84,12 @@ TEST_P(EachFormat, AOneBytePayloadYieldsNothing) {
   }
 }
 
-TEST_P(EachFormat, ATextThatPacksToVeryLittleIsWhole) {
+TEST_P(EachFormat, ATextThatCompressesToVeryLittleIsWhole) {
   const std::string text(5'000'000, 'x');
   EXPECT_TRUE(GetParam().unpacked(GetParam().pack(text)) == text);
 }
 
-TEST_P(EachFormat, ATextThatRepeatsWhatStandsFarBehindIsWhole) {
+TEST_P(EachFormat, ATextWithRepetitionsFarApartIsWhole) {
   const std::string block = randomBytes(30'000);
   std::string text;
   while (text.size() < 1'000'000) text += block;
@@ -101,7 +101,7 @@ TEST_P(EachFormat, BytesThatDoNotPackAtAllAreWhole) {
   EXPECT_TRUE(GetParam().unpacked(GetParam().pack(bytes)) == bytes);
 }
 
-TEST_P(EachFormat, TheRoomBehindTheTextTakesNoMemory) {
+TEST_P(EachFormat, UnusedCapacityTakesNoMemory) {
   const std::optional<std::string> text =
       GetParam().unpacked(GetParam().pack(std::string(50'000'000, 'x')));
   ASSERT_TRUE(text);

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-#include <cstdio>
 #include <random>
 
 #include "repository/RepoParser.h"
@@ -191,33 +190,40 @@ TEST(RepoParser, ReadsMegabytesOfRandomTextsAsTheStepByStepReaderDoes) {
   EXPECT_TRUE(describe(RepoParser::parsePackagesText(text)) == describe(expected));
 }
 
-std::string outputOf(const std::string& command) {
-  std::string output;
-  FILE* const pipe = popen(command.c_str(), "r");
-  char buffer[4096];
-  while (const std::size_t count = fread(buffer, 1, sizeof buffer, pipe)) {
-    output.append(buffer, count);
+// An index in the shape of a distribution's: 19 lines a stanza, among them continued tags, a long
+// description and fields that no record has.
+std::string distributionIndex(const std::string& lineEnd) {
+  std::string text;
+  for (int i = 0; i < 500; ++i) {
+    const std::string name = "tool" + std::to_string(i);
+    text += "Package: " + name + "\nVersion: 1:" + std::to_string(i) + ".0~rc1-3+b2\n" +
+            "Installed-Size: 28591\nMaintainer: Zoë Ångström <zoe@lists.example>\n" +
+            "Architecture: amd64\nDepends: libc6 (>= 2.34), " + name + "-data (<= 1:2.0)\n" +
+            "Description: does what the tool " + name + " does\n It has:\n  - one thing;\n .\n" +
+            " and another: with a colon.\nHomepage: https://tools.example/" + name + "\n" +
+            "Tag: interface::graphical, role::program,\n uitoolkit::plain, use::editing\n" +
+            "Section: utils\nPriority: optional\nFilename: pool/main/t/" + name + ".deb\n" +
+            "Size: " + std::to_string(i * 1000) + "\nSHA256: " + std::string(64, 'a') + "\n\n";
   }
-  pclose(pipe);
-  return output;
+  return replaceAll(text, "\n", lineEnd);
 }
 
-TEST(RepoParser, ReadsTheIndexesOfThisMachinesDistribution) {
-  const std::vector<std::string> files = split(
-      outputOf("apt-get indextargets --format '$(FILENAME)' 'Created-By: Packages' 2>&1"), "\n");
-  std::size_t recordCount = 0;
-  for (const std::string& file : files) {
-    if (!file.starts_with('/')) continue;
-    const std::string text = outputOf("/usr/lib/apt/apt-helper cat-file '" + file + "'");
+TEST(RepoParser, ReadsADistributionsIndexAsTheStepByStepReaderDoes) {
+  for (const char* lineEnd : {"\n", "\r\n", "\r"}) {
+    const std::string text = distributionIndex(lineEnd);
     const std::vector<PackageEntry> records = RepoParser::parsePackagesText(text);
-    EXPECT_EQ(records.size(), split("\n" + text, "\nPackage: ").size() - 1) << file;
-    const std::string beginning = text.substr(0, text.find("\n\n", 200'000));
-    EXPECT_EQ(describe(RepoParser::parsePackagesText(beginning)),
-              describe(referenceRecords(beginning)))
-        << file;
-    recordCount += records.size();
+    EXPECT_EQ(records.size(), 500U);
+    EXPECT_EQ(describe(records), describe(referenceRecords(text)));
   }
-  if (recordCount == 0) GTEST_SKIP() << "this machine has no index of a distribution";
+}
+
+// Line ends are looked for stanza by stanza.
+TEST(RepoParser, ACarriageReturnMayComeFirstInALaterStanza) {
+  const std::string text = distributionIndex("\n");
+  for (const char* lineEnd : {"\r\n", "\r"}) {
+    const std::string mixed = text + distributionIndex(lineEnd) + text;
+    EXPECT_EQ(describe(RepoParser::parsePackagesText(mixed)), describe(referenceRecords(mixed)));
+  }
 }
 
 }  // namespace

@@ -32,7 +32,7 @@ TEST(RepoParser, AnEmptyTextHasNoRecords) {
   EXPECT_THAT(RepoParser::parsePackagesText(""), IsEmpty());
 }
 
-TEST(RepoParser, EachFieldOfAStanzaFeedsTheRecordsTextOfThatName) {
+TEST(RepoParser, EachFieldOfAStanzaFeedsTheRecordsFieldOfThatName) {
   const PackageEntry record = onlyRecord(
       "Package: com.example.a\nName: A\nVersion: 1.0-1\nArchitecture: iphoneos-arm\n"
       "Filename: ./debs/a.deb\nSize: 12\nMD5sum: 0a\nSHA256: 0b\nDescription: Text\n"
@@ -211,7 +211,7 @@ TEST(RepoParser, ATextFullOfEmptyLinesHasNoRecords) {
   EXPECT_THAT(RepoParser::parsePackagesText(std::string(100'001, '\r')), IsEmpty());
 }
 
-TEST(RepoParser, AnEmptyLineIsFoundWhereverItStands) {
+TEST(RepoParser, AnEmptyLineIsFoundAtEveryPosition) {
   // Around the 64 bytes that are searched at once.
   for (std::size_t length = 1; length < 200; ++length) {
     const std::string first = "Package: a\nFilename: " + std::string(length, 'f');

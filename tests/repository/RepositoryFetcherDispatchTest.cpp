@@ -39,7 +39,7 @@ constexpr Entry kInstaller3 = &RepositoryFetcher::fetchInstaller3PackagesFromRep
 
 class RepositoryFetcherDispatch : public testing::Test {
  protected:
-  // The fetcher is gone before its fetch ends.
+  // The fetcher is destroyed before its fetch ends.
   FetchOutcome fetch(Entry entry, const std::optional<URL>& url = kRepository) {
     return outcomeOf([&](auto completion) {
       (RepositoryFetcher(session_.factory()).*entry)(url, std::move(completion));

@@ -155,7 +155,7 @@ TEST_F(RepositoryFetcherReports, AnErrorPageBeyondTheMaximumIsPassedOverSilently
                                            "error: No Cydia/APT Packages file found."));
 }
 
-TEST_F(RepositoryFetcherReports, ADecodedTextIsMeasuredInUTF16Units) {
+TEST_F(RepositoryFetcherReports, ADecodedTextIsMeasuredInUTF16CodeUnits) {
   const std::string text = kIndex + "Name: \u00E9\U0001F600";
   session_.answer("http://repo.example/a", {.body = text});
   walk({"a"});

@@ -59,7 +59,7 @@ TEST_F(RepositoryFetcherTest, StanzasThatAllLackFilenameSendTheWalkOn) {
               ElementsAre("http://repo.example/Packages", "http://repo.example/Packages.gz"));
 }
 
-TEST_F(RepositoryFetcherTest, APlainTextUnderThePackedNameIsPassedOver) {
+TEST_F(RepositoryFetcherTest, APlainTextUnderACompressedNameIsPassedOver) {
   session_.answer("http://repo.example/a.gz", {.body = kIndex});
   session_.answer("http://repo.example/a", {.body = kIndex});
   EXPECT_TRUE(walk({"a.gz", "a"}).packages);
@@ -107,7 +107,7 @@ TEST_F(RepositoryFetcherTest, ATrailingSlashOfTheRepositoryMakesNoDifference) {
   EXPECT_THAT(session_.requestedURLs(), ElementsAreArray(allCandidates()));
 }
 
-TEST_F(RepositoryFetcherTest, AQueryOfTheRepositoryStandsBeforeTheCandidatesPath) {
+TEST_F(RepositoryFetcherTest, AQueryOfTheRepositoryComesBeforeTheCandidatesPath) {
   session_.answer("http://repo.example/r?k=v/Packages", {.body = kIndex});
   EXPECT_TRUE(fetch("http://repo.example/r?k=v").packages);
 }

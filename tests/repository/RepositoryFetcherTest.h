@@ -40,7 +40,7 @@ class RepositoryFetcherTest : public testing::Test {
   LogRecorder log_;
 
  private:
-  // The fetcher is gone before its walk ends.
+  // The fetcher is destroyed before its walk ends.
   template <typename Start>
   FetchOutcome outcomeOfWalk(Start start) {
     return outcomeOf([&](auto completion) {

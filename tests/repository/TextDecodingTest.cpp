@@ -35,12 +35,12 @@ TEST(TextDecoding, ALeadingUTF8MarkIsDropped) {
               Optional(Eq("a" + kMark)));
 }
 
-TEST(TextDecoding, InLatin1AMarkIsTextLikeAnyOther) {
+TEST(TextDecoding, InLatin1AByteOrderMarkIsTextLikeAnyOther) {
   EXPECT_THAT(RepositoryFetcher::stringFromTextData(kMark + "\xE9"),
               Optional(Eq("\u00EF\u00BB\u00BF\u00E9")));
 }
 
-TEST(TextDecoding, ValidTextIsHandedThroughWithoutACopy) {
+TEST(TextDecoding, ValidTextIsReturnedWithoutACopy) {
   std::string text(1000, 'x');
   const char* const data = text.data();
   const std::optional<std::string> decoded = RepositoryFetcher::stringFromTextData(std::move(text));
@@ -48,13 +48,13 @@ TEST(TextDecoding, ValidTextIsHandedThroughWithoutACopy) {
   EXPECT_EQ(decoded->data(), data);
 }
 
-TEST(TextDecoding, UnpackedBytesAreDecodedToo) {
+TEST(TextDecoding, DecompressedBytesAreDecodedToo) {
   EXPECT_THAT(RepositoryFetcher::stringFromGzipData(gzipped("\xE9")), Optional(Eq("\u00E9")));
   EXPECT_THAT(RepositoryFetcher::stringFromBzip2Data(bzip2ed("\xE9")), Optional(Eq("\u00E9")));
   EXPECT_THAT(RepositoryFetcher::stringFromXZData(xzed("\xE9")), Optional(Eq("\u00E9")));
 }
 
-TEST(TextDecoding, AnEmptyBodyUnpacksToNothing) {
+TEST(TextDecoding, AnEmptyBodyDecompressesToNothing) {
   EXPECT_EQ(RepositoryFetcher::stringFromGzipData(""), std::nullopt);
   EXPECT_EQ(RepositoryFetcher::stringFromBzip2Data(""), std::nullopt);
   EXPECT_EQ(RepositoryFetcher::stringFromXZData(""), std::nullopt);

@@ -27,7 +27,7 @@ class Reader {
     return true;
   }
 
-  // What stands before `end`, which is taken too.
+  // The bytes before `end`, which is taken too.
   std::optional<std::string> takeUntil(std::string_view end) {
     const std::size_t at = rest_.find(end);
     if (at == std::string_view::npos) return std::nullopt;

@@ -30,7 +30,7 @@ struct ArchiveRequest {
 ArchiveRequest readArchiveRequest(LoopbackRequest request);
 
 // A central archive on a free port of 127.0.0.1. It keeps what it is sent, refuses what is not
-// right, and answers the rest as it is told.
+// right, and answers the rest as the test sets it.
 class CentralArchiveServer {
  public:
   CentralArchiveServer();
@@ -39,7 +39,7 @@ class CentralArchiveServer {
   std::string baseURL() const { return server_.url("/central_archive/archive-api"); }
 
   // How requests to "check_repo.php", "request_upload_token.php" or "upload_package.php" are
-  // answered from now on. At first each is told that it succeeded.
+  // answered from now on. At first each is answered with success.
   void answer(const std::string& page, LoopbackHandler handler);
 
   std::vector<ArchiveRequest> requests() const;
