@@ -32,6 +32,11 @@ std::optional<Error> errorOfEarlySuccess(std::string_view answer, const HTTPResp
                "The server answered before the whole request was sent."};
 }
 
+// A string for JSON was not UTF-8; `description` says of what.
+Error encodingError(std::string description) {
+  return {std::string(kJSONErrorDomain), kJSONWriteError, std::move(description)};
+}
+
 // No value where a string is not UTF-8, or where there is no memory for it.
 std::optional<std::string> tokenBody(std::string_view repositoryURL,
                                      std::string_view repositoryType, std::size_t packageCount) {
@@ -152,15 +157,8 @@ TokenResult tokenResultOf(std::string_view body, const std::optional<HTTPRespons
 }  // namespace
 
 std::string_view archiveTypeOf(RepositoryKind kind) {
-  switch (kind) {
-    case RepositoryKind::installer4:
-      return "Installer4";
-    case RepositoryKind::installer3:
-      return "Installer3";
-    case RepositoryKind::apt:
-    case RepositoryKind::automatic:
-      break;
-  }
+  if (kind == RepositoryKind::installer4) return "Installer4";
+  if (kind == RepositoryKind::installer3) return "Installer3";
   return "APT";
 }
 

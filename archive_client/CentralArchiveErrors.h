@@ -2,16 +2,16 @@
 #pragma once
 
 #include <string>
+#include <utility>
 
+#include "archive_client/CentralArchiveClient.h"
 #include "base/Error.h"
 
-// Internal to this folder.
 namespace tolvane {
 
-// Of kCentralArchiveErrorDomain.
-Error archiveError(int code, std::string description);
-
-// A string for JSON was not UTF-8; `description` says of what.
-Error encodingError(std::string description);
+// Internal to this folder.
+inline Error archiveError(int code, std::string description) {
+  return {std::string(kCentralArchiveErrorDomain), code, std::move(description)};
+}
 
 }  // namespace tolvane

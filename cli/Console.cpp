@@ -20,16 +20,9 @@ constexpr std::string_view kPlain = "\033[0m";
 constexpr std::string_view kEraseLine = "\r\033[K";
 
 std::string_view colorOf(LogType type) {
-  switch (type) {
-    case LogType::error:
-      return kRed;
-    case LogType::success:
-      return kGreen;
-    case LogType::warning:
-      return kYellow;
-    case LogType::info:
-      break;
-  }
+  if (type == LogType::error) return kRed;
+  if (type == LogType::success) return kGreen;
+  if (type == LogType::warning) return kYellow;
   return kFaint;
 }
 

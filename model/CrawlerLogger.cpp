@@ -1,12 +1,21 @@
 // SPDX-License-Identifier: MIT
 #include "model/CrawlerLogger.h"
 
+#include <algorithm>
+#include <array>
 #include <string>
 #include <utility>
 
 #include "base/SystemLog.h"
 
 namespace tolvane {
+
+namespace {
+
+// By the number of their LogType.
+constexpr std::array<std::string_view, 4> kTypeTexts{"info", "success", "warning", "error"};
+
+}  // namespace
 
 void CrawlerLogger::logInfo(std::string_view message) {
   logMessage(message, static_cast<int>(LogType::info));
@@ -34,24 +43,12 @@ void CrawlerLogger::logMessage(std::string_view message, int type) {
 }
 
 std::string_view CrawlerLogger::stringForLogType(int type) {
-  switch (static_cast<LogType>(type)) {
-    case LogType::success:
-      return "success";
-    case LogType::warning:
-      return "warning";
-    case LogType::error:
-      return "error";
-    case LogType::info:
-      break;
-  }
-  return "info";
+  return type > 0 && type < static_cast<int>(kTypeTexts.size()) ? kTypeTexts[type] : kTypeTexts[0];
 }
 
 LogType logTypeOf(std::string_view typeText) {
-  for (const LogType type : {LogType::success, LogType::warning, LogType::error}) {
-    if (typeText == CrawlerLogger::stringForLogType(static_cast<int>(type))) return type;
-  }
-  return LogType::info;
+  const auto* const found = std::find(kTypeTexts.begin(), kTypeTexts.end(), typeText);
+  return found == kTypeTexts.end() ? LogType::info : LogType(found - kTypeTexts.begin());
 }
 
 NotificationCenter::Token observeCrawlerLog(std::function<void(const CrawlerMessage&)> observer) {

@@ -26,24 +26,6 @@ Unpack* unpackerOf(std::string_view name) {
   return nullptr;
 }
 
-std::optional<std::string> decode(std::string bytes, std::string_view name, bool& outOfMemory) {
-  try {
-    return decodeIndex(std::move(bytes), name);
-  } catch (const std::bad_alloc&) {
-    outOfMemory = true;
-    return std::nullopt;
-  }
-}
-
-std::vector<PackageEntry> parse(std::string text, bool& outOfMemory) {
-  try {
-    return RepoParser::packagesInText(std::move(text));
-  } catch (const std::bad_alloc&) {
-    outOfMemory = true;
-    return {};
-  }
-}
-
 }  // namespace
 
 std::optional<std::string> decodeIndexText(std::string bytes, std::size_t maximumSize) {
@@ -65,12 +47,18 @@ std::optional<std::string> decodeIndex(std::string bytes, std::string_view name,
 
 PackagesIndex readPackagesIndex(std::string bytes, std::string_view name) {
   PackagesIndex index;
-  std::optional<std::string> text = decode(std::move(bytes), name, index.outOfMemory);
-  if (!text) return index;
-  const std::size_t length = utf16Length(*text);
-  SystemLog::write("[Crawler] Decoded Packages file ({} chars)", length);
-  CrawlerLogger::logSuccess(fmt::format("Decoded Packages file ({} chars)", length));
-  index.packages = parse(std::move(*text), index.outOfMemory);
+  try {
+    std::optional<std::string> text = decodeIndex(std::move(bytes), name);
+    if (!text) return index;
+    const std::size_t length = utf16Length(*text);
+    SystemLog::write("[Crawler] Decoded Packages file ({} chars)", length);
+    CrawlerLogger::logSuccess(fmt::format("Decoded Packages file ({} chars)", length));
+    index.packages.emplace();
+    index.packages = RepoParser::packagesInText(std::move(*text));
+  } catch (const std::bad_alloc&) {
+    index.outOfMemory = true;
+    if (!index.packages) return index;
+  }
   SystemLog::write("[Crawler] Parsed {} packages", index.packages->size());
   CrawlerLogger::logSuccess(fmt::format("Parsed {} package(s)", index.packages->size()));
   return index;

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "repository/RepositoryFetcher.h"
 
-#include <algorithm>
-#include <array>
 #include <chrono>
 #include <fmt/format.h>
 #include <new>

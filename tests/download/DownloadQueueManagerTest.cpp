@@ -302,6 +302,28 @@ TEST_F(DownloadQueueManagerTest, ReportsProgressOncePerPackageAndThenCompletes) 
   EXPECT_EQ(run.reports().back(), (ProgressReport{3, 3, 1, 1, 1, 1}));
 }
 
+TEST_F(DownloadQueueManagerTest, HandsTheCountersOfARunOverAsOneStruct) {
+  folder_.write("present.deb", "");
+  serve("good");
+  serve("bad");
+  std::vector<std::string> lines;
+  queue_.setMaxConcurrentDownloads(1);
+  queue_.startRun(
+      {package("present"), package("good"), package("bad", {{"Size", "4"}})}, repository_,
+      folder_.path(),
+      [&](const DownloadCounters& counters, std::uint64_t total) {
+        lines.push_back(progressText(counters, total));
+      },
+      [&](const DownloadCounters& counters) {
+        lines.push_back(summaryText(counters));
+        loop_.quit();
+      });
+  loop_.run();
+  ASSERT_THAT(lines, SizeIs(4));
+  EXPECT_EQ(lines[2], "3 / 3   Verified: 1   Failed: 1   Validation failed: 1   Skipped: 1");
+  EXPECT_EQ(lines[3], "Downloaded: 1  Verified: 1  Failed: 1  Validation failed: 1  Skipped: 1");
+}
+
 TEST_F(DownloadQueueManagerTest, ReportsTheProgressOfEachOutcomeAsItComes) {
   for (const char* name : {"a", "b", "c"}) serve(name);
   session_.hold();
