@@ -11,7 +11,7 @@
 
 #include "base/FileDescriptor.h"
 #include "base/FolderFlush.h"
-#include "base/LargePages.h"
+#include "base/LargeString.h"
 
 namespace tolvane {
 

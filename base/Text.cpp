@@ -6,7 +6,7 @@
 #include <cstring>
 #include <limits>
 
-#include "base/LargePages.h"
+#include "base/LargeString.h"
 
 namespace tolvane {
 
@@ -150,7 +150,7 @@ std::optional<std::string> textFromLatin1(std::string bytes, std::size_t maximum
   if (others > maximumSize || bytes.size() > maximumSize - others) return std::nullopt;
   std::size_t from = bytes.size();
   std::size_t to = from + others;
-  if (to > bytes.capacity()) growLarge(bytes, to);
+  if (to > bytes.capacity()) reserveLarge(bytes, to);
   bytes.resize(to);
   // From the back, where there is room. What is in front of the first such byte stays as it is.
   while (from < to) {

@@ -12,7 +12,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include "base/LargePages.h"
+#include "base/LargeString.h"
 #include "base/Text.h"
 #include "http/CurlClient.h"
 #include "http/CurlErrors.h"

@@ -4,7 +4,7 @@
 #include <new>
 #include <zlib.h>
 
-#include "base/LargePages.h"
+#include "base/LargeString.h"
 #include "http/CurlErrors.h"
 
 namespace tolvane {

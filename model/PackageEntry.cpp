@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "model/PackageEntry.h"
 
-#include "base/LargePages.h"
 #include "base/Text.h"
 
 namespace tolvane {
@@ -134,7 +133,7 @@ struct PackageEntry::Builder::Index {
 
 PackageEntry::Builder::Builder(std::string indexText) : index_(std::make_shared<Index>()) {
   index_->text = std::move(indexText);
-  reserveLarge(index_->records, index_->text.size() / kGuessedBytesPerRecord);
+  index_->records.reserve(index_->text.size() / kGuessedBytesPerRecord);
 }
 
 PackageEntry::Builder::~Builder() = default;

@@ -10,7 +10,7 @@
 #include <new>
 #include <zlib.h>
 
-#include "base/LargePages.h"
+#include "base/LargeString.h"
 
 namespace tolvane {
 

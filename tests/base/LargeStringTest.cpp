@@ -4,7 +4,7 @@
 #include <new>
 #include <sys/resource.h>
 
-#include "base/LargePages.h"
+#include "base/LargeString.h"
 
 namespace tolvane {
 namespace {
@@ -26,7 +26,7 @@ std::string numberedBytes(std::size_t count) {
   return bytes;
 }
 
-TEST(LargePages, AppendedBytesStandInTheirOrder) {
+TEST(LargeString, AppendedBytesStandInTheirOrder) {
   const std::string bytes = numberedBytes(30'000'000);
   std::string text;
   for (std::size_t i = 0; i < bytes.size(); i += 99'991) {
@@ -35,25 +35,25 @@ TEST(LargePages, AppendedBytesStandInTheirOrder) {
   EXPECT_TRUE(text == bytes);
 }
 
-TEST(LargePages, NoRoomBeyondTheMaximumIsAskedFor) {
+TEST(LargeString, NoRoomBeyondTheMaximumIsAskedFor) {
   std::string text;
   for (int i = 0; i < 30; ++i) appendLarge(text, std::string(100'000, 'x'), 3'000'000);
   EXPECT_EQ(text.size(), 3'000'000U);
   EXPECT_EQ(text.capacity(), 3'000'000U);
 }
 
-TEST(LargePages, AStringThatGrowsStaysWhole) {
+TEST(LargeString, AStringThatGrowsStaysWhole) {
   for (const std::size_t size : {std::size_t{0}, std::size_t{10}, std::size_t{4095}, 4 * kMiB - 1,
                                  4 * kMiB, 4 * kMiB + 1, 13 * kMiB + 77}) {
     const std::string bytes = numberedBytes(size);
     std::string text = bytes;
-    growLarge(text, size + kMiB);
+    reserveLarge(text, size + kMiB);
     EXPECT_GE(text.capacity(), size + kMiB);
     EXPECT_TRUE(text == bytes) << size;
   }
 }
 
-TEST(LargePagesDeathTest, AStringThatGrowsIsNotInMemoryTwice) {
+TEST(LargeStringDeathTest, AStringThatGrowsIsNotInMemoryTwice) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
   GTEST_SKIP() << "sanitizers keep what was freed";
 #endif
