@@ -7,7 +7,7 @@
 #include <sqlite3.h>
 #include <utility>
 
-#include "base/Text.h"
+#include "base/File.h"
 #include "ui/Strings.h"
 
 namespace tolvane {

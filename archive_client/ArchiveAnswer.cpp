@@ -8,6 +8,7 @@
 
 #include "archive_client/AnswerEncoding.h"
 #include "base/Text.h"
+#include "base/UTF8.h"
 #include "plist/PropertyList.h"
 
 namespace tolvane {

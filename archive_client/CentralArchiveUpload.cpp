@@ -9,7 +9,6 @@
 #include "archive_client/CheckRequestBody.h"
 #include "base/File.h"
 #include "base/SystemLog.h"
-#include "base/Text.h"
 #include "base/URL.h"
 #include "base/UUID.h"
 #include "model/CrawlerLogger.h"

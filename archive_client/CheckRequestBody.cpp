@@ -7,7 +7,8 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
-#include "base/Text.h"
+#include "base/File.h"
+#include "base/UTF8.h"
 
 namespace tolvane {
 

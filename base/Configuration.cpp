@@ -7,7 +7,7 @@
 #include <system_error>
 #include <unistd.h>
 
-#include "base/Text.h"
+#include "base/File.h"
 
 namespace tolvane {
 

@@ -35,6 +35,11 @@ bool isFolder(const std::string& path) {
   return status && S_ISDIR(status->st_mode);
 }
 
+std::string_view withoutTrailingSlashes(std::string_view text) {
+  while (text.ends_with('/')) text.remove_suffix(1);
+  return text;
+}
+
 }  // namespace
 
 bool isFileName(std::string_view name) {
@@ -51,6 +56,20 @@ bool hasControlCharacter(std::string_view name) {
     if (leadsC1 && static_cast<unsigned char>(name[i + 1]) <= 0x9F) return true;
   }
   return false;
+}
+
+std::string_view lastPathComponent(std::string_view path) {
+  path = withoutTrailingSlashes(path);
+  return path.substr(path.rfind('/') + 1);
+}
+
+std::string joinPath(std::string_view folder, std::string_view name) {
+  if (folder.empty()) return std::string(name);
+  folder = withoutTrailingSlashes(folder);
+  while (name.starts_with('/')) name.remove_prefix(1);
+  std::string path;
+  path.reserve(folder.size() + 1 + name.size());
+  return path.append(folder).append("/").append(name);
 }
 
 bool fileExists(const std::string& path) {

@@ -21,6 +21,13 @@ bool isFileName(std::string_view name);
 // ISO 8859-1.
 bool hasControlCharacter(std::string_view name);
 
+// The part after the last "/", trailing "/" ignored; "" for a path of nothing but "/". It is not
+// percent-decoded, and a query stays part of it.
+std::string_view lastPathComponent(std::string_view path);
+
+// `folder` and `name` joined with exactly one "/" between them; `name` alone for an empty folder.
+std::string joinPath(std::string_view folder, std::string_view name);
+
 // Whether the file system takes no name as long as the path's last component, or no path as long as
 // this one. Its folder need not exist.
 bool isNameTooLong(const std::string& path);

@@ -18,8 +18,8 @@
 #include <unistd.h>
 #include <utility>
 
+#include "base/File.h"
 #include "base/FileDescriptor.h"
-#include "base/Text.h"
 
 namespace tolvane {
 

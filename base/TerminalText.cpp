@@ -4,7 +4,7 @@
 #include <unicode/uchar.h>
 #include <unicode/utf8.h>
 
-#include "base/Text.h"
+#include "base/UTF8.h"
 
 namespace tolvane {
 

@@ -4,6 +4,7 @@
 #include <limits>
 #include <uriparser/Uri.h>
 
+#include "base/File.h"
 #include "base/Text.h"
 
 namespace tolvane {

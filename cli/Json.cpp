@@ -8,7 +8,7 @@
 #include <unicode/utf8.h>
 
 #include "base/TerminalText.h"
-#include "base/Text.h"
+#include "base/UTF8.h"
 
 namespace tolvane {
 

@@ -13,7 +13,6 @@
 #include "async/DispatchGroup.h"
 #include "base/File.h"
 #include "base/TemporaryFile.h"
-#include "base/Text.h"
 #include "model/CrawlerLogger.h"
 
 namespace tolvane {

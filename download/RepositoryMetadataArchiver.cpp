@@ -9,7 +9,6 @@
 #include "base/File.h"
 #include "base/SystemLog.h"
 #include "base/TemporaryFile.h"
-#include "base/Text.h"
 #include "download/FailureTexts.h"
 
 namespace tolvane {

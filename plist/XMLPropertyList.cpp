@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "base/Text.h"
+#include "base/UTF8.h"
 #include "plist/PropertyListReaders.h"
 
 namespace tolvane {

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "base/SystemLog.h"
-#include "base/Text.h"
+#include "base/UTF8.h"
 #include "model/CrawlerLogger.h"
 #include "repository/RepoParser.h"
 

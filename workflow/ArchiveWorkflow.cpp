@@ -10,7 +10,6 @@
 #include "base/Configuration.h"
 #include "base/File.h"
 #include "base/SystemLog.h"
-#include "base/Text.h"
 
 namespace tolvane {
 

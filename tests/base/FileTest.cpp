@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <string>
+#include <string_view>
 #include <sys/stat.h>
 
 #include "base/File.h"
@@ -11,8 +12,43 @@
 namespace tolvane {
 namespace {
 
+using namespace std::string_view_literals;
+
 std::string withNul(const std::string& path) {
   return path + std::string(1, '\0') + "x";
+}
+
+TEST(File, TheLastPathComponentFollowsTheLastSlash) {
+  EXPECT_EQ(lastPathComponent("pool/main/a.deb"), "a.deb");
+  EXPECT_EQ(lastPathComponent("a.deb"), "a.deb");
+  EXPECT_EQ(lastPathComponent("/a.deb"), "a.deb");
+  EXPECT_EQ(lastPathComponent(""), "");
+  EXPECT_EQ(lastPathComponent("a/.."), "..");
+}
+
+TEST(File, TheLastPathComponentIgnoresTrailingSlashes) {
+  EXPECT_EQ(lastPathComponent("pool/main/"), "main");
+  EXPECT_EQ(lastPathComponent("pool//main///"), "main");
+  EXPECT_EQ(lastPathComponent("/"), "");
+  EXPECT_EQ(lastPathComponent("///"), "");
+}
+
+TEST(File, TheLastPathComponentKeepsQueriesAndPercentSigns) {
+  EXPECT_EQ(lastPathComponent("pool/a%20b.deb?x=1"), "a%20b.deb?x=1");
+  EXPECT_EQ(lastPathComponent("get?file=pool/a.deb"), "a.deb");
+  EXPECT_EQ(lastPathComponent("a/b\0c"sv), "b\0c"sv);
+}
+
+TEST(File, JoinedPathsHaveExactlyOneSlashBetween) {
+  EXPECT_EQ(joinPath("folder", "name"), "folder/name");
+  EXPECT_EQ(joinPath("folder/", "name"), "folder/name");
+  EXPECT_EQ(joinPath("/a/folder//", "name"), "/a/folder/name");
+  EXPECT_EQ(joinPath("folder/", "/name"), "folder/name");
+  EXPECT_EQ(joinPath("/", "name"), "/name");
+}
+
+TEST(File, AnEmptyFolderLeavesTheNameAlone) {
+  EXPECT_EQ(joinPath("", "name"), "name");
 }
 
 TEST(File, FilesAndFoldersExist) {

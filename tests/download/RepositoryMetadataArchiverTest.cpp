@@ -8,7 +8,6 @@
 
 #include "async/RunLoop.h"
 #include "base/File.h"
-#include "base/Text.h"
 #include "download/RepositoryMetadataArchiver.h"
 #include "tests/download/QueueRun.h"
 #include "tests/support/CompletionProbe.h"

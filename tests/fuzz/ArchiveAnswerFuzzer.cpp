@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "archive_client/ArchiveAnswer.h"
-#include "base/Text.h"
+#include "base/UTF8.h"
 
 namespace tolvane {
 namespace {

@@ -3,7 +3,7 @@
 
 #include <cstdlib>
 
-#include "base/Text.h"
+#include "base/UTF8.h"
 #include "plist/PropertyListReaders.h"
 
 namespace tolvane {

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "base/Text.h"
+#include "base/UTF8.h"
 #include "repository/RepoParser.h"
 #include "repository/RepositoryFetcher.h"
 

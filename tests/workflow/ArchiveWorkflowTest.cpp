@@ -2,7 +2,7 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "base/Text.h"
+#include "base/File.h"
 #include "repository/RepoParser.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/workflow/WorkflowFixture.h"

@@ -4,7 +4,7 @@
 #include <QTextBoundaryFinder>
 #include <algorithm>
 
-#include "base/Text.h"
+#include "base/UTF8.h"
 #include "ui/Strings.h"
 
 namespace tolvane {
