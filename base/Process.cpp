@@ -26,8 +26,8 @@ constexpr int kFailureStatus = 1;
 void keepStandardStreamsTaken() {
   for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
     if (::fcntl(descriptor, F_GETFD) >= 0) continue;
-    // The lowest free number is the one that is missing. Nothing can be read from the first, and
-    // nothing written to the others.
+    // open() returns the lowest free descriptor, which is this one. Standard input cannot be read,
+    // the other two cannot be written.
     if (::open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY) < 0) std::abort();
   }
 }
@@ -39,25 +39,24 @@ void raiseLimitOfOpenFiles() {
   ::setrlimit(RLIMIT_NOFILE, &limit);
 }
 
-// Without memory of its own: there may be none.
-void say(std::string_view text) {
+// Allocates nothing: there may be no memory.
+void writeToStandardError(std::string_view text) {
   [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, text.data(), text.size());
 }
 
-[[noreturn]] void endForWantOf(std::string_view message) {
-  say(message);
+[[noreturn]] void endWithMessage(std::string_view message) {
+  writeToStandardError(message);
   ::_exit(kFailureStatus);
 }
 
-// For an exception that nobody handles: memory or a thread that could not be had, or a fault of the
-// program.
+// For an uncaught exception: a lack of memory or threads, or a fault of the program.
 [[noreturn]] void endOnException() {
   const auto noMoreNames = TemporaryFile::removeAll();
-  // To throw the exception once more, so as to catch it, would take memory.
+  // Throwing the exception again to catch it would need memory.
   const std::type_info* const type = abi::__cxa_current_exception_type();
-  if (type != nullptr && *type == typeid(std::bad_alloc)) endForWantOf("Not enough memory.\n");
+  if (type != nullptr && *type == typeid(std::bad_alloc)) endWithMessage("Not enough memory.\n");
   if (type != nullptr && *type == typeid(std::system_error)) {
-    endForWantOf("The system has no thread to spare.\n");
+    endWithMessage("The system has no thread to spare.\n");
   }
   std::abort();
 }
@@ -70,16 +69,17 @@ void noteSignal(int signal) {
   sem_post(&signalCaught);
 }
 
-// The process's end by the signal itself, so that a shell that started it ends its loop too.
+// By the signal itself, so that a shell that runs the program in a loop ends the loop too.
 [[noreturn]] void dieOf(int signal) {
   const auto noMoreNames = TemporaryFile::removeAll();
-  if (::isatty(STDERR_FILENO) == 1) say("\n");  // behind a line that stays last
+  if (::isatty(STDERR_FILENO) == 1)
+    writeToStandardError("\n");  // ends a line such as a progress bar
   std::signal(signal, SIG_DFL);
   for (;;) ::raise(signal);
 }
 
-// A thread of its own waits, since hardly anything may be done inside a signal handler. A handler,
-// unlike a mask, is not inherited by programs that this one starts.
+// A thread waits for the signals, because few functions may be called in a signal handler. Unlike a
+// signal mask, a handler is not inherited by programs that this one starts.
 void endOnSignals() {
   sem_init(&signalCaught, 0, 0);
   struct sigaction action {};

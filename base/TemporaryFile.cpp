@@ -11,7 +11,7 @@
 
 #include "base/File.h"
 #include "base/FolderFlush.h"
-#include "base/HiddenNames.h"
+#include "base/TemporaryNames.h"
 
 namespace tolvane {
 
@@ -19,18 +19,18 @@ namespace {
 
 std::atomic<bool> unnamedFilesAllowed = true;
 
-// What open(2) says of O_TMPFILE where file system or kernel do not know it.
-bool saysNoUnnamedFiles(int errorNumber) {
+// The errors of open(2) where file system or kernel do not support O_TMPFILE.
+bool lacksUnnamedFiles(int errorNumber) {
   return errorNumber == EOPNOTSUPP || errorNumber == EISDIR || errorNumber == EINVAL;
 }
 
-// Naming an unnamed file later takes /proc.
+// linkDescriptor() needs /proc.
 bool mayMakeUnnamedFiles() {
   static const bool hasProc = ::access("/proc/self/fd", F_OK) == 0;
   return hasProc && unnamedFilesAllowed;
 }
 
-// The path itself, not what a link there leads to.
+// Links are not followed.
 bool isFolderItself(const std::string& path) {
   struct stat status {};
   return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
@@ -40,13 +40,13 @@ bool isFolderItself(const std::string& path) {
 
 TemporaryFile::TemporaryFile(TemporaryFile&& other) noexcept
     : descriptor_(std::exchange(other.descriptor_, -1)),
-      hiddenPath_(std::exchange(other.hiddenPath_, {})) {}
+      temporaryPath_(std::exchange(other.temporaryPath_, {})) {}
 
 TemporaryFile& TemporaryFile::operator=(TemporaryFile&& other) noexcept {
   if (this != &other) {
     close();
     descriptor_ = std::exchange(other.descriptor_, -1);
-    hiddenPath_ = std::exchange(other.hiddenPath_, {});
+    temporaryPath_ = std::exchange(other.temporaryPath_, {});
   }
   return *this;
 }
@@ -59,13 +59,13 @@ std::optional<Error> TemporaryFile::open(const std::string& folder) {
   close();
   if (folder.empty() || folder.find('\0') != std::string::npos) return posixError(EINVAL);
   const std::string existing = nearestExistingFolder(folder);
-  HiddenNames::removeStale(existing);
+  TemporaryNames::removeStale(existing);
   if (mayMakeUnnamedFiles()) {
     descriptor_ = ::open(existing.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0666);
     if (isOpen()) return std::nullopt;
-    if (!saysNoUnnamedFiles(errno)) return posixError(errno);
+    if (!lacksUnnamedFiles(errno)) return posixError(errno);
   }
-  descriptor_ = HiddenNames::create(existing, hiddenPath_);
+  descriptor_ = TemporaryNames::create(existing, temporaryPath_);
   if (!isOpen()) return posixError(errno);
   return std::nullopt;
 }
@@ -92,33 +92,35 @@ std::optional<Error> TemporaryFile::flush() {
 }
 
 std::optional<Error> TemporaryFile::moveTo(const std::string& path) {
-  if (path.empty() || path.find('\0') != std::string::npos || HiddenNames::isOne(path)) {
+  if (path.empty() || path.find('\0') != std::string::npos ||
+      TemporaryNames::isTemporaryName(path)) {
     return posixError(EINVAL);
   }
-  if (hiddenPath_.empty()) {
+  if (temporaryPath_.empty()) {
     if (linkDescriptor(descriptor_, path)) {
       close();
       flushFolderSoon(folderOf(path));
       return std::nullopt;
     }
     if (errno != EEXIST) return posixError(errno);
-    // A file can leave the unnamed state only once, so what is bound to fail is told before.
+    // Once it has a name, a file cannot become unnamed again, so this failure is found before.
     if (isFolderItself(path)) return posixError(EISDIR);
-    if (!HiddenNames::link(descriptor_, folderOf(path), hiddenPath_)) return posixError(errno);
+    if (!TemporaryNames::link(descriptor_, folderOf(path), temporaryPath_))
+      return posixError(errno);
   }
-  if (::rename(hiddenPath_.c_str(), path.c_str()) != 0) return posixError(errno);
-  HiddenNames::release(std::exchange(hiddenPath_, {}));
+  if (::rename(temporaryPath_.c_str(), path.c_str()) != 0) return posixError(errno);
+  TemporaryNames::release(std::exchange(temporaryPath_, {}));
   close();
   flushFolderSoon(folderOf(path));
   return std::nullopt;
 }
 
 std::unique_lock<std::recursive_mutex> TemporaryFile::removeAll() {
-  return HiddenNames::removeAll();
+  return TemporaryNames::removeAll();
 }
 
 void TemporaryFile::removeStale(const std::string& folder) {
-  HiddenNames::removeStale(folder);
+  TemporaryNames::removeStale(folder);
 }
 
 void TemporaryFile::allowUnnamedFiles(bool allowed) {
@@ -126,7 +128,7 @@ void TemporaryFile::allowUnnamedFiles(bool allowed) {
 }
 
 void TemporaryFile::close() noexcept {
-  if (!hiddenPath_.empty()) HiddenNames::remove(std::exchange(hiddenPath_, {}));
+  if (!temporaryPath_.empty()) TemporaryNames::remove(std::exchange(temporaryPath_, {}));
   if (isOpen()) ::close(std::exchange(descriptor_, -1));
 }
 

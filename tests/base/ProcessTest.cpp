@@ -21,8 +21,8 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// The process that ends runs its test from the start, and finds the folder of the one that started
-// it. As on a file system that has no unnamed files.
+// The process that ends is started anew, and uses the folder of the one that started it. It makes
+// files as on a file system without unnamed files.
 class ProcessDeathTest : public testing::Test {
  protected:
   ProcessDeathTest() {
@@ -31,8 +31,8 @@ class ProcessDeathTest : public testing::Test {
   }
   ~ProcessDeathTest() override { unsetenv("TOLVANE_TEST_FOLDER"); }
 
-  // Prepares the process and leaves half a file in the folder; ends with a status of its own where
-  // that has no hidden name.
+  // Prepares the process and writes half a file in the folder; ends with another status if that has
+  // no name.
   TemporaryFile begin() const {
     std::filesystem::remove(folder_.path());  // whose destructor does not run
     prepareProcess();
@@ -63,12 +63,12 @@ class ProcessDeathTest : public testing::Test {
 
 class ProcessSignalDeathTest : public ProcessDeathTest, public testing::WithParamInterface<int> {};
 
-TEST_P(ProcessSignalDeathTest, TheProcessDiesOfTheSignalAndLeavesNoHiddenName) {
+TEST_P(ProcessSignalDeathTest, TheProcessDiesOfTheSignalAndLeavesNoTemporaryFile) {
   EXPECT_EXIT(endBySignal(GetParam()), testing::KilledBySignal(GetParam()), "");
   EXPECT_THAT(folder_.names(), IsEmpty());
 }
 
-TEST_P(ProcessSignalDeathTest, FilesThatAreMadeMeanwhileLeaveNoHiddenName) {
+TEST_P(ProcessSignalDeathTest, FilesThatAreMadeMeanwhileLeaveNoTemporaryFile) {
   const auto makeFilesUntilTheEnd = [this] {
     const TemporaryFile file = begin();
     for (int i = 0; i < 4; ++i) {
@@ -102,12 +102,12 @@ TEST_P(ProcessSignalDeathTest, ASignalThatTheParentIgnoresStaysIgnored) {
 
 INSTANTIATE_TEST_SUITE_P(Signals, ProcessSignalDeathTest, testing::Values(SIGHUP, SIGINT, SIGTERM));
 
-TEST_F(ProcessDeathTest, WantOfMemoryOnAnyThreadEndsWithAMessageAndNoHiddenName) {
+TEST_F(ProcessDeathTest, ALackOfMemoryOnAnyThreadEndsWithAMessageAndNoTemporaryFile) {
   EXPECT_EXIT(endByException(std::bad_alloc()), testing::ExitedWithCode(1), "^Not enough memory.");
   EXPECT_THAT(folder_.names(), IsEmpty());
 }
 
-TEST_F(ProcessDeathTest, WantOfAThreadEndsWithAMessageAndNoHiddenName) {
+TEST_F(ProcessDeathTest, ALackOfThreadsEndsWithAMessageAndNoTemporaryFile) {
   const auto noThread =
       std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again));
   EXPECT_EXIT(endByException(noThread), testing::ExitedWithCode(1),
@@ -115,7 +115,7 @@ TEST_F(ProcessDeathTest, WantOfAThreadEndsWithAMessageAndNoHiddenName) {
   EXPECT_THAT(folder_.names(), IsEmpty());
 }
 
-TEST_F(ProcessDeathTest, AnyOtherExceptionAbortsAndLeavesNoHiddenName) {
+TEST_F(ProcessDeathTest, AnyOtherExceptionAbortsAndLeavesNoTemporaryFile) {
   EXPECT_EXIT(endByException(std::logic_error("a fault")), testing::KilledBySignal(SIGABRT), "");
   EXPECT_THAT(folder_.names(), IsEmpty());
 }

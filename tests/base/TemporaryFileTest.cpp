@@ -24,7 +24,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::MatchesRegex;
 
-constexpr const char* kHiddenName = "\\.tolvane-[0-9a-f]+";
+constexpr const char* kTemporaryName = "\\.tolvane-[0-9a-f]+";
 constexpr const char* kStaleName = ".tolvane-0123456789abcdef";
 
 std::optional<Error> writeText(TemporaryFile& file, const std::string& text) {
@@ -52,7 +52,7 @@ pid_t startProcess(Work work) {
   return child;
 }
 
-// As waitpid(2) tells it.
+// The status of waitpid(2).
 int statusOf(pid_t child) {
   int status = -1;
   EXPECT_EQ(::waitpid(child, &status, 0), child);
@@ -64,7 +64,7 @@ int statusOfProcess(Work work) {
   return statusOf(startProcess(work));
 }
 
-// Both ways of making the file have to keep the same promises.
+// Unnamed files and those with temporary names behave alike.
 class TemporaryFileTest : public testing::TestWithParam<bool> {
  protected:
   TemporaryFileTest() { TemporaryFile::allowUnnamedFiles(isUnnamed()); }
@@ -76,14 +76,14 @@ class TemporaryFileTest : public testing::TestWithParam<bool> {
 };
 
 INSTANTIATE_TEST_SUITE_P(, TemporaryFileTest, testing::Bool(),
-                         [](const auto& kind) { return kind.param ? "Unnamed" : "Hidden"; });
+                         [](const auto& kind) { return kind.param ? "Unnamed" : "Named"; });
 
 TEST_P(TemporaryFileTest, ItHasNoVisibleNameUntilItIsMoved) {
   TemporaryFile file = openedFile(folder_.path(), "bytes");
   if (isUnnamed()) {
     EXPECT_THAT(folder_.names(), IsEmpty());
   } else {
-    EXPECT_THAT(folder_.names(), ElementsAre(MatchesRegex(kHiddenName)));
+    EXPECT_THAT(folder_.names(), ElementsAre(MatchesRegex(kTemporaryName)));
   }
   EXPECT_EQ(file.moveTo(folder_.path("name")), std::nullopt);
   EXPECT_THAT(folder_.names(), ElementsAre("name"));
@@ -91,7 +91,7 @@ TEST_P(TemporaryFileTest, ItHasNoVisibleNameUntilItIsMoved) {
   EXPECT_FALSE(file.isOpen());
 }
 
-TEST_P(TemporaryFileTest, AFileThatIsNotMovedIsGone) {
+TEST_P(TemporaryFileTest, AFileThatIsNotMovedIsRemoved) {
   { const TemporaryFile file = openedFile(folder_.path(), "bytes"); }
   EXPECT_THAT(folder_.names(), IsEmpty());
 }
@@ -116,7 +116,7 @@ TEST_P(TemporaryFileTest, OpeningAgainBeginsANewFile) {
   EXPECT_EQ(folder_.read("name"), "new");
 }
 
-TEST_P(TemporaryFileTest, ItStandsInTheNearestExistingFolder) {
+TEST_P(TemporaryFileTest, ItIsMadeInTheNearestExistingFolder) {
   TemporaryFile file = openedFile(folder_.path("a/b"), "bytes");
   EXPECT_FALSE(std::filesystem::exists(folder_.path("a")));
   std::filesystem::create_directories(folder_.path("a/b"));
@@ -223,7 +223,7 @@ TEST_P(TemporaryFileTest, AMovedFromObjectHasNoFile) {
   EXPECT_THAT(folder_.names(), ElementsAre("name"));
 }
 
-TEST_P(TemporaryFileTest, RemoveAllLeavesNoHiddenNameAndNoMovedFileGoes) {
+TEST_P(TemporaryFileTest, RemoveAllLeavesNoTemporaryNameAndKeepsMovedFiles) {
   TemporaryFile moved = openedFile(folder_.path(), "bytes");
   EXPECT_EQ(moved.moveTo(folder_.path("name")), std::nullopt);
   TemporaryFile first = openedFile(folder_.path(), "bytes");
@@ -243,7 +243,7 @@ TEST_P(TemporaryFileTest, TheFirstOpenInAFolderRemovesWhatAKilledProcessLeft) {
   EXPECT_THAT(folder_.names(), ElementsAre("name"));
 }
 
-TEST_P(TemporaryFileTest, AStaleFileOfAnotherUserGoesAsWell) {
+TEST_P(TemporaryFileTest, AStaleFileOfAnotherUserIsRemovedToo) {
   if (::geteuid() != 0) GTEST_SKIP() << "takes another user";
   folder_.write(kStaleName, "left behind");
   std::filesystem::permissions(folder_.path(), std::filesystem::perms::all);
@@ -268,7 +268,7 @@ TEST_P(TemporaryFileTest, OnlyItsOwnKindOfNameIsStale) {
       "0123456789abcdefx", ".other-0123456789abcdef12",
   };
   for (const auto& name : others) folder_.write(name, "");
-  const std::string below = std::string(kStaleName) + "/" + kStaleName;  // in a folder of the name
+  const std::string below = std::string(kStaleName) + "/" + kStaleName;  // in a folder of this name
   folder_.write(below, "");
   const TemporaryFile file = openedFile(folder_.path());
   for (const auto& name : others) EXPECT_TRUE(std::filesystem::exists(folder_.path(name))) << name;
@@ -295,7 +295,7 @@ TEST_P(TemporaryFileTest, AKilledProcessLeavesNothingThatALaterOneDoesNotRemove)
 
 TEST_P(TemporaryFileTest, AFileThatMayNotBeReplacedStaysAndTheFileToo) {
   if (::geteuid() != 0) GTEST_SKIP() << "Only the superuser can become another user.";
-  // In a folder with the sticky bit everybody may add a name, but only its owner may replace one.
+  // In a folder with the sticky bit every user may add a name, but only its owner may replace one.
   folder_.write("name", "old");
   ASSERT_EQ(::chmod(folder_.path().c_str(), 01777), 0);
   const int status = statusOfProcess([this] {
@@ -311,7 +311,7 @@ TEST_P(TemporaryFileTest, AFileThatMayNotBeReplacedStaysAndTheFileToo) {
   EXPECT_THAT(folder_.names(), ElementsAre("name", "other"));
 }
 
-TEST_P(TemporaryFileTest, ProcessesSideBySideTakeNoFileFromOneAnother) {
+TEST_P(TemporaryFileTest, ProcessesInParallelTakeNoFileFromOneAnother) {
   const auto writeManyFiles = [this] {
     std::string folder = folder_.path();
     for (int round = 0; round < 200; ++round) {
@@ -329,7 +329,7 @@ TEST_P(TemporaryFileTest, ProcessesSideBySideTakeNoFileFromOneAnother) {
   EXPECT_THAT(folder_.names(), ElementsAre("name"));
 }
 
-TEST(TemporaryFileOnAFullDisk, AWriteEndsInTheSystemsOwnWords) {
+TEST(TemporaryFileOnAFullDisk, AWriteFailsWithTheErrorOfTheSystem) {
   const TemporaryFolder folder;
   TemporaryFile file = openedFile(folder.path());
   struct rlimit previous {};

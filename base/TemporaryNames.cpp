@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "base/HiddenNames.h"
+#include "base/TemporaryNames.h"
 
 #include <cerrno>
 #include <chrono>
@@ -28,25 +28,25 @@ namespace {
 constexpr std::string_view kPrefix = ".tolvane-";
 constexpr std::size_t kDigitCount = 16;
 
-// How long the end of the process waits for a name that is being made.
+// How long removeAll() waits for a thread that is making a name.
 constexpr auto kLongestWait = std::chrono::seconds(2);
 
 struct Record {
-  // Held while a name is made as well, so that none appears once removeAll() has the lock.
+  // Also held while a name is made, so that no new one appears once removeAll() has the lock.
   std::recursive_mutex mutex;
   std::set<std::string> ownPaths;
   std::set<std::string> sweptFolders;
 };
 
 Record& record() {
-  // Never destroyed: background threads may still hold files while the process exits. And in memory
-  // that is there: a process that ends for want of memory asks for it.
+  // Never destroyed: background threads may still hold files while the process exits. In static
+  // memory: removeAll() runs when the process ends because it has no memory left.
   alignas(Record) static std::byte memory[sizeof(Record)];
   static auto* const record = new (memory) Record;
   return *record;
 }
 
-bool isHiddenName(std::string_view name) {
+bool hasTemporaryForm(std::string_view name) {
   return name.size() == kPrefix.size() + kDigitCount && name.starts_with(kPrefix) &&
          name.find_first_not_of("0123456789abcdef", kPrefix.size()) == std::string_view::npos;
 }
@@ -60,15 +60,15 @@ bool tryLock(int descriptor) {
   return ::flock(descriptor, LOCK_EX | LOCK_NB) == 0;
 }
 
-// Locks a file of ours. False when another process has taken it for a stale one and is about to
-// remove it. Where the file system has no locks, nobody else can take one either.
+// Locks a file of this process. False when another process has locked it as a stale one and is
+// about to remove it. On a file system without locks, no other process can do that.
 bool lockOwn(int descriptor) {
   return tryLock(descriptor) || errno != EWOULDBLOCK;
 }
 
-// Opened for writing, which some network file systems want of an exclusive lock; another user's
-// file may be open to reading alone.
-void removeIfNobodyHolds(const std::string& path) {
+// Opened for writing, which some network file systems need for an exclusive lock, or for reading,
+// which may be all that another user's file permits.
+void removeIfUnlocked(const std::string& path) {
   const bool isWritable = ::faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0;
   const FileDescriptor file(path.c_str(),
                             (isWritable ? O_WRONLY : O_RDONLY) | O_NOFOLLOW | O_NONBLOCK);
@@ -77,8 +77,8 @@ void removeIfNobodyHolds(const std::string& path) {
   }
 }
 
-// A new path that is on record. With the lock held.
-std::string reserve(const std::string& folder) {
+// A new path, on the list. With the lock held.
+std::string newPath(const std::string& folder) {
   static auto* const random = new std::random_device;
   std::uniform_int_distribution<std::uint64_t> anyNumber;
   const std::string name = fmt::format("{}{:016x}", kPrefix, anyNumber(*random));
@@ -87,14 +87,14 @@ std::string reserve(const std::string& folder) {
 
 }  // namespace
 
-bool HiddenNames::isOne(const std::string& path) {
-  return isHiddenName(std::filesystem::path(path).filename().native());
+bool TemporaryNames::isTemporaryName(const std::string& path) {
+  return hasTemporaryForm(std::filesystem::path(path).filename().native());
 }
 
-int HiddenNames::create(const std::string& folder, std::string& path) {
+int TemporaryNames::create(const std::string& folder, std::string& path) {
   const std::lock_guard lock(record().mutex);
   for (;;) {
-    const std::string candidate = reserve(folder);
+    const std::string candidate = newPath(folder);
     const int descriptor = ::open(candidate.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
     if (descriptor < 0) {
       record().ownPaths.erase(candidate);  // leaves errno alone
@@ -111,10 +111,10 @@ int HiddenNames::create(const std::string& folder, std::string& path) {
   }
 }
 
-bool HiddenNames::link(int descriptor, const std::string& folder, std::string& path) {
-  lockOwn(descriptor);  // nobody else has seen the file yet
+bool TemporaryNames::link(int descriptor, const std::string& folder, std::string& path) {
+  lockOwn(descriptor);  // no other process can have found the file yet
   const std::lock_guard lock(record().mutex);
-  const std::string candidate = reserve(folder);
+  const std::string candidate = newPath(folder);
   if (linkDescriptor(descriptor, candidate)) {
     path = candidate;
     return true;
@@ -123,19 +123,19 @@ bool HiddenNames::link(int descriptor, const std::string& folder, std::string& p
   return false;
 }
 
-void HiddenNames::remove(const std::string& path) {
+void TemporaryNames::remove(const std::string& path) {
   ::unlink(path.c_str());
   release(path);
 }
 
-void HiddenNames::release(const std::string& path) {
+void TemporaryNames::release(const std::string& path) {
   const std::lock_guard lock(record().mutex);
   record().ownPaths.erase(path);
 }
 
-std::unique_lock<std::recursive_mutex> HiddenNames::removeAll() {
-  // A thread that ends the process by an exception may have the lock itself. Another one may stand
-  // still on a disk that has gone; what it makes then, a later process removes.
+std::unique_lock<std::recursive_mutex> TemporaryNames::removeAll() {
+  // The calling thread may have the lock itself when it ends the process by an exception. Another
+  // thread may hang on a disk that does not answer; what it makes later, a later process removes.
   std::unique_lock lock(record().mutex, std::defer_lock);
   const auto end = std::chrono::steady_clock::now() + kLongestWait;
   while (!lock.try_lock()) {
@@ -146,7 +146,7 @@ std::unique_lock<std::recursive_mutex> HiddenNames::removeAll() {
   return lock;
 }
 
-void HiddenNames::removeStale(const std::string& folder) {
+void TemporaryNames::removeStale(const std::string& folder) {
   {
     const std::lock_guard lock(record().mutex);
     if (!record().sweptFolders.insert(folder).second) return;
@@ -154,7 +154,7 @@ void HiddenNames::removeStale(const std::string& folder) {
   std::error_code failure;
   std::filesystem::directory_iterator entry(folder, failure);
   for (; !failure && entry != std::filesystem::directory_iterator(); entry.increment(failure)) {
-    if (isHiddenName(entry->path().filename().native())) removeIfNobodyHolds(entry->path());
+    if (hasTemporaryForm(entry->path().filename().native())) removeIfUnlocked(entry->path());
   }
 }
 
