@@ -19,8 +19,8 @@ void dispatchAfter(std::chrono::milliseconds delay, Task task);
 using DelayTimer = std::function<void(std::chrono::milliseconds delay, Task task)>;
 void replaceDelayTimer(DelayTimer timer);
 
-// Bytes on their way to the disk: like dispatchAsync, on threads of their own, since these tasks
-// wait more than they work.
+// For tasks that flush files, which wait for the disk more than they compute: like dispatchAsync(),
+// on threads of their own.
 void dispatchFlush(Task task);
 
 }  // namespace tolvane

@@ -8,16 +8,16 @@ namespace tolvane {
 
 struct DispatchGroup::State {
   std::mutex mutex;
-  long inside = 0;
+  long pending = 0;
   MainQueue* queue = nullptr;  // none until notify(), and after the task has been posted
   Task task;
 
-  // Makes the change under the lock and posts the task, without it, when its time has come.
+  // Makes the change with the lock held, and posts the task, without it, if nothing is pending.
   template <typename Change>
   void update(Change change) {
     std::unique_lock lock(mutex);
     change();
-    if (inside > 0 || queue == nullptr) return;
+    if (pending > 0 || queue == nullptr) return;
     MainQueue& receiver = *std::exchange(queue, nullptr);
     Task due = std::move(task);
     lock.unlock();
@@ -29,11 +29,11 @@ DispatchGroup::DispatchGroup() : state_(std::make_shared<State>()) {}
 
 void DispatchGroup::enter() const {
   const std::lock_guard lock(state_->mutex);
-  ++state_->inside;
+  ++state_->pending;
 }
 
 void DispatchGroup::leave() const {
-  state_->update([this] { --state_->inside; });
+  state_->update([this] { --state_->pending; });
 }
 
 void DispatchGroup::notify(MainQueue& queue, Task task) const {

@@ -7,7 +7,7 @@
 
 namespace tolvane {
 
-// Tells when all of a number of pieces of work are done. Copies are the same group. Every member
+// Posts a task when several pieces of work are all done. Copies are the same group. Every member
 // may be called on any thread.
 class DispatchGroup {
  public:
@@ -16,8 +16,8 @@ class DispatchGroup {
   void enter() const;
   void leave() const;  // once for each enter()
 
-  // Posts the task to the queue once everybody who entered has left: at once where nobody is
-  // inside. Called once a group. The queue must outlive that moment.
+  // Posts the task to the queue once there was a leave() for each enter(), which may be at once.
+  // Called once a group. The queue must exist until then.
   void notify(MainQueue& queue, Task task) const;
 
  private:

@@ -5,8 +5,8 @@
 
 namespace tolvane {
 
-// The queue of the program's main thread. The window posts to its event loop, the command to a
-// RunLoop, a test to a queue that it drains itself.
+// The queue of the program's main thread: the window posts to Qt's event loop, tolvane-cli to a
+// RunLoop, a test to one that it drains itself.
 class MainQueue {
  public:
   virtual ~MainQueue() = default;

@@ -8,9 +8,8 @@
 
 namespace tolvane {
 
-// A runner is a task on a background thread that takes the next operation when its turn comes. One
-// runner does one operation at a time and then queues up again, so that other work gets its share
-// of the threads.
+// A runner is a background task that runs the next operation and then dispatches itself again, so
+// that other tasks get their share of the threads.
 struct OperationQueue::State : std::enable_shared_from_this<State> {
   mutable std::mutex mutex;
   std::deque<Task> waiting;
@@ -36,12 +35,12 @@ struct OperationQueue::State : std::enable_shared_from_this<State> {
   void runNext() {
     if (Task operation = takeNext()) {
       operation();
-      operation = nullptr;  // what it holds goes before the next one starts
+      operation = nullptr;  // destroyed before the next one starts
       dispatchRunner();
     }
   }
 
-  // No value ends the runner.
+  // An empty task ends the runner.
   Task takeNext() {
     const std::lock_guard lock(mutex);
     if (waiting.empty() || runners > width) {

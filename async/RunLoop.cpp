@@ -6,7 +6,7 @@
 namespace tolvane {
 
 void RunLoop::post(Task task) {
-  // Told with the lock held: once it is released, the loop may have returned and be gone.
+  // Notified with the lock held: once it is released, the loop may have returned and be destroyed.
   const std::lock_guard lock(mutex_);
   tasks_.push_back(std::move(task));
   posted_.notify_one();

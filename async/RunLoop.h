@@ -14,14 +14,14 @@ class RunLoop : public MainQueue {
  public:
   void post(Task task) override;
 
-  // Runs what is posted, on the calling thread, until quit() is called. What was posted before
-  // quit() still runs.
+  // Runs posted tasks on the calling thread until quit() is called. Tasks that were posted before
+  // quit() still run.
   void run();
 
   // Makes run() return. Any thread.
   void quit();
 
-  // Runs what has been posted so far, and what that posts, and returns.
+  // Runs the tasks that have been posted, and those that they post, and returns.
   void drain();
 
  private:

@@ -8,8 +8,8 @@
 namespace tolvane {
 
 // Runs tasks one after another, in the order in which they were posted, on background threads. It
-// has no thread of its own, so a queue costs next to nothing. Copies are the same queue; what has
-// been posted still runs after the last copy is gone.
+// has no thread of its own, so a queue costs next to nothing. Copies are the same queue; posted
+// tasks still run after the last copy is destroyed.
 class SerialQueue {
  public:
   SerialQueue();

@@ -10,7 +10,7 @@ namespace tolvane {
 
 namespace {
 
-// Five package steps may stand still at once on a disk that has gone; the rest runs meanwhile.
+// Five package steps at once may hang on a disk that does not answer; three threads are left.
 constexpr std::size_t kBackgroundThreads = 8;
 constexpr std::size_t kFlushThreads = 6;
 
@@ -22,7 +22,7 @@ class ThreadPool {
     try {
       while (threads_.size() < wanted) threads_.emplace_back([this] { context_.run(); });
     } catch (const std::system_error&) {
-      // As many as can be had have to do.
+      // The pool has the threads that could be started.
     }
   }
 
@@ -32,7 +32,7 @@ class ThreadPool {
   void windUp() {
     context_.stop();
     for (std::thread& thread : threads_) {
-      // A task may have ended the process itself.
+      // A task may have called exit().
       thread.get_id() == std::this_thread::get_id() ? thread.detach() : thread.join();
     }
   }

@@ -6,25 +6,24 @@
 
 namespace tolvane {
 
-// Where the program looks for what it is told: the file that it is installed with and those of the
-// person who runs it. The latter follow the XDG Base Directory Specification, by which a variable
-// that is no absolute path is ignored.
+// The paths of the program's configuration files and of its caches. Those of the user follow the
+// XDG Base Directory Specification: a variable that is not an absolute path is ignored.
 struct Configuration {
-  // The information property list, Info.plist beside the program. It need not exist. "" where the
-  // program's own path is unknown.
+  // The information property list: Info.plist in the folder of the program's executable. It need
+  // not exist. "" if the path of the executable is unknown.
   std::string infoPath;
 
-  // What a person has set: "tolvane/defaults.plist" in $XDG_CONFIG_HOME, else in "~/.config". It
+  // The user's settings: "tolvane/defaults.plist" in $XDG_CONFIG_HOME, else in "~/.config". It
   // need not exist.
   std::string defaultsPath;
 
-  // Where caches stand: $XDG_CACHE_HOME, else "~/.cache".
+  // The folder of all caches: $XDG_CACHE_HOME, else "~/.cache".
   std::string cacheFolder;
 
-  // That of this process, by its environment as it is now.
+  // The paths for this process and its present environment.
   static Configuration current();
 
-  // The information property list of a program; "" for a path that is not absolute.
+  // The information property list of the executable at the path; "" for one that is not absolute.
   static std::string infoPathOfProgram(std::string_view programPath);
 };
 

@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::size_t kChunkSize = std::size_t{1} << 20;
 
-// Failures of the library are kept, and make hexadecimal() give no value.
+// After a failure of OpenSSL, hexadecimal() returns no value.
 class Hasher {
  public:
   explicit Hasher(const EVP_MD* algorithm) : context_(EVP_MD_CTX_new(), EVP_MD_CTX_free) {

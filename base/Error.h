@@ -7,22 +7,21 @@
 
 namespace tolvane {
 
-// A failure as a value. Operations that can fail return std::optional<Error>, where no value means
-// success, or hand one to their completion. Nothing in this program throws across a folder's
-// border.
+// A failure as a value. Operations that can fail return std::optional<Error>, or pass one to their
+// completion; no value means success. No exception leaves the folder that threw it.
 struct Error {
   std::string domain;
   int code = 0;
-  std::string description;  // one sentence for people
-  std::string detail = {};  // what the library below said of it, "" where it said nothing more
+  std::string description;  // one sentence for the user
+  std::string detail = {};  // the message of a library, "" if there is none
 
-  // The detail makes no difference: it is another wording of the same failure.
+  // The detail is not compared: it only words the same failure in another way.
   bool operator==(const Error& other) const {
     return domain == other.domain && code == other.code && description == other.description;
   }
 };
 
-// Domains and codes of the platform's own errors.
+// Domains and codes of the errors of transfers and of the operating system.
 inline constexpr std::string_view kURLErrorDomain = "NSURLErrorDomain";
 inline constexpr std::string_view kPOSIXErrorDomain = "NSPOSIXErrorDomain";
 
@@ -41,13 +40,14 @@ inline constexpr int kURLErrorDataLengthExceedsMaximum = -1103;
 inline constexpr int kURLErrorSecureConnectionFailed = -1200;
 inline constexpr int kURLErrorServerCertificateUntrusted = -1202;
 
-// The error for an errno value, in the system's own words: domain kPOSIXErrorDomain.
+// The error for an errno value, in kPOSIXErrorDomain and with the sentence of strerror(3).
 Error posixError(int errorNumber);
 
-// What the error says of itself; `otherwise` where it says nothing, or there is no error.
+// The error's description; `otherwise` if it is empty or there is no error.
 std::string descriptionOr(const std::optional<Error>& error, std::string_view otherwise);
 
-// As an error stands in a system-log line: "Error Domain=D Code=C "description"", or "(null)".
+// The form of an error in a line of the system log: "Error Domain=D Code=C "description"", or
+// "(null)".
 std::string describe(const std::optional<Error>& error);
 
 }  // namespace tolvane

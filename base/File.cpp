@@ -89,21 +89,22 @@ std::string folderOf(const std::string& path) {
 
 std::optional<Error> appendFile(const std::string& path, std::string& bytes) {
   if (!isUsablePath(path)) return posixError(EINVAL);
-  const FileDescriptor file(path.c_str(), O_RDONLY | O_NONBLOCK);  // nobody may write to a pipe
+  const FileDescriptor file(path.c_str(),
+                            O_RDONLY | O_NONBLOCK);  // else a pipe that has no writer blocks
   struct stat status {};
   if (!file.isOpen() || ::fstat(file.get(), &status) != 0) return posixError(errno);
   if (!S_ISREG(status.st_mode)) return posixError(S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
   const std::size_t before = bytes.size();
   try {
     reserveLarge(bytes, before + static_cast<std::size_t>(status.st_size));
-    // In parts, so that the large memory is written to once.
+    // In parts: resize() would fill the memory with zeros before read(2) fills it.
     const auto part = std::make_unique_for_overwrite<char[]>(kReadPart);
     ssize_t count = 0;
     while ((count = ::read(file.get(), part.get(), kReadPart)) > 0) {
       bytes.append(part.get(), static_cast<std::size_t>(count));
     }
     if (count == 0) return std::nullopt;
-  } catch (const std::exception&) {  // of std::bad_alloc and std::length_error
+  } catch (const std::exception&) {  // std::bad_alloc or std::length_error
     errno = ENOMEM;
   }
   const Error error = posixError(errno);

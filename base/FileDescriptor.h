@@ -6,7 +6,7 @@
 
 namespace tolvane {
 
-// Closes a descriptor that one function opened; for the .cpp files of this folder only.
+// A file descriptor that its destructor closes. For the .cpp files of this folder only.
 class FileDescriptor {
  public:
   FileDescriptor(const char* path, int flags) : value_(::open(path, flags | O_CLOEXEC)) {}

@@ -18,11 +18,11 @@ namespace {
 constexpr auto kInterval = std::chrono::seconds(1);
 
 struct State {
-  std::mutex flushing;  // so that who comes second waits for what the first has taken
+  std::mutex flushing;  // a second call waits for the folders that the first one flushes
   std::mutex mutex;
-  std::set<std::string> folders;  // with names that may not be on the disk
+  std::set<std::string> folders;  // with names that may not be on the disk yet
   bool isScheduled = false;
-  std::optional<Error> error;  // the first one since it was last asked for
+  std::optional<Error> error;  // the first one since the last flushFolders()
 };
 
 State& state() {
@@ -31,12 +31,12 @@ State& state() {
   return *state;
 }
 
-// What a disk says that cannot keep the names, not one that knows no flush of folders.
+// Errors that mean that names may be lost. Others mean that the file system cannot flush folders.
 bool isLoss(int errorNumber) {
   return errorNumber == EIO || errorNumber == ENOSPC || errorNumber == EDQUOT;
 }
 
-// Where no file can be opened for the moment, the folder's turn comes again.
+// Errors that pass: the folder is flushed the next time.
 bool isWorthAnotherTry(int errorNumber) {
   return errorNumber == EMFILE || errorNumber == ENFILE || errorNumber == ENOMEM;
 }
@@ -66,15 +66,14 @@ void flushFolderSoon(const std::string& folder) {
   state().folders.insert(folder);
   if (state().isScheduled) return;
   try {
-    // A thread that waits and goes, once a second at most, and the process's end does not wait for
-    // it.
+    // At most one thread a second, for which the end of the process does not wait.
     std::thread([] {
       std::this_thread::sleep_for(kInterval);
       flushNoted();
     }).detach();
     state().isScheduled = true;
   } catch (const std::system_error&) {
-    // No thread to be had: the next name tries again, and so does flushFolders().
+    // The system has no more threads: the next call tries again, or flushFolders() flushes.
   }
 }
 

@@ -12,7 +12,7 @@ struct NotificationCenter::State {
   using Observers = ObserverList<const UserInfo&>;
 
   std::mutex mutex;
-  std::map<std::string, Observers, std::less<>> observers;  // a list that is there once stays
+  std::map<std::string, Observers, std::less<>> observers;  // never removed
 
   Observers& observersOf(std::string_view name) {
     const std::lock_guard lock(mutex);

@@ -11,14 +11,14 @@ namespace tolvane {
 
 using UserInfo = std::map<std::string, std::string>;
 
-// Broadcasts named notifications to whoever observes them. Every operation may be called on any
-// thread, from inside an observer too.
+// Broadcasts named notifications to their observers. Every operation may be called on any thread,
+// from inside an observer too.
 class NotificationCenter {
  public:
   using Observer = std::function<void(const UserInfo&)>;
 
-  // Observing ends when the last copy of the token goes. A post that is under way on another
-  // thread may still reach the observer just after.
+  // Observing ends when the last copy of the token is destroyed. A post() in progress on another
+  // thread may still call the observer after that.
   using Token = std::shared_ptr<void>;
 
   NotificationCenter();

@@ -20,7 +20,7 @@ UChar32 nextCharacter(std::string_view text, std::size_t& position) {
 }
 
 std::size_t cells(UChar32 character) {
-  if (character < 0x80 || isTerminalControl(character)) return 1;  // as what takes its place
+  if (character < 0x80 || isTerminalControl(character)) return 1;  // of its replacement
   const int category = u_charType(character);
   if (category == U_NON_SPACING_MARK || category == U_ENCLOSING_MARK || category == U_FORMAT_CHAR) {
     return 0;

@@ -13,14 +13,14 @@ namespace tolvane {
 // bidirectional controls U+202A to U+202E and U+2066 to U+2069.
 bool isTerminalControl(std::int32_t character);
 
-// The text as every place that writes to a terminal sends it: a tab becomes a blank; every other
-// character of isTerminalControl(), and every byte that is not UTF-8, becomes U+FFFD. Untrusted
-// input can then neither move the cursor nor start a line nor turn one around.
+// The text in the form that may be written to a terminal: a tab becomes a blank, and every other
+// character of isTerminalControl() and every byte that is not UTF-8 becomes U+FFFD. Untrusted input
+// can then neither move the cursor nor begin a line nor reverse one.
 std::string printable(std::string_view text);
 void appendPrintable(std::string& line, std::string_view text);
 
-// Cells that a text takes on a terminal once it is printable: two for a wide East Asian character,
-// none for a combining one.
+// Width in cells of printable(text) on a terminal: two for a wide East Asian character, one for
+// most, none for a combining one.
 std::size_t displayWidth(std::string_view text);
 
 }  // namespace tolvane

@@ -8,8 +8,8 @@ namespace tolvane {
 
 // Strings are UTF-8 and may contain NUL.
 
-// Blanks are the general category Zs and the tab; white space adds U+000A to
-// U+000D, U+0085 and the general categories Zl and Zp. Neither cuts a character in two.
+// Remove characters at both ends, and never a part of one. Blanks are the general category Zs and
+// the tab; white space adds U+000A to U+000D, U+0085 and the general categories Zl and Zp.
 std::string_view trimBlanks(std::string_view text);
 std::string_view trimWhitespaceAndNewlines(std::string_view text);
 

@@ -6,8 +6,8 @@
 
 namespace tolvane {
 
-// The text in lower case, by the full mappings of the Unicode standard and of no language in
-// particular. Bytes that are not UTF-8 stay as they are.
+// The text in lower case, by the full case mappings of Unicode without those of single languages.
+// Bytes that are not UTF-8 stay as they are.
 std::string lowercased(std::string_view text);
 
 }  // namespace tolvane

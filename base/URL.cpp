@@ -11,13 +11,13 @@ namespace tolvane {
 
 namespace {
 
-// The text range of a part, relative to the beginning of the whole.
+// The range of a component in the whole string.
 struct Position {
   std::size_t begin;
   std::size_t end;
 };
 
-// Where the path stands in a text that is known to obey the grammar (RFC 3986, appendix B).
+// The range of the path in a valid URI (RFC 3986, appendix B).
 Position pathPosition(std::string_view text, std::size_t schemeLength) {
   std::size_t begin = schemeLength == 0 ? 0 : schemeLength + 1;
   if (text.substr(begin).starts_with("//")) {
@@ -26,8 +26,8 @@ Position pathPosition(std::string_view text, std::size_t schemeLength) {
   return {begin, std::min(text.find_first_of("?#", begin), text.size())};
 }
 
-// Where the password stands in a text that begins with an authority, if there is one. A password
-// with a "/", "?" or "#" makes the text no URL, but it is found all the same.
+// The range of the password, if there is one, in a string that begins with an authority. A password
+// that contains "/", "?" or "#" is found too, although such a string is not a URL.
 std::optional<Position> passwordPosition(std::string_view text) {
   std::string_view authority = text.substr(0, text.find_first_of("/?#"));
   const std::size_t colon = authority.find(':');

@@ -14,8 +14,8 @@ bool isContinuationByte(char byte) {
   return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
 }
 
-// Blocks short enough for what is counted in one to fit a byte, which lets the compiler work on
-// them in vectors.
+// Short enough that a count within a block fits a byte, which lets the compiler vectorise the
+// loops.
 constexpr std::size_t kBlock = 64;
 
 bool isASCIIBlock(const char* block) {
@@ -24,8 +24,8 @@ bool isASCIIBlock(const char* block) {
   return bits < 0x80;
 }
 
-// Length of the well-formed character that the bytes begin with, 0 where there is none. The second
-// byte's bounds are what rules out overlong forms, surrogates and all above U+10FFFF.
+// Length of the well-formed character at the beginning of the bytes, 0 if it is not well-formed.
+// The bounds of the second byte exclude overlong forms, surrogates and all above U+10FFFF.
 std::size_t wellFormedCharacterLength(std::string_view bytes) {
   const auto at = [bytes](std::size_t i) { return static_cast<unsigned char>(bytes[i]); };
   const unsigned lead = at(0);
@@ -82,7 +82,7 @@ bool isValidUTF8(std::string_view bytes) {
   return true;
 }
 
-// Looks at every byte, since a loop without a way out is done many bytes at a time.
+// Reads every byte, because the compiler vectorises a loop without an early exit.
 bool isPrintableASCII(std::string_view text) {
   unsigned others = 0;
   for (const char byte : text) others += static_cast<unsigned char>(byte - ' ') > '~' - ' ' ? 1 : 0;
@@ -97,7 +97,8 @@ std::optional<std::string> textFromLatin1(std::string bytes, std::size_t maximum
   std::size_t to = from + others;
   if (to > bytes.capacity()) reserveLarge(bytes, to);
   bytes.resize(to);
-  // From the back, where there is room. What is in front of the first such byte stays as it is.
+  // From the back, so that no byte is overwritten before it is read. The bytes before the first one
+  // outside ASCII stay where they are.
   while (from < to) {
     const char c = bytes[--from];
     if (isASCII(c)) {
@@ -123,7 +124,7 @@ std::size_t utf16Length(std::string_view text) {
 }
 
 std::string_view utf16Prefix(std::string_view text, std::size_t units) {
-  if (text.size() <= units) return text;  // no unit without a byte
+  if (text.size() <= units) return text;  // each unit takes at least one byte
   std::string_view rest = text;
   while (!rest.empty()) {
     const std::string_view character = firstCharacter(rest);

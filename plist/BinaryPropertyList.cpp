@@ -8,7 +8,7 @@
 
 // A binary list is an eight-byte header, the objects, a table of their offsets, and a trailer that
 // says where the table is and how wide its numbers are. A container holds the numbers of its
-// members, so one object can stand in many places. All numbers are big-endian.
+// members, so several containers can share an object. All numbers are big-endian.
 namespace tolvane {
 
 namespace {
@@ -16,8 +16,8 @@ namespace {
 constexpr std::size_t kHeaderSize = 8;
 constexpr std::size_t kTrailerSize = 32;
 
-// Where objects are shared, a list can be much larger than its file: keys and common texts are, in
-// every list, but not so often that the whole would be this many times the file.
+// A list with shared objects can be much larger than its file. In real lists, which share keys and
+// common strings, it is not larger by this factor.
 constexpr std::uint64_t kMaximumExpansion = 32;
 constexpr std::uint64_t kExpansionAlwaysAllowed = std::uint64_t{1} << 20;
 
@@ -36,7 +36,7 @@ class BinaryReader {
   }
 
  private:
-  // An object without its marker byte: where its content begins, and how much of it there is.
+  // Where the content of an object begins, after its marker byte, and how many items it has.
   struct Extent {
     std::size_t offset = 0;
     std::uint64_t count = 0;
@@ -117,7 +117,7 @@ bool BinaryReader::readTrailer() {
   return true;
 }
 
-// Counts what a container or a text is about to take, before any memory is taken for it.
+// Counts the memory of a container or a string before it is allocated.
 bool BinaryReader::charge(std::uint64_t values, std::uint64_t bytes, std::size_t offset) {
   values_ += values;
   expansion_ += bytes;
@@ -176,8 +176,8 @@ bool BinaryReader::readSimple(std::uint8_t marker, std::size_t offset, PropertyL
   }
 }
 
-// Eight bytes are a signed number and fewer an unsigned one. Sixteen bytes are there for the
-// unsigned numbers that eight cannot hold.
+// Numbers of eight bytes are signed, shorter ones unsigned. Sixteen bytes hold the unsigned numbers
+// that do not fit in eight signed ones.
 bool BinaryReader::readInteger(std::size_t offset, std::size_t width, PropertyList& into) {
   if (width > 16) return fail("an integer is wider than 16 bytes", offset - 1);
   if (!holds(offset, width)) return false;

@@ -15,7 +15,7 @@ namespace tolvane {
 
 namespace {
 
-// std::to_chars is printf in the "C" locale, whatever locale a toolkit has set.
+// std::to_chars formats as printf does in the "C" locale, whatever locale Qt has set.
 std::string textFormOf(const PropertyList::Real& real) {
   char digits[32];
   const int precision = real.fourBytes ? 7 : 16;
@@ -28,15 +28,14 @@ constexpr std::string_view kWhiteSpace = " \t\n\v\f\r";
 constexpr char16_t kReplacement = u'\uFFFD';
 constexpr std::string_view kUTF8Mark = "\xEF\xBB\xBF";
 
-// Hexadecimal digits between "<" and ">" are the data of an old-style list; XML is all the rest
-// that begins with "<".
+// An old-style list may begin with "<" too, as data: hexadecimal digits between "<" and ">".
 bool looksLikeXML(std::string_view text) {
   if (!text.starts_with('<')) return false;
   const std::size_t end = text.find_first_not_of("0123456789abcdefABCDEF \t\n\v\f\r", 1);
   return end != std::string_view::npos && text[end] != '>';
 }
 
-// UTF-16 shows by its mark, or without one by the zero byte beside a "<" at the start.
+// UTF-16 begins with its byte-order mark, or, in XML without one, with "<" and a zero byte.
 std::optional<std::string> transcodedFromUTF16(std::string_view bytes) {
   using std::string_view_literals::operator""sv;
   if (bytes.starts_with("\xFE\xFF")) return textFromUTF16(bytes.substr(2), true);

@@ -11,11 +11,11 @@ namespace tolvane {
 
 struct PropertyListText {
   std::string text;
-  std::optional<Error> error;  // of a file that is there and cannot be read
+  std::optional<Error> error;  // the file exists and cannot be read
 };
 
-// What the property list at `path` says under a key of its root dictionary, in its text form; ""
-// where it says nothing or is not there.
+// The textForm() of the value of a key in the root dictionary of the property list at `path`; "" if
+// there is no such file, key or form.
 PropertyListText textInPropertyListFile(const std::string& path, std::string_view key);
 
 }  // namespace tolvane

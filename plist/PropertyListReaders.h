@@ -7,14 +7,14 @@
 
 #include "plist/PropertyList.h"
 
-// What the property-list readers share. Everybody else calls readPropertyList().
+// What the property-list readers share. Other folders call readPropertyList().
 namespace tolvane {
 
 inline constexpr int kMaximumPropertyListDepth = 256;  // lists and dictionaries in one another
 inline constexpr std::size_t kMaximumPropertyListValues = 4'000'000;  // keys included
 
-// `lines` are the lines that were passed over before the bytes. In transcoded bytes, which are
-// UTF-8, a declared encoding is ignored. May throw std::bad_alloc, as the two others.
+// `lines` is the number of lines before the bytes. `transcoded` bytes are UTF-8, whatever encoding
+// is declared. These three throw std::bad_alloc.
 PropertyListResult readXMLPropertyList(std::string_view bytes, bool transcoded, std::size_t lines);
 PropertyListResult readBinaryPropertyList(std::string_view bytes);
 PropertyListResult readTextPropertyList(std::string_view bytes);
@@ -23,16 +23,16 @@ PropertyListResult readTextPropertyList(std::string_view bytes);
 Error propertyListErrorAtLine(std::string_view what, std::size_t line);
 Error propertyListErrorAtOffset(std::string_view what, std::size_t offset);
 
-// What stands in an <integer>, <real>, <date> or <data>; null where it is malformed.
+// The value of the contents of an <integer>, <real>, <date> or <data>; null if malformed.
 PropertyList::Value xmlInteger(std::string_view text);
 PropertyList::Value xmlReal(std::string_view text);
 PropertyList::Value xmlDate(std::string_view text);
 PropertyList::Value xmlData(std::string_view text);
 
-// Appends as UTF-8. U+FFFD takes the place of a surrogate without its other half.
+// Appends as UTF-8. A surrogate without its other half becomes U+FFFD.
 void appendUTF16(std::string& text, std::u16string_view units);
 
-// The UTF-8 text of UTF-16 bytes; U+FFFD takes the place of an odd byte at the end.
+// UTF-16 bytes as UTF-8; an odd byte at the end becomes U+FFFD.
 std::string textFromUTF16(std::string_view bytes, bool bigEndian);
 
 }  // namespace tolvane

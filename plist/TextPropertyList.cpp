@@ -10,7 +10,7 @@ namespace tolvane {
 
 namespace {
 
-// Octal escapes above 0177 are characters of the NEXTSTEP set, from which the format comes.
+// Octal escapes above 0177 are characters of the NEXTSTEP character set.
 constexpr std::array<char16_t, 128> kNextStepCharacters = {
     0x00A0, 0x00C0, 0x00C1, 0x00C2, 0x00C3, 0x00C4, 0x00C5, 0x00C7, 0x00C8, 0x00C9, 0x00CA, 0x00CB,
     0x00CC, 0x00CD, 0x00CE, 0x00CF, 0x00D0, 0x00D1, 0x00D2, 0x00D3, 0x00D4, 0x00D5, 0x00D6, 0x00D9,
@@ -77,7 +77,7 @@ class TextReader {
   std::optional<Error> error_;
 };
 
-// Where something follows a text at the top, the file is the bare entries of a dictionary.
+// A file whose first string is not its end is the entries of a dictionary, without braces.
 bool TextReader::readRoot(PropertyList& root) {
   if (!checkEncoding() || !skipSpace()) return false;
   if (atEnd()) {
@@ -141,7 +141,7 @@ bool TextReader::readEntries(int depth, PropertyList& into) {
   return false;
 }
 
-// A strings file may hold a key alone, which is its own value.
+// In a strings file, a key without a value is its own value.
 bool TextReader::readEntry(int depth, PropertyList::Entry& into) {
   if (!count() || !readText(into.key) || !skipSpace()) return false;
   if (isNext(';')) {
@@ -207,7 +207,7 @@ bool TextReader::readEscapes(std::string& into) {
   while (isNext('\\')) {
     ++at_;
     if (atEnd()) return fail("the list ends too early");
-    if (static_cast<unsigned char>(text_[at_]) >= 0x80) break;  // stands for itself
+    if (static_cast<unsigned char>(text_[at_]) >= 0x80) break;  // ignores the backslash
     units += readEscape();
   }
   appendUTF16(into, units);

@@ -17,8 +17,8 @@ namespace tolvane {
 
 namespace {
 
-// Attributes mean nothing in a property list, but libxml2 before 2.12 compares each of a tag with
-// all before it, and many enough of them would keep it busy for hours.
+// Attributes are ignored, but libxml2 before 2.12 compares each attribute of a tag with all before
+// it, which takes hours for very many.
 constexpr int kMaximumAttributeSlots = 8192;
 
 constexpr std::size_t kLongestMessage = 200;
@@ -62,14 +62,14 @@ class XMLReader {
   void end();
   void endScalar();
   void endContainer();
-  PropertyList* place();
+  PropertyList* addValue();
   void reportDamage(const xmlError& error);
 
   static bool lacksValue(const PropertyList::Dictionary& dictionary);
   void fail(std::string_view what);
 
-  // Runs one event, and keeps its exceptions out of libxml2. Once the reader has stopped, libxml2
-  // gets no more bytes, and the events from those that it still has are dropped.
+  // Runs the handler of one event, and keeps its exceptions out of libxml2. Once the reader has
+  // stopped, libxml2 gets no more bytes, and further events are dropped.
   template <typename Event>
   static void handle(void* self, Event event) noexcept {
     auto& reader = *static_cast<XMLReader*>(self);
@@ -99,8 +99,8 @@ class XMLReader {
   std::optional<Error> error_;
 };
 
-// Errors of the parser and of its decoders come to the thread's handler; without one, libxml2
-// prints them.
+// libxml2 passes errors of the parser and of its decoders to a handler of the thread; without one
+// it prints them.
 class XMLReader::ErrorRedirection {
  public:
   explicit ErrorRedirection(XMLReader* reader) {
@@ -134,8 +134,8 @@ PropertyListResult XMLReader::read(bool transcoded, std::size_t lines) {
   return {std::move(root_), std::nullopt};
 }
 
-// Without handlers for them, libxml2 keeps no entity and loads no external subset. Declared
-// attributes it would keep, and add to each element.
+// Without handlers for them, libxml2 stores no entity and loads no external subset. It would store
+// declared attributes and add them to each element.
 xmlSAXHandler XMLReader::handler() {
   xmlSAXHandler sax;
   std::memset(&sax, 0, sizeof sax);
@@ -214,7 +214,7 @@ void XMLReader::startWrapper() {
 
 void XMLReader::startContainer(Element element) {
   if (open_.size() >= kMaximumPropertyListDepth) return fail("values are nested too deep");
-  PropertyList* const container = place();
+  PropertyList* const container = addValue();
   if (container == nullptr) return;
   if (element == Element::List) {
     container->value.emplace<PropertyList::List>();
@@ -256,7 +256,7 @@ void XMLReader::endScalar() {
     dictionary->entries.push_back({text_, {}});
     return;
   }
-  PropertyList* const scalar = place();
+  PropertyList* const scalar = addValue();
   if (scalar == nullptr) return;
   switch (scalar_) {
     case Element::Text:
@@ -288,8 +288,8 @@ void XMLReader::endContainer() {
   open_.pop_back();
 }
 
-// Where the next value goes; null, with an error, where none may stand.
-PropertyList* XMLReader::place() {
+// Adds a value to the open container; null, with an error, if no value is allowed here.
+PropertyList* XMLReader::addValue() {
   if (open_.empty()) {
     if (hasRoot_) {
       fail("there is a second value in <plist>");
@@ -308,13 +308,13 @@ PropertyList* XMLReader::place() {
   return &dictionary.entries.back().value;
 }
 
-// XML has no null object, so a null stands where the value of the last key is still to come.
+// XML has no null object: a null is the value of a key that is still to be read.
 bool XMLReader::lacksValue(const PropertyList::Dictionary& dictionary) {
   return !dictionary.entries.empty() &&
          std::holds_alternative<std::monostate>(dictionary.entries.back().value.value);
 }
 
-// The message is libxml2's, and can quote the file.
+// The message is libxml2's, and can quote untrusted input.
 void XMLReader::reportDamage(const xmlError& error) {
   std::string what(trimWhitespaceAndNewlines(error.message != nullptr ? error.message : ""));
   std::replace(what.begin(), what.end(), '\n', ' ');

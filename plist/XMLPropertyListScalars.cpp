@@ -28,7 +28,7 @@ bool takeSign(std::string_view& text) {
   return isNegative;
 }
 
-// The number of the two or four digits at the place, -1 where others stand there.
+// The number of the two or four digits at the position, -1 if they are not all digits.
 int digitsAt(std::string_view text, std::size_t at, std::size_t count) {
   const auto number = wholeNumber<unsigned>(text.substr(at, count), 10);
   return number ? static_cast<int>(*number) : -1;

@@ -9,44 +9,44 @@
 namespace tolvane {
 namespace {
 
-TEST(DispatchGroup, ItTellsOnceEverybodyHasLeft) {
+TEST(DispatchGroup, TheTaskIsPostedAfterTheLastLeave) {
   RunLoop loop;
   const DispatchGroup group;
-  int told = 0;
+  int runs = 0;
   group.enter();
   group.enter();
-  group.notify(loop, [&] { ++told; });
+  group.notify(loop, [&] { ++runs; });
   group.leave();
   loop.drain();
-  EXPECT_EQ(told, 0);
+  EXPECT_EQ(runs, 0);
   group.leave();
   loop.drain();
-  EXPECT_EQ(told, 1);
+  EXPECT_EQ(runs, 1);
 }
 
-TEST(DispatchGroup, ItTellsAtOnceWhereNobodyIsInside) {
+TEST(DispatchGroup, WithNothingPendingTheTaskIsPostedAtOnce) {
   RunLoop loop;
   const DispatchGroup empty;
   const DispatchGroup left;
-  int told = 0;
+  int runs = 0;
   left.enter();
   left.leave();
-  empty.notify(loop, [&] { ++told; });
-  left.notify(loop, [&] { ++told; });
-  EXPECT_EQ(told, 0);  // by way of the queue, not in the call
+  empty.notify(loop, [&] { ++runs; });
+  left.notify(loop, [&] { ++runs; });
+  EXPECT_EQ(runs, 0);  // by the queue, not inside the call
   loop.drain();
-  EXPECT_EQ(told, 2);
+  EXPECT_EQ(runs, 2);
 }
 
-TEST(DispatchGroup, ItTellsOnlyOnce) {
+TEST(DispatchGroup, TheTaskIsPostedOnlyOnce) {
   RunLoop loop;
   const DispatchGroup group;
-  int told = 0;
-  group.notify(loop, [&] { ++told; });
+  int runs = 0;
+  group.notify(loop, [&] { ++runs; });
   group.enter();
   group.leave();
   loop.drain();
-  EXPECT_EQ(told, 1);
+  EXPECT_EQ(runs, 1);
 }
 
 TEST(DispatchGroup, CopiesLeaveOnAnyThreadAndMayOutliveIt) {

@@ -12,7 +12,7 @@
 
 namespace tolvane {
 
-// Counts who is inside and remembers the most there ever were.
+// Counts the threads between enter() and leave(), and keeps the maximum.
 class Gauge {
  public:
   void enter() {
@@ -29,7 +29,7 @@ class Gauge {
   std::atomic<int> most_ = 0;
 };
 
-// Makes operations that wait inside until they are let go.
+// Makes operations that block until open().
 class Blocker {
  public:
   Task task() const {

@@ -27,7 +27,7 @@ TEST(Dispatch, ATaskRunsOnABackgroundThread) {
   EXPECT_NE(flush.get_future().get(), std::this_thread::get_id());
 }
 
-TEST(Dispatch, TasksRunSideBySide) {
+TEST(Dispatch, TasksRunInParallel) {
   std::latch together(4);
   std::latch done(4);
   for (int i = 0; i < 4; ++i) {
@@ -66,8 +66,8 @@ TEST(Dispatch, ADelayedTaskDoesNotWaitForOneWithALongerDelay) {
   ran.get_future().wait();
 }
 
-// The process that exits begins anew, since a forked one would lack the threads of this one. It
-// tells on standard error what it has done.
+// The process that exits is started anew, because a forked one would lack the threads of this one.
+// It writes to standard error what it has done.
 class DispatchAtExitDeathTest : public testing::Test {
  protected:
   DispatchAtExitDeathTest() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }

@@ -32,7 +32,7 @@ TEST(ManualClock, ADelayedTaskRunsWhenItsTimeHasComeAndNoSooner) {
   EXPECT_EQ(clock.elapsed(), 24h + 100ms);
 }
 
-TEST(ManualClock, ADelayCountsFromTheMomentAtWhichItIsAskedFor) {
+TEST(ManualClock, ADelayBeginsWithTheCall) {
   ManualClock clock;
   clock.advance(1h);
   bool ran = false;

@@ -18,7 +18,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-TEST(OperationQueue, OperationsStartInTheOrderOfTheirAdding) {
+TEST(OperationQueue, OperationsStartInTheOrderInWhichTheyWereAdded) {
   OperationQueue queue(1);
   std::vector<int> order;
   std::promise<void> done;
@@ -129,14 +129,14 @@ TEST(OperationQueue, CancellingDiscardsExactlyWhatHasNotStarted) {
   EXPECT_EQ(started.use_count(), 3);
   EXPECT_EQ(waiting.use_count(), 1);
   std::promise<void> done;
-  queue.addOperation([&] { done.set_value(); });  // a cancelled queue goes on
+  queue.addOperation([&] { done.set_value(); });  // a cancelled queue can be used again
   blocker.open();
   done.get_future().wait();
   while (started.use_count() > 1) std::this_thread::yield();
   EXPECT_EQ(ran, 2);
 }
 
-TEST(OperationQueue, WhatIsDiscardedMayUseTheQueueAsItGoes) {
+TEST(OperationQueue, WhatIsDiscardedMayUseTheQueueInItsDestructor) {
   OperationQueue queue(1);
   Blocker blocker;
   queue.addOperation(blocker.task());
@@ -165,17 +165,17 @@ TEST(OperationQueue, WhatHasNotStartedIsDiscardedWithTheQueue) {
   EXPECT_EQ(ran, 0);
 }
 
-TEST(OperationQueue, AnOperationIsGoneBeforeTheNextOneStarts) {
+TEST(OperationQueue, AnOperationIsDestroyedBeforeTheNextOneStarts) {
   OperationQueue queue(1);
-  std::atomic<bool> isGone = false;
+  std::atomic<bool> isDestroyed = false;
   std::shared_ptr<void> farewell(nullptr, [&](void*) {
     std::this_thread::sleep_for(50ms);
-    isGone = true;
+    isDestroyed = true;
   });
-  std::promise<bool> wasGone;
+  std::promise<bool> wasDestroyed;
   queue.addOperation([farewell = std::move(farewell)] {});
-  queue.addOperation([&] { wasGone.set_value(isGone); });
-  EXPECT_TRUE(wasGone.get_future().get());
+  queue.addOperation([&] { wasDestroyed.set_value(isDestroyed); });
+  EXPECT_TRUE(wasDestroyed.get_future().get());
 }
 
 TEST(OperationQueue, ManyOperationsRunEachOnce) {

@@ -69,7 +69,7 @@ TEST(RunLoop, DrainingRunsWhatIsThereAndWhatThatPosts) {
   EXPECT_EQ(order.size(), 3U);
 }
 
-TEST(RunLoop, ATaskThatGoesMayPost) {
+TEST(RunLoop, ATaskMayPostInItsDestructor) {
   RunLoop loop;
   bool ran = false;
   std::shared_ptr<void> farewell(nullptr, [&](void*) { loop.post([&] { ran = true; }); });

@@ -14,7 +14,7 @@ namespace {
 
 using testing::ElementsAre;
 
-TEST(SerialQueue, TasksRunInTheOrderOfTheirPosting) {
+TEST(SerialQueue, TasksRunInTheOrderInWhichTheyWerePosted) {
   const SerialQueue queue;
   std::vector<int> order;
   std::promise<void> done;
@@ -63,7 +63,7 @@ TEST(SerialQueue, ATaskThatPostsIsNotInterrupted) {
   EXPECT_THAT(order, ElementsAre(1, 2));
 }
 
-TEST(SerialQueue, QueuesRunSideBySide) {
+TEST(SerialQueue, QueuesRunInParallel) {
   const SerialQueue first;
   const SerialQueue second;
   std::latch together(2);
@@ -90,7 +90,7 @@ TEST(SerialQueue, CopiesAreTheSameQueue) {
   EXPECT_EQ(order, upTo(100));
 }
 
-TEST(SerialQueue, WhatWasPostedRunsAfterTheLastCopyIsGone) {
+TEST(SerialQueue, WhatWasPostedRunsAfterTheLastCopyIsDestroyed) {
   Blocker blocker;
   std::promise<void> done;
   {

@@ -9,7 +9,7 @@ namespace tolvane {
 
 namespace {
 
-// Sets a variable of the environment, or takes it away, until it is destroyed.
+// Sets or unsets a variable of the environment for as long as the object lives.
 class Environment {
  public:
   Environment(const char* name, const char* value) : name_(name) {
@@ -52,13 +52,13 @@ TEST(Configuration, KnowsTheHomeFolderWithoutTheEnvironment) {
   EXPECT_TRUE(path.ends_with("/.config/tolvane/defaults.plist")) << path;
 }
 
-TEST(Configuration, TheInformationListIsBesideTheProgram) {
+TEST(Configuration, TheInformationListIsInTheFolderOfTheProgram) {
   EXPECT_EQ(Configuration::infoPathOfProgram("/opt/tolvane/tolvane"), "/opt/tolvane/Info.plist");
   const std::string path = Configuration::current().infoPath;
   EXPECT_TRUE(path.starts_with('/') && path.ends_with("/Info.plist")) << path;
 }
 
-TEST(Configuration, OfAProgramWhosePlaceIsUnknownThereIsNoInformationList) {
+TEST(Configuration, WithoutAnAbsoluteProgramPathThereIsNoInformationList) {
   for (const char* program : {"", "tolvane", "./tolvane"}) {
     EXPECT_EQ(Configuration::infoPathOfProgram(program), "") << program;
   }

@@ -98,7 +98,7 @@ TEST(File, AnEmptyPathAndOneWithNulNameNothing) {
   }
 }
 
-TEST(File, ItsFolderIsWhatStandsBeforeItsName) {
+TEST(File, TheFolderIsThePathWithoutItsLastComponent) {
   EXPECT_EQ(folderOf("a/b/c"), "a/b");
   EXPECT_EQ(folderOf("/a"), "/");
   EXPECT_EQ(folderOf("a"), ".");
@@ -133,14 +133,14 @@ TEST(File, WhatIsNoRegularFileCannotBeRead) {
   EXPECT_EQ(bytes, "before");
 }
 
-TEST(File, AFileThatIsLongerThanItSaidIsReadToItsEnd) {
+TEST(File, AFileThatIsLongerThanItsSizeIsReadToItsEnd) {
   std::string bytes;
   EXPECT_EQ(appendFile("/proc/self/comm", bytes), std::nullopt);
   EXPECT_NE(bytes, "");
 }
 
-TEST(File, AFileThatIsShorterThanItSaidIsReadToItsEnd) {
-  const std::string path = "/sys/devices/system/cpu/online";  // a page long, it says
+TEST(File, AFileThatIsShorterThanItsSizeIsReadToItsEnd) {
+  const std::string path = "/sys/devices/system/cpu/online";  // a page long by stat(2)
   if (!fileExists(path)) GTEST_SKIP() << path << " is not there";
   std::string bytes = "before ";
   EXPECT_EQ(appendFile(path, bytes), std::nullopt);

@@ -9,19 +9,19 @@
 namespace tolvane {
 namespace {
 
-TEST(FolderFlush, AFolderThatHasGoneMeanwhileIsNoError) {
+TEST(FolderFlush, AFolderThatWasRemovedIsNoError) {
   const TemporaryFolder folder;
   flushFolderSoon(folder.path("gone"));
   EXPECT_EQ(flushFolders(), std::nullopt);
 }
 
-// Not every file system flushes folders, and no program can do anything about it.
+// Not every file system can flush folders.
 TEST(FolderFlush, AFolderThatCannotBeFlushedIsNoError) {
   flushFolderSoon("/proc/self");
   EXPECT_EQ(flushFolders(), std::nullopt);
 }
 
-TEST(FolderFlush, EveryFolderAboveANewOneIsFlushedUpToTheOneThatWasThere) {
+TEST(FolderFlush, EveryNewFolderAndTheExistingOneAboveThemAreFlushed) {
   const TemporaryFolder folder;
   ASSERT_EQ(createFolder(folder.path("a/b/c")), std::nullopt);
   EXPECT_EQ(flushFolders(), std::nullopt);

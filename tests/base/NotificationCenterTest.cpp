@@ -13,7 +13,7 @@ namespace {
 
 using testing::ElementsAre;
 
-TEST(NotificationCenter, APostReachesEveryObserverOfItsNameInTheOrderOfTheirAdding) {
+TEST(NotificationCenter, APostReachesEveryObserverOfItsNameInTheOrderInWhichTheyWereAdded) {
   NotificationCenter center;
   std::vector<std::string> calls;
   const auto first = center.addObserver("A", [&](const auto&) { calls.push_back("first"); });
@@ -67,7 +67,7 @@ TEST(NotificationCenter, AnObserverIsDestroyedWithItsToken) {
   EXPECT_EQ(captured.use_count(), 1);
 }
 
-TEST(NotificationCenter, APostThatNobodyObservesGoesNowhere) {
+TEST(NotificationCenter, APostWithoutObserversDoesNothing) {
   NotificationCenter center;
   EXPECT_NO_FATAL_FAILURE(center.post("A", {}));
 }
@@ -111,7 +111,7 @@ TEST(NotificationCenter, ATokenMayOutliveItsCenter) {
   token.reset();
 }
 
-TEST(NotificationCenter, ThreadsPostAndObserveSideBySide) {
+TEST(NotificationCenter, ThreadsPostAndObserveInParallel) {
   NotificationCenter center;
   std::atomic<int> calls = 0;
   const auto steady = center.addObserver("A", [&](const auto&) { ++calls; });

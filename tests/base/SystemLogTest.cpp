@@ -18,7 +18,7 @@ struct Formatted {
   int* count;
 };
 
-// What goes to standard error while the object lives, and then to standard error no more.
+// Switches the log to standard error on, and captures it until end().
 class CapturedStandardError {
  public:
   CapturedStandardError() {
@@ -48,7 +48,7 @@ struct fmt::formatter<tolvane::Formatted> {
 namespace tolvane {
 namespace {
 
-TEST(SystemLog, AnObserverGetsEveryLineUntilItsTokenGoes) {
+TEST(SystemLog, AnObserverGetsEveryLineUntilItsTokenIsDestroyed) {
   std::vector<std::string> lines;
   auto token = SystemLog::observe([&](std::string_view line) { lines.emplace_back(line); });
   SystemLog::write("[Tag] {} of {}", 1, "two");
@@ -81,7 +81,7 @@ TEST(SystemLog, AnObserverMayWriteAndEndItsObserving) {
   EXPECT_THAT(lines, ElementsAre("[Tag] first"));
 }
 
-TEST(SystemLog, NothingIsFormattedWhileNobodyListens) {
+TEST(SystemLog, NothingIsFormattedWithoutObservers) {
   int count = 0;
   EXPECT_FALSE(SystemLog::isEnabled());
   SystemLog::write("[Tag] {}", Formatted{&count});

@@ -46,7 +46,7 @@ TEST(TerminalText, CountsCells) {
   EXPECT_EQ(displayWidth("a\u0308"), 1U);  // with a combining mark
   EXPECT_EQ(displayWidth("漢字"), 4U);
   EXPECT_EQ(displayWidth("\uFFFD"), 1U);
-  // As many as what takes their place.
+  // As wide as their replacements.
   for (const char* text : {"\t", "\033", "\u0085", "\xFF"}) {
     EXPECT_EQ(displayWidth(text), displayWidth(printable(text)));
   }

@@ -8,7 +8,7 @@
 
 namespace tolvane {
 
-// What the reader promises of every value that it makes. A breach ends the process.
+// Checks what the reader promises for each value. A failed check aborts the process.
 inline void checkValue(const PropertyList& list, int depth) {
   if (depth > kMaximumPropertyListDepth) std::abort();
   const auto form = list.textForm();
@@ -24,7 +24,7 @@ inline void checkValue(const PropertyList& list, int depth) {
   }
 }
 
-// The same of a whole result: a value or an error, and the error a sentence for people.
+// The same for a whole result: a value or an error, and the error is a sentence.
 inline void checkResult(const PropertyListResult& result) {
   if (result.value.has_value() == result.error.has_value()) std::abort();
   if (result.value) return checkValue(*result.value, 0);

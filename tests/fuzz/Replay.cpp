@@ -9,8 +9,8 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
-// Runs a fuzz target over the files of a folder, where there is no libFuzzer to do it. An empty
-// folder is a failure: its path is wrong.
+// Runs a fuzz target over the files of a folder, in builds without libFuzzer. An empty folder is a
+// failure: its path is wrong.
 int main(int argumentCount, char** arguments) {
   if (argumentCount != 2) return 2;
   int count = 0;

@@ -9,7 +9,7 @@
 
 namespace tolvane {
 
-// The number in big-endian bytes.
+// The number in big-endian byte order.
 inline std::string bigEndian(std::uint64_t number, std::size_t width) {
   std::string bytes(width, '\0');
   for (std::size_t i = 0; i < width && i < 8; ++i) {
@@ -18,7 +18,7 @@ inline std::string bigEndian(std::uint64_t number, std::size_t width) {
   return bytes;
 }
 
-// How a binary list is laid out around its objects. What a test does not set is as it should be.
+// The layout of a binary list around its objects. Values that a test does not set are valid.
 struct BinaryLayout {
   std::size_t offsetWidth = 4;
   std::size_t referenceWidth = 1;
@@ -32,7 +32,7 @@ inline std::string binaryTrailer(const BinaryLayout& layout, std::uint64_t objec
          bigEndian(layout.topObject, 8) + bigEndian(tableOffset, 8);
 }
 
-// A binary list of these objects, each given in the bytes that encode it.
+// A binary list of these encoded objects.
 inline std::string binaryList(const std::vector<std::string>& objects,
                               const BinaryLayout& layout = {}) {
   std::string bytes = "bplist00";

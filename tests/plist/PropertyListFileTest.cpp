@@ -27,7 +27,7 @@ TEST_F(PropertyListFile, StringsNumbersAndBooleansHaveATextForm) {
   EXPECT_EQ(textOf("Build").text, "7");
 }
 
-TEST_F(PropertyListFile, ThatIsNotThereOrHasNoDictionarySaysNothing) {
+TEST_F(PropertyListFile, AMissingFileAndOneWithoutADictionaryHaveNoText) {
   EXPECT_EQ(textOf("Name").text, "");
   EXPECT_FALSE(textOf("Name").error);
   EXPECT_FALSE(textInPropertyListFile("", "Name").error);
@@ -36,7 +36,7 @@ TEST_F(PropertyListFile, ThatIsNotThereOrHasNoDictionarySaysNothing) {
   EXPECT_FALSE(textOf("Name").error);
 }
 
-TEST_F(PropertyListFile, ThatCannotBeReadIsAnError) {
+TEST_F(PropertyListFile, AnUnreadableFileIsAnError) {
   folder_.write("Info.plist", "{ Name = ");
   EXPECT_EQ(textOf("Name").text, "");
   ASSERT_TRUE(textOf("Name").error);

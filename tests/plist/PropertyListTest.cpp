@@ -27,7 +27,7 @@ std::string inUTF16(std::string_view text, bool isBigEndian) {
   return bytes;
 }
 
-TEST(PropertyList, ATextIsItsOwnTextForm) {
+TEST(PropertyList, AStringIsItsOwnTextForm) {
   EXPECT_EQ(formOf("Zürich"s), "Zürich");
   EXPECT_EQ(formOf(""s), "");
   EXPECT_EQ(formOf("a\0b"s), "a\0b"s);
@@ -74,7 +74,7 @@ TEST(PropertyList, OtherKindsHaveNoTextForm) {
   EXPECT_EQ(formOf(PropertyList::Dictionary{}), std::nullopt);
 }
 
-TEST(PropertyList, OfAKeyThatStandsTwiceTheLastValueCounts) {
+TEST(PropertyList, OfARepeatedKeyTheLastValueCounts) {
   const auto result = readPropertyList("{ a = 1; b = 2; a = 3; }");
   ASSERT_TRUE(result.value && result.value->dictionary());
   const auto* dictionary = result.value->dictionary();
@@ -94,7 +94,7 @@ TEST(PropertyList, AValueIsSeenOnlyAsTheKindItIs) {
   EXPECT_EQ(PropertyList{PropertyList::Integer{1}}.text(), nullptr);
 }
 
-TEST(PropertyList, TheBytesAloneTellTheFormat) {
+TEST(PropertyList, TheFormatIsRecognisedByTheBytes) {
   EXPECT_EQ(dumpOf("<plist><string>x</string></plist>"), R"("x")");
   EXPECT_EQ(dumpOf("<?xml version='1.0'?><array/>"), "[]");
   EXPECT_EQ(dumpOf("<!-- x --><array/>"), "[]");
@@ -122,7 +122,7 @@ TEST(PropertyList, NoBytesAtAllAreAnError) {
   EXPECT_EQ(dumpOf(""), unreadable("there are no bytes at offset 0"));
 }
 
-TEST(PropertyList, OneBareWordIsAText) {
+TEST(PropertyList, OneBareWordIsAString) {
   EXPECT_EQ(dumpOf("Unavailable"), R"("Unavailable")");
   EXPECT_EQ(dumpOf(" http://repo.example/x.plist \n"), R"("http://repo.example/x.plist")");
 }
@@ -135,7 +135,7 @@ TEST(PropertyList, AnErrorHasTheReadersDomainAndCode) {
             "\"The property list cannot be read: a dictionary has no \"}\" at line 1.\"");
 }
 
-TEST(PropertyList, AnErrorNamesTheLineOfMarkupAndTextAndTheOffsetOfBinary) {
+TEST(PropertyList, AnErrorNamesTheLineOfXMLAndTextAndTheOffsetOfBinary) {
   EXPECT_EQ(dumpOf("<array>\n\n<sting/></array>"),
             unreadable("<sting> is no element of a property list at line 3"));
   EXPECT_EQ(dumpOf("(a,\n b,\r\n c d)"),
@@ -175,7 +175,7 @@ TEST(PropertyList, TheSameListReadsTheSameInFiveEncodings) {
   EXPECT_EQ(dumpOf(latin1), expected);
 }
 
-TEST(PropertyList, UTF16NeedsNoMarkForMarkup) {
+TEST(PropertyList, XMLInUTF16NeedsNoByteOrderMark) {
   for (const bool isBigEndian : {true, false}) {
     EXPECT_EQ(dumpOf(inUTF16("<?xml version='1.0' encoding='utf-16'?><array/>", isBigEndian)),
               "[]");
@@ -183,13 +183,13 @@ TEST(PropertyList, UTF16NeedsNoMarkForMarkup) {
   }
 }
 
-TEST(PropertyList, AMarkOutweighsADeclaration) {
+TEST(PropertyList, AByteOrderMarkOverridesTheDeclaration) {
   const std::string wrong = "<?xml version='1.0' encoding='ISO-8859-1'?><string>\xC3\xBC</string>";
   EXPECT_EQ(dumpOf("\xEF\xBB\xBF" + wrong), R"("\xc3\xbc")");
   EXPECT_EQ(dumpOf(wrong), R"("\xc3\x83\xc2\xbc")");
 }
 
-TEST(PropertyList, OldStyleTextMayBeUTF16WithAMark) {
+TEST(PropertyList, OldStyleTextMayBeUTF16WithAByteOrderMark) {
   EXPECT_EQ(dumpOf("\xFE\xFF" + inUTF16("{ a = b; }", true)), R"({"a"="b"})");
   EXPECT_EQ(dumpOf("\xFF\xFE" + inUTF16("\"a\" = \"b\";\n", false)), R"({"a"="b"})");
 }

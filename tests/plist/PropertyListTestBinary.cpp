@@ -10,7 +10,7 @@ namespace {
 
 using namespace std::string_literals;
 
-// The list of this one object.
+// The dump of a list of this one object.
 std::string dumpOfObject(const std::string& object) {
   return dumpOf(binaryList({object}));
 }
@@ -53,7 +53,7 @@ TEST(BinaryPropertyList, DatesAreSecondsSince2001) {
   EXPECT_EQ(dumpOfObject("\x33\x40\xF5\x18\0\0\0\0\0"s), "date 86400");
 }
 
-TEST(BinaryPropertyList, TextsAreASCIIOrUTF16) {
+TEST(BinaryPropertyList, StringsAreASCIIOrUTF16) {
   EXPECT_EQ(dumpOfObject("\x50"), R"("")");
   EXPECT_EQ(dumpOfObject("\x53"
                          "abc"),
@@ -68,7 +68,7 @@ TEST(BinaryPropertyList, DataIsKeptAsItIs) {
   EXPECT_EQ(dumpOfObject("\x40"), "<>");
 }
 
-TEST(BinaryPropertyList, AUIDIsTheDictionaryThatStandsForItInXML) {
+TEST(BinaryPropertyList, AUIDIsTheDictionaryOfItsXMLForm) {
   EXPECT_EQ(dumpOfObject("\x80\x05"), R"({"CF$UID"=5})");
   EXPECT_EQ(dumpOfObject("\x82\x01\x00\x00"s), R"({"CF$UID"=65536})");
 }
@@ -134,12 +134,12 @@ TEST(BinaryPropertyList, UnknownKindsAndWidthsAreAnError) {
             unreadable("a count is not an integer at offset 9"));
 }
 
-TEST(BinaryPropertyList, AKeyIsAText) {
+TEST(BinaryPropertyList, AKeyIsAString) {
   EXPECT_EQ(dumpOf(binaryList({"\xD1\x01\x01", "\x09"})),
             unreadable("a key is not a text at offset 11"));
 }
 
-TEST(BinaryPropertyList, AnASCIITextHoldsOnlyASCII) {
+TEST(BinaryPropertyList, AnASCIIStringHoldsOnlyASCII) {
   EXPECT_EQ(dumpOfObject("\x51\xE9"),
             unreadable("an ASCII text holds other characters at offset 9"));
 }

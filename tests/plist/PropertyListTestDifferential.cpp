@@ -20,7 +20,7 @@ struct Sample {
   std::string dump;
 };
 
-// What Python has written, by an independent implementation of both formats.
+// Files that the plistlib of Python writes, an independent implementation of both formats.
 class DifferentialPropertyList : public testing::Test {
  protected:
   void write(int count, int seed) {

@@ -16,7 +16,7 @@ namespace {
 
 using namespace std::string_literals;
 
-// What a build that is not made for speed may take more.
+// The factor that an unoptimised build may take more.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || !defined(__OPTIMIZE__)
 constexpr long kSlowness = 8;
 #else
@@ -53,7 +53,7 @@ std::string repeated(std::string_view text, std::size_t times) {
   return result;
 }
 
-// A binary list of this many lists in one another.
+// A binary list of this many nested lists.
 std::string nestedBinary(std::size_t levels) {
   std::vector<std::string> objects;
   for (std::size_t i = 1; i < levels; ++i) objects.push_back("\xA1" + bigEndian(i, 4));
@@ -122,7 +122,7 @@ TEST(HostilePropertyList, SharingInDictionariesCountsToo) {
   expectCheapError(binaryList(doubling), "objects are shared too often");
 }
 
-TEST(HostilePropertyList, PackagesMayShareAllButOneOfTheirTexts) {
+TEST(HostilePropertyList, PackagesMayShareAllButOneOfTheirStrings) {
   constexpr std::size_t kPackages = 10'000, kKeys = 8;
   std::vector<std::string> objects(1);
   std::vector<std::uint64_t> packages;
@@ -242,7 +242,7 @@ TEST(HostilePropertyList, LongTokensAreReadInOnePass) {
   expectCheapError('"' + longText, "a quoted text that begins here has no end at line 1");
 }
 
-TEST(HostilePropertyList, NoiseEndsInAnError) {
+TEST(HostilePropertyList, RandomBytesEndInAnError) {
   std::mt19937 random(7);
   std::string noise(1'000'000, '\0');
   for (char& c : noise) c = static_cast<char>(random());

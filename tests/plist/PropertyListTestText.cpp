@@ -27,7 +27,7 @@ TEST(TextPropertyList, EveryKindOfValueIsRead) {
             R"("data"=<0fbd771c2735ae>})");
 }
 
-TEST(TextPropertyList, NumbersStayTexts) {
+TEST(TextPropertyList, NumbersStayStrings) {
   EXPECT_EQ(dumpOf("{ size = 1234; version = 1.0.5; }"), R"({"size"="1234","version"="1.0.5"})");
 }
 
@@ -38,7 +38,7 @@ TEST(TextPropertyList, TheRootMayBeAnyValue) {
   EXPECT_EQ(dumpOf("<>"), "<>");
 }
 
-TEST(TextPropertyList, CommentsStandWhereverWhiteSpaceMay) {
+TEST(TextPropertyList, CommentsAreAllowedWhereverWhiteSpaceIs) {
   EXPECT_EQ(dumpOf("/* { */{/**/a /* = */=// x\n b // ; \r;/***/}//"), R"({"a"="b"})");
   EXPECT_EQ(dumpOf("// nothing"), "{}");
   EXPECT_EQ(dumpOf("/* nothing */ "), "{}");
@@ -109,7 +109,7 @@ TEST(TextPropertyList, NothingMayFollowTheList) {
   EXPECT_EQ(dumpOf("two words"), unreadable("a key has no \"=\" or \";\" after it at line 1"));
 }
 
-TEST(TextPropertyList, WhatBeginsMustEnd) {
+TEST(TextPropertyList, AnUnterminatedStringCommentOrListIsAnError) {
   EXPECT_EQ(dumpOf("\n\"a\nb"), unreadable("a quoted text that begins here has no end at line 2"));
   EXPECT_EQ(dumpOf("\"a\\\""), unreadable("a quoted text that begins here has no end at line 1"));
   EXPECT_EQ(dumpOf("\"a\\"), unreadable("the list ends too early at line 1"));
@@ -118,7 +118,7 @@ TEST(TextPropertyList, WhatBeginsMustEnd) {
             unreadable("a list has no \",\" or \")\" after a value at line 4"));
 }
 
-TEST(TextPropertyList, AListWithoutItsEndIsAnError) {
+TEST(TextPropertyList, AnUnfinishedListIsAnError) {
   const std::string whole = R"({ a = (b, "c\U00e9"); /* d */ e = <00>; f = { g = h; }; })";
   ASSERT_EQ(dumpOf(whole), R"({"a"=["b","c\xc3\xa9"],"e"=<00>,"f"={"g"="h"}})");
   for (std::size_t size = 0; size < whole.size(); ++size) {
@@ -133,7 +133,7 @@ TEST(TextPropertyList, TextIsUTF8) {
   EXPECT_EQ(dumpOf("{ Ürdingen = a; }"), unreadable("there is an unexpected character at line 1"));
 }
 
-TEST(TextPropertyList, BytesOfNoiseAreAnError) {
+TEST(TextPropertyList, RandomBytesAreAnError) {
   EXPECT_EQ(dumpOf("\x8B\x1F\x00\xFE"s), unreadable("there is a byte that is not UTF-8 at line 1"));
   EXPECT_EQ(dumpOf("\x01\x02"), unreadable("there is an unexpected character at line 1"));
   EXPECT_EQ(dumpOf("PK\x03\x04"), unreadable("a key has no \"=\" or \";\" after it at line 1"));

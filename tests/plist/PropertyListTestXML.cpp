@@ -37,7 +37,7 @@ TEST(XMLPropertyList, PrologueAndWrapperMayBeMissing) {
   EXPECT_EQ(dumpOf("<string>x</string>"), R"("x")");
 }
 
-TEST(XMLPropertyList, WhiteSpaceBeforeThePrologueIsPassedOver) {
+TEST(XMLPropertyList, WhiteSpaceBeforeThePrologueIsSkipped) {
   EXPECT_EQ(dumpOf("\r\n \t<?xml version='1.0'?><array/>"), "[]");
   EXPECT_EQ(dumpOf("\xEF\xBB\xBF\n<?xml version='1.0'?><array/>"), "[]");
 }
@@ -53,7 +53,7 @@ TEST(XMLPropertyList, WhatFollowsTheClosingTagIsNotRead) {
   EXPECT_EQ(dumpOf("<array/></dict>"), "[]");
 }
 
-TEST(XMLPropertyList, TextsKeepTheirWhiteSpace) {
+TEST(XMLPropertyList, StringsKeepTheirWhiteSpace) {
   EXPECT_EQ(dumpOf("<array><string> a\n b\t</string><string/><string> </string></array>"),
             R"([" a\x0a b\x09",""," "])");
   EXPECT_EQ(dumpOf("<dict><key> a </key><true/></dict>"), R"({" a "=true})");
@@ -82,7 +82,7 @@ TEST(XMLPropertyList, NoOtherEntityIsReplaced) {
             unreadable("there is an entity at line 2"));
 }
 
-TEST(XMLPropertyList, AnEntityThatNobodyUsesDoesNoHarm) {
+TEST(XMLPropertyList, AnUnusedEntityIsIgnored) {
   EXPECT_EQ(dumpOf("<!DOCTYPE plist [<!ENTITY a SYSTEM 'file:///etc/hostname'>]><array/>"), "[]");
 }
 
@@ -93,7 +93,7 @@ TEST(XMLPropertyList, AttributesMayNotBeDeclared) {
             unreadable("attributes are declared at line 1"));
 }
 
-TEST(XMLPropertyList, AttributesMeanNothing) {
+TEST(XMLPropertyList, AttributesAreIgnored) {
   EXPECT_EQ(dumpOf("<plist xmlns:x='u' version='2.0'><string a='1'>b</string></plist>"), R"("b")");
 }
 
@@ -104,7 +104,7 @@ TEST(XMLPropertyList, DeclaredEncodingsAreDecoded) {
             R"("\xe3\x83\x86")");
 }
 
-TEST(XMLPropertyList, BytesThatTheEncodingLacksAreAnError) {
+TEST(XMLPropertyList, BytesThatAreInvalidInTheEncodingAreAnError) {
   EXPECT_EQ(lineOfError("<string>\n\xE9t</string>"), "2");
   EXPECT_EQ(lineOfError("<?xml version='1.0' encoding='klingon'?><array/>"), "1");
   EXPECT_EQ(dumpOf("<?xml version='1.0' encoding='Shift_JIS'?><string>\x81\xFF\xFF</string>")
@@ -208,7 +208,7 @@ TEST(XMLPropertyList, WhatIsNoPropertyListIsAnError) {
             unreadable("<...> is no element of a property list at line 1"));
 }
 
-TEST(XMLPropertyList, AListWithoutItsEndIsAnError) {
+TEST(XMLPropertyList, AnUnfinishedListIsAnError) {
   const std::string whole =
       "<?xml version='1.0'?><plist><dict><key>a</key><array><string>b</string>"
       "<data>AAAA</data><!-- c --></array></dict></plist>";

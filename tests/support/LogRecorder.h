@@ -8,8 +8,8 @@
 
 namespace tolvane {
 
-// Collects what the whole process reports while the recorder lives: the messages of the log bus
-// and the lines of the system log. Any thread.
+// Records the messages of the log bus and the lines of the system log, of the whole process, for as
+// long as it lives. Any thread.
 class LogRecorder {
  public:
   LogRecorder();
@@ -18,16 +18,15 @@ class LogRecorder {
   LogRecorder(const LogRecorder&) = delete;
   LogRecorder& operator=(const LogRecorder&) = delete;
 
-  // All that was reported, in order: the log bus's messages, each as "type: text" ("info: Done"),
-  // and the system log's lines. The lines in which the log bus repeats its messages in the system
-  // log are left out.
+  // Messages and lines in their order, a message as "type: text" ("info: Done"). Without the lines
+  // in which the log bus repeats its messages in the system log.
   std::vector<std::string> reports() const;
 
-  // Of these, the messages of the log bus alone, and the lines of the system log alone.
+  // Only the messages, and only the lines.
   std::vector<std::string> messages() const;
   std::vector<std::string> lines() const;
 
-  // Every line of the system log, those of the log bus included.
+  // All lines, also those that repeat messages.
   std::vector<std::string> allLines() const;
 
  private:
@@ -36,7 +35,7 @@ class LogRecorder {
   std::vector<std::string> textsOf(std::initializer_list<Kind> kinds) const;
 
   struct Record;
-  std::shared_ptr<Record> record_;  // an observer may still be running when the recorder goes
+  std::shared_ptr<Record> record_;  // an observer may still be running after the destructor
   std::shared_ptr<void> messageToken_;
   std::shared_ptr<void> lineToken_;
 };

@@ -92,9 +92,9 @@ std::string xzedAtItsBest(std::string_view bytes) {
 
 std::string xzedWithDictionary(std::string_view bytes, unsigned logarithm) {
   std::string payload = xzed(bytes);
-  // The header of the first block stands behind that of the stream: its size in words, flags, the
-  // block's own sizes where flags say so, the number of the filter LZMA2, the length of its
-  // properties and they themselves, a checksum.
+  // The header of the first block follows that of the stream: its size in 32-bit words, flags, the
+  // sizes of the block if the flags announce them, the number of the filter LZMA2, the length of
+  // its properties, these, a checksum.
   constexpr std::size_t kBlock = 12;
   const auto at = [&](std::size_t i) { return static_cast<unsigned char>(payload[i]); };
   const std::size_t size = (at(kBlock) + std::size_t{1}) * 4 - 4;
@@ -120,7 +120,7 @@ std::string gzipOfZeros(std::size_t mebibytes) {
   require(deflateInit2(&stream, Z_BEST_SPEED, Z_DEFLATED, kGzipWindow, 8, Z_DEFAULT_STRATEGY) ==
           Z_OK);
   std::string member = deflated(stream, "", Z_FULL_FLUSH);  // the header
-  // After a full flush nothing refers to what was before, so one block can be repeated.
+  // A block after a full flush refers to nothing before it, so it can be repeated.
   const std::string block = deflated(stream, zeros, Z_FULL_FLUSH);
   deflateEnd(&stream);
   const uLong blockChecksum =

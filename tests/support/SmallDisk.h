@@ -8,7 +8,7 @@
 
 namespace tolvane {
 
-// A file system in memory of a few bytes, where the tests may mount one.
+// A tmpfs of `size` bytes, if the tests are permitted to mount one.
 class SmallDisk {
  public:
   explicit SmallDisk(std::size_t size) {

@@ -15,7 +15,7 @@ namespace tolvane {
 TemporaryFolder::TemporaryFolder() {
   std::string pattern = std::filesystem::temp_directory_path() / "tolvane-test-XXXXXX";
   if (mkdtemp(pattern.data()) == nullptr) {
-    // Without a folder of its own a test would write into somebody else's.
+    // A test without a folder of its own would write to the current one.
     std::perror(pattern.c_str());
     std::abort();
   }

@@ -7,7 +7,7 @@
 
 namespace tolvane {
 
-// A fresh folder for one test, removed with all that is in it when the test ends.
+// A new folder in that for temporary files, removed with its contents by the destructor.
 class TemporaryFolder {
  public:
   TemporaryFolder();
@@ -25,7 +25,7 @@ class TemporaryFolder {
   // The file's bytes. A file that cannot be read fails the test.
   std::string read(std::string_view name) const;
 
-  // What stands directly in the folder, hidden names included, in byte order.
+  // The names of all direct entries of the folder, in byte order.
   std::vector<std::string> names() const;
 
  private:
