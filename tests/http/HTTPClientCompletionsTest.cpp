@@ -17,7 +17,7 @@ struct End {
 // A CompletionProbe throws when its completion is called twice, however late.
 class HTTPClientCompletions : public HTTPClientFixture {
  protected:
-  End endOfData(const std::string& url, const HTTPOptions& options = {}) const {
+  End endOfSend(const std::string& url, const HTTPOptions& options = {}) const {
     const CompletionProbe<End> probe;
     client(options)->send(
         request(url), probe.completion([](const std::string&, auto response, auto error) -> End {
@@ -40,7 +40,7 @@ class HTTPClientCompletions : public HTTPClientFixture {
   void expectEnd(const std::string& path, int status, const std::optional<Error>& error,
                  const HTTPOptions& options = {}) const {
     const std::string url = server_.url(path);
-    for (const End& end : {endOfData(url, options), endOfDownload(url, folder_.path(), options)}) {
+    for (const End& end : {endOfSend(url, options), endOfDownload(url, folder_.path(), options)}) {
       EXPECT_EQ(end.status, status) << path;
       EXPECT_EQ(end.error, error) << path << ' ' << describe(end.error);
     }
@@ -87,10 +87,10 @@ TEST_F(HTTPClientCompletions, AreCalledOnceForARequestThatIsSentAgain) {
 
 TEST_F(HTTPClientCompletions, AreCalledOnceForARequestThatIsNotSent) {
   for (const char* url : {"", "ftp://repo.example/a"}) {
-    EXPECT_EQ(endOfData(url).error, urlError(-1002, "unsupported URL")) << url;
+    EXPECT_EQ(endOfSend(url).error, urlError(-1002, "unsupported URL")) << url;
     EXPECT_EQ(endOfDownload(url, folder_.path()).error, urlError(-1002, "unsupported URL")) << url;
   }
-  EXPECT_EQ(endOfData("http:///a").error, urlError(-1000, "bad URL"));
+  EXPECT_EQ(endOfSend("http:///a").error, urlError(-1000, "bad URL"));
 }
 
 TEST_F(HTTPClientCompletions, AreCalledOnceForAFileThatCannotBeWritten) {

@@ -15,9 +15,9 @@ class HTTPClientHeads : public HTTPClientFixture {
  protected:
   void expectLost(const LoopbackHandler& handler) {
     server_.onAnyOther(handler);
-    const BodyReply data = get(server_.url("/data"));
-    EXPECT_EQ(data.error, connectionLost()) << describe(data.error);
-    EXPECT_EQ(data.response, std::nullopt);
+    const BodyReply body = get(server_.url("/data"));
+    EXPECT_EQ(body.error, connectionLost()) << describe(body.error);
+    EXPECT_EQ(body.response, std::nullopt);
     const FileReply file = download(server_.url("/file"));
     EXPECT_EQ(file.error, connectionLost()) << describe(file.error);
     EXPECT_EQ(file.response, std::nullopt);

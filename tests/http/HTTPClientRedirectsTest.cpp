@@ -26,10 +26,10 @@ class HTTPClientRedirects : public HTTPClientFixture {
 TEST_F(HTTPClientRedirects, AreFollowedToAnotherServer) {
   server_.on("/here", redirect(other_.url("/there")));
   other_.on("/there", respond(200, "arrived"));
-  const BodyReply data = get(server_.url("/here"));
-  EXPECT_EQ(data.error, std::nullopt);
-  EXPECT_EQ(data.status(), 200);
-  EXPECT_EQ(data.body, "arrived");
+  const BodyReply body = get(server_.url("/here"));
+  EXPECT_EQ(body.error, std::nullopt);
+  EXPECT_EQ(body.status(), 200);
+  EXPECT_EQ(body.body, "arrived");
   FileReply file = download(server_.url("/here"));
   EXPECT_EQ(file.status(), 200);
   EXPECT_EQ(bytesOf(file), "arrived");
@@ -103,11 +103,11 @@ TEST_F(HTTPClientRedirects, ToOtherSchemesAreErrors) {
                                             "gopher://127.0.0.1/"};
   for (const std::string& target : targets) {
     server_.on("/here", redirect(target));
-    const BodyReply data = get(server_.url("/here"));
-    ASSERT_TRUE(data.error) << target;
-    EXPECT_EQ(data.error->domain, kURLErrorDomain) << target;
-    EXPECT_EQ(data.error->code, kURLErrorUnsupportedURL) << target;
-    EXPECT_EQ(data.body, "") << target;
+    const BodyReply body = get(server_.url("/here"));
+    ASSERT_TRUE(body.error) << target;
+    EXPECT_EQ(body.error->domain, kURLErrorDomain) << target;
+    EXPECT_EQ(body.error->code, kURLErrorUnsupportedURL) << target;
+    EXPECT_EQ(body.body, "") << target;
     const FileReply file = download(server_.url("/here"));
     EXPECT_TRUE(file.error) << target;
     EXPECT_FALSE(file.file.isOpen()) << target;
@@ -117,9 +117,9 @@ TEST_F(HTTPClientRedirects, ToOtherSchemesAreErrors) {
 TEST_F(HTTPClientRedirects, ToInvalidURLsAreErrors) {
   for (const char* target : {"http://", "http://127.0.0.1:port/", "http://[::1/"}) {
     server_.on("/here", redirect(target));
-    const BodyReply data = get(server_.url("/here"));
-    ASSERT_TRUE(data.error) << target;
-    EXPECT_EQ(data.error->domain, kURLErrorDomain) << target;
+    const BodyReply body = get(server_.url("/here"));
+    ASSERT_TRUE(body.error) << target;
+    EXPECT_EQ(body.error->domain, kURLErrorDomain) << target;
   }
 }
 

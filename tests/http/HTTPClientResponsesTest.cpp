@@ -28,10 +28,10 @@ TEST_F(HTTPClientResponses, ABodyIsWrittenToAFile) {
 TEST_F(HTTPClientResponses, ABodyOfAnyStatusIsReceived) {
   for (const int status : {200, 404, 410, 500, 503}) {
     server_.on("/page", respond(status, "a page"));
-    const BodyReply data = get(server_.url("/page"));
-    EXPECT_EQ(data.error, std::nullopt) << status;
-    EXPECT_EQ(data.status(), status);
-    EXPECT_EQ(data.body, "a page") << status;
+    const BodyReply body = get(server_.url("/page"));
+    EXPECT_EQ(body.error, std::nullopt) << status;
+    EXPECT_EQ(body.status(), status);
+    EXPECT_EQ(body.body, "a page") << status;
     FileReply file = download(server_.url("/page"));
     EXPECT_EQ(file.error, std::nullopt) << status;
     EXPECT_EQ(file.status(), status);

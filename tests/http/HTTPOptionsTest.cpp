@@ -68,11 +68,11 @@ TEST_F(HTTPOptionsTest, ARefusalEndsWaitingRequestsUnsent) {
   auto started = startSend(*client, request(server_.url("/1")));
   ASSERT_TRUE(eventually([&] { return server_.requestsInFlight() == 1; }));
   refusing = true;
-  auto data = startSend(*client, request(server_.url("/2")));
+  auto body = startSend(*client, request(server_.url("/2")));
   auto file = startDownload(*client, request(server_.url("/3")), folder_.path());
   Gate(gate).open();
   EXPECT_EQ(await(std::move(started)).body, "x");
-  EXPECT_EQ(await(std::move(data)).error, reason);
+  EXPECT_EQ(await(std::move(body)).error, reason);
   EXPECT_EQ(await(std::move(file)).error, reason);
   EXPECT_EQ(server_.requests().size(), 1U);
 }
