@@ -177,7 +177,8 @@ class ViewController : public QWidget, private WorkflowObserver {
   RepositoryKind selectedRepositoryKind() const;
   void fetchDidEnd(FetchEnd end);
   void downloadMissingInto(ChosenFolder folder);
-  void startDownload(const DownloadRun& run, ChosenFolder folder);
+  // The access to the folder is given up at the end of the run.
+  void startDownload(const DownloadRun& run, std::shared_ptr<void> access);
 
   MainQueue& mainQueue_;
   Dialogs& dialogs_;

@@ -168,7 +168,7 @@ void ViewController::chooseFolderThenDownloadPackages(PackageList packages) {
       lifetime_.guard([this, packages = std::move(packages)](std::optional<ChosenFolder> folder) {
         if (!folder) return report("Download cancelled.", LogType::warning);
         report(fmt::format("Starting {} downloads...", packages.size()), LogType::info);
-        startDownload({packages, currentRepositoryURL_, folder->path}, std::move(*folder));
+        startDownload({packages, currentRepositoryURL_, folder->path}, folder->access);
       }));
 }
 
@@ -197,12 +197,12 @@ void ViewController::downloadMissingInto(ChosenFolder folder) {
                           LogType::success);
   }
   startDownload({std::move(scan.missing), currentRepositoryURL_, folder.path, scan.alreadyPresent},
-                std::move(folder));
+                std::move(folder.access));
 }
 
-void ViewController::startDownload(const DownloadRun& run, ChosenFolder folder) {
+void ViewController::startDownload(const DownloadRun& run, std::shared_ptr<void> access) {
   if (repositoryBar_->archivesMetadata()) download_->saveMetadata(run.repositoryURL, run.folder);
-  download_->start(run, [this, access = std::move(folder.access)](const DownloadEnd& end) mutable {
+  download_->start(run, [this, access = std::move(access)](const DownloadEnd& end) mutable {
     access.reset();
     report(end.text, end.type());
     if (end.counters.hasErrors()) showDownloadErrorAlertWithMessage(end.details);

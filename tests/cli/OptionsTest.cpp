@@ -39,7 +39,7 @@ TEST(Options, AListNeedsAURLAndHasDefaults) {
   const Options options = parsed({"list", "http://repo.example/"});
   EXPECT_EQ(options.command, Options::Command::list);
   EXPECT_EQ(options.url, "http://repo.example/");
-  EXPECT_EQ(options.type, RepositoryType::automatic);
+  EXPECT_EQ(options.type, RepositoryKind::automatic);
   EXPECT_EQ(options.search, "");
   EXPECT_FALSE(options.json);
   EXPECT_FALSE(options.quiet);
@@ -57,11 +57,11 @@ TEST(Options, ADownloadNeedsAURLAndAFolderAndHasDefaults) {
 }
 
 TEST(Options, EveryTypeHasItsName) {
-  EXPECT_EQ(parsed({"list", "u", "--type", "auto"}).type, RepositoryType::automatic);
-  EXPECT_EQ(parsed({"list", "u", "--type", "apt"}).type, RepositoryType::apt);
-  EXPECT_EQ(parsed({"list", "u", "--type=installer4"}).type, RepositoryType::installer4);
+  EXPECT_EQ(parsed({"list", "u", "--type", "auto"}).type, RepositoryKind::automatic);
+  EXPECT_EQ(parsed({"list", "u", "--type", "apt"}).type, RepositoryKind::apt);
+  EXPECT_EQ(parsed({"list", "u", "--type=installer4"}).type, RepositoryKind::installer4);
   EXPECT_EQ(parsed({"download", "u", "f", "--type", "installer3"}).type,
-            RepositoryType::installer3);
+            RepositoryKind::installer3);
 }
 
 TEST(Options, OptionsMayAppearAnywhereAfterTheSubcommand) {
@@ -70,7 +70,7 @@ TEST(Options, OptionsMayAppearAnywhereAfterTheSubcommand) {
   EXPECT_TRUE(options.json);
   EXPECT_TRUE(options.metadata);
   EXPECT_EQ(options.connections, 64);
-  EXPECT_EQ(options.type, RepositoryType::apt);
+  EXPECT_EQ(options.type, RepositoryKind::apt);
   EXPECT_EQ(options.url, "u");
   EXPECT_EQ(options.folder, "f");
 }

@@ -135,14 +135,14 @@ TEST_F(OutcomeObserver, IsGivenEveryMetadataPathOnce) {
                          "200 http://repo.example/Packages - " + posixError(EISDIR).description));
 }
 
-TEST_F(OutcomeObserver, ARunRemovesHiddenNamesThatKilledProcessesLeft) {
+TEST_F(OutcomeObserver, ARunRemovesTemporaryFilesThatKilledProcessesLeft) {
   folder_.write(".tolvane-0123456789abcdef", "half");
   folder_.write("there.deb", "bytes");
   outcomesOf({package("there")});
   EXPECT_THAT(folder_.names(), ElementsAre("there.deb"));
 }
 
-TEST_F(OutcomeObserver, AScanRemovesHiddenNamesThatKilledProcessesLeft) {
+TEST_F(OutcomeObserver, AScanRemovesTemporaryFilesThatKilledProcessesLeft) {
   folder_.write(".tolvane-0123456789abcdef", "half");
   EXPECT_THAT(DownloadQueueManager::missingPackagesFromPackages({}, folder_.path()), IsEmpty());
   EXPECT_THAT(folder_.names(), IsEmpty());
