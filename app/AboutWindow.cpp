@@ -31,19 +31,19 @@ QRect fromBottom(int x, int y, int width, int height) {
   return {x, kContentSize.height() - y - height, width, height};
 }
 
-// The icon as large as there is room, its sides in proportion, and as sharp as the screen.
+// The icon, scaled to fit in proportion, in the resolution of the screen.
 class IconView : public QWidget {
  public:
   IconView(const QIcon& icon, QWidget* parent) : QWidget(parent), icon_(icon) {}
 
  protected:
   void paintEvent(QPaintEvent*) override {
-    const QPixmap picture = icon_.pixmap(size(), devicePixelRatioF());
-    const QSize shown = picture.size().scaled(size(), Qt::KeepAspectRatio);
+    const QPixmap pixmap = icon_.pixmap(size(), devicePixelRatioF());
+    const QSize shown = pixmap.size().scaled(size(), Qt::KeepAspectRatio);
     QPainter painter(this);
     painter.setRenderHint(QPainter::SmoothPixmapTransform);
     painter.drawPixmap(QStyle::alignedRect(layoutDirection(), Qt::AlignCenter, shown, rect()),
-                       picture);
+                       pixmap);
   }
 
  private:

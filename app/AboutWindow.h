@@ -13,14 +13,14 @@ namespace tolvane {
 // The page of the product.
 inline constexpr const char* kWebsite = "https://tolvane.example/";
 
-// Says what the program is. Stays above other windows, and for the life of the process.
+// Shows what the program is, above other windows. Lives as long as the process.
 class AboutWindow : public QWidget {
   Q_OBJECT
 
  public:
   AboutWindow(const QIcon& icon, const VersionInfo& version);
 
-  // In the middle of the screen, in front.
+  // Centres the window and brings it to the front.
   void present();
 
  signals:

@@ -19,7 +19,7 @@ namespace {
 constexpr std::size_t kQuitAnywayButton = 0;
 constexpr std::size_t kCancelButton = 1;
 
-// The text in the user's language; it is its own key.
+// The translation of a text, which is its own key.
 std::string localized(const char* text) {
   return toText(QCoreApplication::translate("AppDelegate", text));
 }

@@ -52,7 +52,7 @@ bool ApplicationEvents::terminate() {
 bool ApplicationEvents::eventFilter(QObject* watched, QEvent* event) {
   if (watched == qApp && event->type() == QEvent::Quit) {
     if (!terminate()) event->ignore();
-    return true;  // the toolkit would close the windows, each of which would ask again
+    return true;  // otherwise Qt closes the windows, each of which asks again
   }
   if (event->type() == QEvent::Close && lastWindowClosed_ == LastWindowClosed::quits) {
     const auto* const window = qobject_cast<QWidget*>(watched);
@@ -64,7 +64,7 @@ bool ApplicationEvents::eventFilter(QObject* watched, QEvent* event) {
   return false;
 }
 
-// The Dock tells of each click on the icon by making the program active, even where it is.
+// A click on the icon in the Dock activates the program, even where it is active.
 void ApplicationEvents::applicationStateDidChange(Qt::ApplicationState state) {
   if (state != Qt::ApplicationActive || lastWindowClosed_ == LastWindowClosed::quits) return;
   delegate_.applicationShouldHandleReopen(delegate_.hasVisibleWindows());

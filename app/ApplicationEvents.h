@@ -11,14 +11,14 @@ namespace tolvane {
 // What becomes of the program when the user closes its last window.
 enum class LastWindowClosed { quits, staysInTheDock };
 
-// Brings each of the toolkit's ways to end or reopen the program to the delegate's operations: the
-// menu, the session's end, the close of the last window, a click on the icon in the Dock.
+// Calls the delegate's operations for each of Qt's events that end or reopen the program: the menu,
+// the session's end, the close of the last window, a click on the icon in the Dock.
 //
-// The toolkit tells of a click in the Dock only as of any other way to make the program active,
-// such as switching to it with the keyboard. So where no window is left, neither in view nor
-// minimised, each of these reopens the first one; where one is left, none does anything.
+// Qt reports a click in the Dock only as an activation, as switching to the program with the
+// keyboard. So an activation reopens the first window where no window is visible or minimised, and
+// does nothing otherwise.
 //
-// Lives beside the application, which it watches.
+// To be made after the QApplication, which it filters events of.
 class ApplicationEvents : public QObject {
   Q_OBJECT
 
@@ -27,8 +27,8 @@ class ApplicationEvents : public QObject {
   ApplicationEvents(AppDelegate& delegate, LastWindowClosed lastWindowClosed,
                     std::function<void()> willTerminate);
 
-  // Ends the program where the delegate agrees, and says whether it does. While the delegate is
-  // still asking the user, nobody else gets an answer but "no".
+  // Ends the program where the delegate agrees, and returns whether it does. False while the
+  // delegate is still asking the user.
   bool terminate();
 
   // The session would like to end: whether it may. Another program may still refuse, so the

@@ -27,7 +27,7 @@ bool sendToFocus(const char* slot) {
   return send(QApplication::focusWidget(), slot);
 }
 
-// A label keeps its selection when the keyboard goes elsewhere.
+// A label keeps its selection when it loses the focus.
 void copy(const MainWindow& window) {
   if (sendToFocus("copy")) return;
   for (ElidedLabel* const label : window.findChildren<ElidedLabel*>()) {

@@ -9,8 +9,7 @@
 namespace tolvane {
 
 // Fills the window's menu bar: application, Edit, View, Window and Help. The About item has its
-// standard role and no action of its own: the delegate gives it one at launch. `quit` is what the
-// Quit item does.
+// standard role and no action: the delegate connects it at launch. The Quit item calls `quit`.
 void buildMainMenu(MainWindow& window, AppDelegate& delegate, std::function<void()> quit);
 
 }  // namespace tolvane

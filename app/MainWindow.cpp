@@ -13,9 +13,9 @@ namespace tolvane {
 namespace {
 
 constexpr QSize kFirstSize(1180, 760);
-// Milliseconds between two pictures. A busy run changes the window with each package; in
-// the time that drawing it takes, several packages are verified.
-constexpr qint64 kPictureInterval = 16;
+// Milliseconds between two frames. A busy run changes the window with each package, and drawing it
+// takes as long as verifying several packages.
+constexpr qint64 kFrameInterval = 16;
 constexpr int kNarrowestColumn = 20;
 constexpr int kWidestColumn = 4000;
 
@@ -37,9 +37,9 @@ MainWindow::MainWindow(MainQueue& mainQueue, Dialogs& dialogs,
   setCentralWidget(controller_);
   resize(kFirstSize);
   restoreSettings();
-  nextPicture_.setSingleShot(true);
-  nextPicture_.setTimerType(Qt::PreciseTimer);
-  connect(&nextPicture_, &QTimer::timeout, this,
+  nextFrame_.setSingleShot(true);
+  nextFrame_.setTimerType(Qt::PreciseTimer);
+  connect(&nextFrame_, &QTimer::timeout, this,
           [this] { QCoreApplication::postEvent(this, new QEvent(QEvent::UpdateRequest)); });
 }
 
@@ -64,16 +64,16 @@ void MainWindow::saveSettings() const {
   }
 }
 
-// Whatever wants to be drawn comes this way, repaint() too.
+// Qt requests each repaint by this event, also for repaint().
 bool MainWindow::event(QEvent* event) {
   if (event->type() != QEvent::UpdateRequest) return QMainWindow::event(event);
-  const qint64 rest = sincePicture_.isValid() ? kPictureInterval - sincePicture_.elapsed() : 0;
+  const qint64 rest = sinceFrame_.isValid() ? kFrameInterval - sinceFrame_.elapsed() : 0;
   if (rest > 0) {
-    if (!nextPicture_.isActive()) nextPicture_.start(static_cast<int>(rest));
+    if (!nextFrame_.isActive()) nextFrame_.start(static_cast<int>(rest));
     return true;
   }
   const bool handled = QMainWindow::event(event);
-  sincePicture_.start();
+  sinceFrame_.start();
   return handled;
 }
 

@@ -12,8 +12,8 @@
 
 namespace tolvane {
 
-// The window around the controller. Its size, its place and the widths of the columns are kept in
-// the user's settings from one run to the next. It is drawn some sixty times a second at most.
+// The window around the controller. Its size, its position and the widths of the columns are kept
+// in the user's settings. It is drawn at most sixty times a second.
 class MainWindow : public QMainWindow {
   Q_OBJECT
 
@@ -32,8 +32,8 @@ class MainWindow : public QMainWindow {
 
  private:
   ViewController* controller_;
-  QElapsedTimer sincePicture_;
-  QTimer nextPicture_;
+  QElapsedTimer sinceFrame_;
+  QTimer nextFrame_;
 };
 
 }  // namespace tolvane

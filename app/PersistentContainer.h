@@ -14,7 +14,7 @@ class ObjectContext {
  public:
   virtual ~ObjectContext() = default;
 
-  // Takes over what is being edited; false where an edit cannot be taken as it stands.
+  // Ends pending edits and keeps their values; false where a value is not valid.
   virtual bool commitEditing() = 0;
   virtual bool hasChanges() const = 0;
   virtual std::optional<Error> save() = 0;
@@ -32,7 +32,7 @@ class PersistentContainer {
 
   virtual ~PersistentContainer() = default;
 
-  // Opens the store, or makes it. Before all else, and once.
+  // Opens the store, or creates it. To be called once, before anything else.
   virtual std::optional<LoadFailure> loadPersistentStores() = 0;
   virtual ObjectContext& mainContext() = 0;
 };

@@ -14,11 +14,11 @@ namespace tolvane {
 
 namespace {
 
-// Marks the file as this program's, so that tools can name it; also what makes an empty store a
-// file on the disk.
+// Marks the file as this program's for tools such as file(1); the write also creates the file of an
+// empty store.
 constexpr const char* kMarkAsOurs = "PRAGMA application_id = 0x546f6c76";
 
-// Waits for nobody: the store is saved while the user waits for the program to quit.
+// Does not wait for a lock: the store is saved while the user waits for the program to quit.
 constexpr const char* kEmptyTransaction = "BEGIN IMMEDIATE; COMMIT";
 
 std::optional<Error> execute(sqlite3* database, const char* statements) {

@@ -12,7 +12,7 @@ namespace tolvane {
 
 inline constexpr std::string_view kSQLiteErrorDomain = "NSSQLiteErrorDomain";
 
-// A store in an SQLite file "NAME.sqlite". It holds nothing yet: changes are what stands on its
+// A store in an SQLite file "NAME.sqlite". It holds nothing yet: its changes are those on its
 // context's undo stack since the last save.
 class SQLiteContainer : public PersistentContainer {
  public:

@@ -5,17 +5,17 @@
 
 namespace tolvane {
 
-// What is said of the program's version; "" where nothing is said.
+// The program's version; "" for what is not given.
 struct VersionInfo {
   std::string shortVersion;
   std::string build;
 };
 
-// As the build was told.
+// The version that the build was configured with.
 VersionInfo buildVersion();
 
-// What the information property list at the path says, be it nothing; a program without one has its
-// version from the build.
+// The version in the information property list at the path, even where it gives none; without such
+// a file, `otherwise`.
 VersionInfo versionInfo(const std::string& infoPath, const VersionInfo& otherwise);
 
 // "Version 1.2 (34)"; "Beta Release" where there is no short version.

@@ -8,12 +8,11 @@
 
 namespace tolvane {
 
-// Belongs to an object of the main thread, and keeps completions that come after its end from
-// touching it.
+// A member of an object of the main thread: completions that it wraps do nothing once the object is
+// destroyed.
 class Lifetime {
  public:
-  // The action, which does nothing any more once the owner is gone. To be called on the main
-  // thread.
+  // The action, which does nothing once the owner is destroyed. To be called on the main thread.
   template <typename Action>
   auto guard(Action action) const {
     return [owner = std::weak_ptr<void>(alive_),

@@ -10,7 +10,7 @@
 
 namespace tolvane {
 
-// Closes when a package fails and no other file of 1 MiB can be written to the folder either,
+// Closes when a package fails and a trial file of 1 MiB cannot be written to the folder either,
 // because it is full, read-only or may not be written to. Any thread.
 class DestinationGate {
  public:

@@ -17,7 +17,7 @@ namespace tolvane {
 // options.json one object, then the packages that failed to the console. Returns the exit status
 // when everything has ended.
 //
-// If the folder is full or read-only, packages whose transfer has not started fail without one.
+// If the folder is full or read-only, packages whose transfer has not started fail at once.
 int downloadPackages(const std::vector<PackageEntry>& packages, const URL& repositoryURL,
                      const Options& options, const HTTPClientFactory& clientFactory,
                      Console& console, std::ostream& output);

@@ -10,7 +10,6 @@
 #include "base/TerminalText.h"
 #include "cli/Json.h"
 #include "model/PackageSearch.h"
-#include "model/PackageWalk.h"
 
 namespace tolvane {
 
@@ -37,6 +36,8 @@ constexpr std::array<Column, 6> kColumns{{
 // One long text must not push the whole table apart: it runs over its column instead.
 constexpr std::size_t kWidestColumn = 48;
 
+constexpr std::size_t kBytesAtOnce = 64 * 1024;
+
 using Row = std::array<std::string_view, kColumns.size()>;
 using Widths = std::array<std::size_t, kColumns.size()>;
 
@@ -54,15 +55,10 @@ Row rowOf(const PackageEntry& package) {
   return row;
 }
 
-void widen(Widths& widths, const Widths& other) {
-  for (std::size_t i = 0; i < widths.size(); ++i) widths[i] = std::max(widths[i], other[i]);
-}
-
-Widths widthsOf(const Row& row) {
-  Widths widths;
-  std::transform(row.begin(), row.end(), widths.begin(),
-                 [](std::string_view text) { return std::min(displayWidth(text), kWidestColumn); });
-  return widths;
+void widen(Widths& widths, const Row& row) {
+  for (std::size_t i = 0; i < widths.size(); ++i) {
+    widths[i] = std::max(widths[i], std::min(displayWidth(row[i]), kWidestColumn));
+  }
 }
 
 void appendRow(std::string& table, const Row& row, const Widths& widths) {
@@ -76,26 +72,19 @@ void appendRow(std::string& table, const Row& row, const Widths& widths) {
   table += '\n';
 }
 
-Widths widestOf(Packages packages) {
-  Widths widest{};
-  forEachPackage(packages, [&](const auto& package) { widen(widest, widthsOf(rowOf(package))); });
-  return widest;
-}
-
-std::string rowsOf(Packages packages, const Widths& widths) {
-  std::string rows;
-  forEachPackage(packages, [&](const auto& package) { appendRow(rows, rowOf(package), widths); });
-  return rows;
-}
-
 void printTable(Packages packages, std::ostream& output) {
-  Widths widths = widthsOf(titles());
-  for (const Widths& ofHalf : inHalves(packages, widestOf)) widen(widths, ofHalf);
-  std::string head;
-  appendRow(head, titles(), widths);
-  output << head;
-  const auto rowsOfHalf = [&](Packages half) { return rowsOf(half, widths); };
-  for (const std::string& rows : inHalves(packages, rowsOfHalf)) output << rows;
+  Widths widths{};
+  widen(widths, titles());
+  for (const PackageEntry& package : packages) widen(widths, rowOf(package));
+  std::string lines;
+  appendRow(lines, titles(), widths);
+  for (const PackageEntry& package : packages) {
+    appendRow(lines, rowOf(package), widths);
+    if (lines.size() < kBytesAtOnce) continue;
+    output << lines;
+    lines.clear();
+  }
+  output << lines;
 }
 
 // Object by object: a list of many packages is never one value, or one text, in memory.
@@ -113,9 +102,7 @@ void printJSON(Packages packages, std::ostream& output) {
 void printPackages(Packages packages, const Options& options, std::ostream& output) {
   std::vector<PackageEntry> found;
   if (!options.search.empty()) {
-    const PackageSearch search(options.search);
-    std::copy_if(packages.begin(), packages.end(), std::back_inserter(found),
-                 [&](const PackageEntry& package) { return search.matches(package); });
+    found = PackageSearch(packages).packagesMatching(options.search);
     packages = found;
   }
   if (options.json) {

@@ -28,7 +28,7 @@ class DownloadQueueManager : public Installer4Retrieval {
   using RunProgress = std::function<void(const DownloadCounters&, std::uint64_t total)>;
   using RunCompletion = std::function<void(const DownloadCounters&)>;
 
-  // The same, counter by counter; the two orders differ.
+  // The same with an argument for each counter. Mind that they come in different orders.
   using Progress = std::function<void(std::uint64_t completed, std::uint64_t total,
                                       std::uint64_t failed, std::uint64_t skipped,
                                       std::uint64_t verified, std::uint64_t validationFailed)>;

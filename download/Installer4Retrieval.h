@@ -28,15 +28,15 @@ enum Installer4Error : int {
 };
 
 // What the download queue does for a package of an Installer 4 repository: it reads the package's
-// information property list, which names the ZIP file, and downloads that. Each of the two has one
-// mirrored address inside the repository, tried once when the first one fails.
+// information list, which names the ZIP file, and downloads that. Either may also be found inside
+// the repository: when its first address fails, that one is tried once.
 //
 // A value. A retrieval carries all that it needs, so that the queue may be destroyed meanwhile.
-// Completions are called once, on a background thread, or at once on the
-// calling one where nothing is sent.
+// Completions are called once, on a background thread, or at once on the calling one where nothing
+// is sent.
 class Installer4Retrieval {
  public:
-  // (true, true, false, none) for a saved ZIP file, for which there are no digests to check;
+  // (true, true, false, none) for a saved ZIP file, which counts as verified without a check;
   // (false, false, false, error) otherwise. The error may be absent: an information list that was
   // read but is no dictionary.
   using RetrievalCompletion =

@@ -3,8 +3,7 @@
 
 #include <algorithm>
 #include <array>
-#include <cstddef>
-#include <string_view>
+#include <iterator>
 
 #include "base/Text.h"
 #include "base/TextCase.h"
@@ -24,81 +23,77 @@ constexpr std::array kSearchedFields{
     PackageEntry::Field::version,
 };
 
-// One block at a time, of a size known to the compiler, so that it takes a block in a few
-// instructions.
-constexpr std::size_t kBlock = 32;
+// Ends a field. A query without it finds nothing that spans two fields.
+constexpr char kSeparator = '\0';
 
-// Lowers the letters of ASCII of a block; returns all of its bytes or-ed together.
-unsigned char lowerBlock(const char* from, char* to) {
+// Lowers the ASCII letters; returns all bytes or-ed together. The compiler vectorizes a loop whose
+// count it knows.
+template <std::size_t kCount>
+unsigned char lowerASCII(char* text) {
   unsigned char all = 0;
-  for (std::size_t i = 0; i < kBlock; ++i) {
-    const auto byte = static_cast<unsigned char>(from[i]);
+  for (std::size_t i = 0; i < kCount; ++i) {
+    const auto byte = static_cast<unsigned char>(text[i]);
     all |= byte;
     const bool upper = static_cast<unsigned char>(byte - 'A') < 26;
-    to[i] = static_cast<char>(byte + (upper ? 'a' - 'A' : 0));
+    text[i] = static_cast<char>(byte | (upper ? 'a' - 'A' : 0));
   }
   return all;
 }
 
-// Lowers a text of ASCII into the buffer, a block of zeros after it; false where the text has other
-// characters.
-bool lowerASCII(std::string_view text, char* buffer) {
+// Lowers the text from `begin` to its end.
+void lowerFrom(std::string& text, std::size_t begin) {
+  constexpr std::size_t kBlock = 32;
   unsigned char all = 0;
-  std::size_t done = 0;
-  for (; done + kBlock <= text.size(); done += kBlock) {
-    all |= lowerBlock(text.data() + done, buffer + done);
-  }
-  char rest[kBlock] = {};
-  std::copy(text.begin() + static_cast<std::ptrdiff_t>(done), text.end(), rest);
-  all |= lowerBlock(rest, buffer + done);
-  std::fill_n(buffer + done + kBlock, kBlock, '\0');
-  return all < 0x80;
+  std::size_t i = begin;
+  for (; i + kBlock <= text.size(); i += kBlock) all |= lowerASCII<kBlock>(text.data() + i);
+  for (; i < text.size(); ++i) all |= lowerASCII<1>(text.data() + i);
+  if (all >= 0x80) text.replace(begin, text.npos, lowercased(std::string_view(text).substr(begin)));
 }
 
-// Whether one of a block's places has the query's first byte, and its last one where it would end.
-bool mayBeginInBlock(const char* block, std::string_view query) {
-  const char* const ends = block + query.size() - 1;
-  const char first = query.front();
-  const char last = query.back();
-  unsigned char any = 0;
-  for (std::size_t i = 0; i < kBlock; ++i) {
-    const auto begins = static_cast<unsigned char>(block[i] == first);
-    any |= begins & static_cast<unsigned char>(ends[i] == last);
+std::size_t searchedBytes(std::span<const PackageEntry> packages) {
+  std::size_t bytes = 0;
+  for (const PackageEntry& package : packages) {
+    for (const auto field : kSearchedFields) bytes += package.text(field).size() + 1;
   }
-  return any != 0;
-}
-
-// As find(), for a text with a block of zeros after it: most blocks of most texts are done with at
-// once.
-bool containsInBlocks(std::string_view text, std::string_view query) {
-  for (std::size_t begin = 0; begin + query.size() <= text.size(); begin += kBlock) {
-    if (!mayBeginInBlock(text.data() + begin, query)) continue;
-    const std::string_view places = text.substr(begin, kBlock + query.size() - 1);
-    if (places.find(query) != std::string_view::npos) return true;
-  }
-  return false;
-}
-
-// Nearly all texts are short and of ASCII, and a search reads every text of a repository at each
-// key that is pressed: those need neither the tables of Unicode nor memory.
-bool contains(std::string_view text, std::string_view lowercasedQuery) {
-  constexpr std::size_t kShort = 1024;
-  std::array<char, kShort + 2 * kBlock> buffer;
-  if (text.size() <= kShort && lowerASCII(text, buffer.data())) {
-    return containsInBlocks({buffer.data(), text.size()}, lowercasedQuery);
-  }
-  return lowercased(text).find(lowercasedQuery) != std::string::npos;
+  return bytes;
 }
 
 }  // namespace
 
-PackageSearch::PackageSearch(std::string_view query)
-    : query_(lowercased(trimWhitespaceAndNewlines(query))) {}
-
 bool packageEntryMatchesSearchQuery(const PackageEntry& package, std::string_view query) {
-  if (query.empty()) return true;
-  return std::any_of(kSearchedFields.begin(), kSearchedFields.end(),
-                     [&](auto field) { return contains(package.text(field), query); });
+  return std::any_of(kSearchedFields.begin(), kSearchedFields.end(), [&](auto field) {
+    return lowercased(package.text(field)).find(query) != std::string::npos;
+  });
+}
+
+PackageSearch::PackageSearch(std::span<const PackageEntry> packages) : packages_(packages) {
+  texts_.reserve(searchedBytes(packages));
+  ends_.reserve(packages.size());
+  for (const PackageEntry& package : packages) append(package);
+}
+
+void PackageSearch::append(const PackageEntry& package) {
+  const std::size_t begin = texts_.size();
+  for (const auto field : kSearchedFields) texts_.append(package.text(field)).push_back(kSeparator);
+  lowerFrom(texts_, begin);
+  ends_.push_back(texts_.size());
+}
+
+std::vector<PackageEntry> PackageSearch::packagesMatching(std::string_view query) const {
+  const std::string lowered = lowercased(trimWhitespaceAndNewlines(query));
+  std::vector<PackageEntry> found;
+  if (lowered.find(kSeparator) != std::string::npos) {
+    std::copy_if(packages_.begin(), packages_.end(), std::back_inserter(found),
+                 [&](const auto& each) { return packageEntryMatchesSearchQuery(each, lowered); });
+    return found;
+  }
+  std::size_t index = 0;
+  for (std::size_t hit = texts_.find(lowered); hit < texts_.size();
+       hit = texts_.find(lowered, ends_[index++])) {
+    while (ends_[index] <= hit) ++index;
+    found.push_back(packages_[index]);
+  }
+  return found;
 }
 
 }  // namespace tolvane

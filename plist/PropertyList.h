@@ -76,10 +76,9 @@ struct PropertyListResult {
 // - "bplist" at the start: binary, version 0. A 128-bit integer becomes its low 64 bits, a set a
 //   list, and a UID of an archiver the dictionary {"CF$UID": number}, its form in XML.
 // - XML in the encoding that a byte-order mark or else the declaration names, else UTF-8. White
-// space
-//   before the prologue is skipped, a missing prologue or <plist> is no error, and the bytes after
-//   the list's closing tag are not read. Of entities only XML's own five and character references
-//   are replaced; nothing is fetched.
+//   space before the prologue is skipped, a missing prologue or <plist> is no error, and the bytes
+//   after the list's closing tag are not read. Of entities only XML's own five and character
+//   references are replaced; nothing is fetched.
 // - Anything else: old-style text in UTF-8, or in UTF-16 with a byte-order mark; { key = value; },
 //   (a, b), <0fbd77>, words and quoted strings, or the entries of a strings file, without braces.
 //   White space and comments alone are an empty dictionary.

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-# The tests of the folders that see the toolkit.
+# The tests of the folders that see Qt.
 find_package(Qt6 6.4 REQUIRED COMPONENTS Test)
 
 file(GLOB window_support CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/ui/support/*.cpp
@@ -51,11 +51,11 @@ set_tests_properties(app.program app.accessibility app.workflows
                                 ENVIRONMENT PYTHONDONTWRITEBYTECODE=1)
 
 # What depends on places and sizes again where a point is more than a pixel: the layout, the table's
-# rows, texts, and the pictures.
+# rows, texts, and the screenshots.
 foreach(scale 1.5 2)
   add_test(NAME ui.scale_${scale} COMMAND tolvane_ui_tests
            --gtest_filter=*Layout*:MinimumSize.*:Table.*:LongTextView.*:ConsoleSelecting.*)
-  add_test(NAME app.scale_${scale} COMMAND tolvane_app_tests --gtest_filter=About.*:*Pictures*)
+  add_test(NAME app.scale_${scale} COMMAND tolvane_app_tests --gtest_filter=About.*:*Screenshots*)
   set_tests_properties(ui.scale_${scale} app.scale_${scale}
                        PROPERTIES TIMEOUT 120 ENVIRONMENT QT_SCALE_FACTOR=${scale})
 endforeach()

@@ -9,8 +9,8 @@ namespace tolvane {
 
 namespace {
 
-// Milliseconds. Waking the loop takes longer than most tasks, and where one was posted others
-// follow, so the queue looks again after a pause before it waits to be woken.
+// Milliseconds. Waking the loop takes longer than most tasks, and one post is often followed by
+// others, so the queue looks again after a pause before it waits to be woken.
 constexpr int kSlice = 8;
 constexpr int kPause = 2;
 
@@ -52,7 +52,7 @@ void QtMainQueue::runForAWhile() {
   while (const Task task = takeFirst()) {
     task();
     isIdle = false;
-    // A timer of no time comes after the events that wait; a posted event would come before.
+    // A timer of 0 ms fires after the pending events; a posted event would come before them.
     if (timer.elapsed() >= kSlice) return timer_.start(0);
   }
   if (!isIdle || !fallAsleep()) timer_.start(kPause);

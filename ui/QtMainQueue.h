@@ -10,12 +10,12 @@
 
 namespace tolvane {
 
-// The main queue as Qt's event loop runs it. To be made on the main thread; tasks that wait when it
-// goes are dropped.
+// The main queue on Qt's event loop. To be made on the main thread; tasks that wait when it is
+// destroyed are dropped.
 //
-// Tasks run for a few milliseconds at a time, and in between the loop turns to keys, clicks and
-// painting: a run over thousands of packages posts faster than a window can show, and events that
-// are posted to a loop come before all others.
+// Tasks run for a few milliseconds at a time, and in between the loop handles keys, clicks and
+// painting: a run over thousands of packages posts tasks faster than a window can show them, and Qt
+// delivers posted events before all others.
 class QtMainQueue : public QObject, public MainQueue {
   Q_OBJECT
 
@@ -25,7 +25,7 @@ class QtMainQueue : public QObject, public MainQueue {
   void post(Task task) override;
 
  private:
-  // None when there is nothing left.
+  // Empty when nothing is left.
   Task takeFirst();
   // Whether nothing was left, so that the next post has to wake the queue.
   bool fallAsleep();
@@ -34,7 +34,7 @@ class QtMainQueue : public QObject, public MainQueue {
   QTimer timer_;
   std::mutex mutex_;
   std::deque<Task> tasks_;
-  bool isAwake_ = false;  // somebody will look at the tasks
+  bool isAwake_ = false;  // a call of runForAWhile() is pending
 };
 
 }  // namespace tolvane

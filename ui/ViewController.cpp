@@ -80,8 +80,8 @@ void ViewController::changeEvent(QEvent* event) {
   }
 }
 
-// An accepted folder is where the next folder panel begins. The action is Copy, since whoever is
-// told that a folder was moved may delete it.
+// A dropped folder is where the next folder panel begins. The action is Copy: after Move, the
+// program that the folder was dragged from may delete it.
 void ViewController::dragEnterEvent(QDragEnterEvent* event) {
   if (draggedFolder(*event->mimeData()).isEmpty()) return;
   event->setDropAction(Qt::CopyAction);

@@ -10,7 +10,7 @@ namespace tolvane {
 
 namespace {
 
-// Screen readers read the controls of a window in the order in which its children stand.
+// Screen readers read the controls in the order of the window's children.
 void setReadingOrder(const MainWindowControls& c) {
   c.selectAllButton->stackUnder(c.archiveMetadataButton);
   c.statsLabel->stackUnder(c.progressIndicator);
@@ -87,6 +87,7 @@ void ViewController::connectControls() {
   onClick(c.archiveMetadataInfoButton, &Self::archiveMetadataInfoButtonClicked);
   connect(c.repoURLField, &QLineEdit::returnPressed, this, &Self::fetchButtonClicked);
   connect(c.searchField, &SearchField::searchRequested, this, &Self::searchFieldChanged);
+  connect(c.searchField, &SearchField::focused, this, [this] { packagesPane_->prepareSearch(); });
   connect(c.consoleFilterPopup, &QComboBox::currentIndexChanged, this, &Self::consoleFilterChanged);
   const PackageTableView* const table = c.tableView;
   connect(table, &PackageTableView::sortDescriptorChanged, this, &Self::sortDescriptorsDidChange);

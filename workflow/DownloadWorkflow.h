@@ -68,7 +68,8 @@ class DownloadWorkflow {
   // waits for it, and its outcome goes to the system log alone.
   void saveMetadata(const std::optional<URL>& repositoryURL, const std::string& folder);
 
-  // Discards the packages that wait. Transfers under way finish, and the run ends as usual.
+  // Discards the packages that wait; if there were any, the run has no completion. Transfers under
+  // way finish.
   void cancel();
 
  private:

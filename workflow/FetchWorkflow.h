@@ -18,8 +18,9 @@
 
 namespace tolvane {
 
-// What a fetch came to: packages; another URL that is to be fetched instead; or a failure. The
-// fetcher may give none of them, which stands for an empty list in the window.
+// What a fetch came to: packages; another URL that is to be fetched instead; or a failure. An
+// Installer 3 repository may give none of them (Installer3RepositoryFetcher); the window then shows
+// an empty list.
 struct FetchEnd {
   URL url;
   std::optional<std::vector<PackageEntry>> packages;

@@ -82,7 +82,7 @@ TEST_F(Store, SaveWithChangesSavesThem) {
   EXPECT_THAT(alerts.errors, IsEmpty());
 }
 
-TEST_F(Store, SaveGoesOnAfterARefusedCommit) {
+TEST_F(Store, SaveContinuesAfterARefusedCommit) {
   store.commits = false;
   store.changed = true;
   delegate.save();
@@ -308,7 +308,7 @@ TEST_F(About, IsCentredEachTimeItIsShown) {
   EXPECT_TRUE(QTest::qWaitForWindowActive(window));
 }
 
-TEST_F(About, EverythingStandsInItsFrame) {
+TEST_F(About, EachControlHasItsFrame) {
   EXPECT_EQ(frame("aboutIcon"), QRect(32, 268, 96, 96));
   EXPECT_EQ(frame("aboutName"), QRect(150, 324, 330, 28));
   EXPECT_EQ(frame("aboutVersion"), QRect(152, 298, 330, 20));

@@ -13,7 +13,7 @@ namespace {
 using testing::SizeIs;
 
 // A program with a main window and, where a test shows it, an About window. A save that fails asks
-// the user, so that the questions count how often the quit logic has run.
+// the user, so the number of questions is the number of times that the quit logic has run.
 class ProgramEvents : public testing::Test {
  protected:
   explicit ProgramEvents(LastWindowClosed lastWindowClosed = LastWindowClosed::quits)
@@ -35,7 +35,7 @@ class ProgramEvents : public testing::Test {
             {}};
   }
 
-  // As the toolkit tells of the menu's Quit on macOS, and of the end of a session.
+  // Qt sends this event for the menu's Quit on macOS and for the end of a session.
   static bool sendQuit() {
     QEvent quit(QEvent::Quit);
     QCoreApplication::sendEvent(qApp, &quit);
@@ -62,7 +62,7 @@ TEST_F(QuitEvents, TheMenuEndsTheProgramWhereTheDelegateAgrees) {
   EXPECT_EQ(questions(), 2u);
 }
 
-TEST_F(QuitEvents, TheToolkitsQuitAsksTheDelegateOnceAndClosesNoWindow) {
+TEST_F(QuitEvents, QtsQuitEventAsksTheDelegateOnceAndClosesNoWindow) {
   userStays();
   EXPECT_FALSE(sendQuit());
   EXPECT_EQ(questions(), 1u);

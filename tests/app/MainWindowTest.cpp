@@ -97,7 +97,7 @@ TEST_F(Main, SettingsThatCannotBeAreNotTaken) {
   EXPECT_EQ(table().columnWidth(5), 140);
 }
 
-TEST_F(Main, ASheetIsAWindowModalBoxWithPlainTexts) {
+TEST_F(Main, AnAlertIsAWindowModalBoxWithPlainTexts) {
   show();
   std::vector<std::size_t> answers;
   dialogs.beginAlert(window.get(), {"<b>Message</b>", "Informative <i>text</i>", {"One", "Two"}},
@@ -116,7 +116,7 @@ TEST_F(Main, ASheetIsAWindowModalBoxWithPlainTexts) {
   EXPECT_THAT(answers, ElementsAre(0u));
 }
 
-TEST_F(Main, ASheetThatIsClosedAnswersWithItsLastButtonOnce) {
+TEST_F(Main, AnAlertThatIsClosedAnswersWithItsLastButtonOnce) {
   show();
   std::vector<std::size_t> answers;
   const Alert alert{"Message", "Text", {"One", "Two"}};

@@ -13,7 +13,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Something that can be undone, to stand for a change.
+// A change that can be undone.
 void change(ObjectContext& context) {
   context.undoManager().push(new QUndoCommand("Change"));
 }

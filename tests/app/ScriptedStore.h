@@ -12,7 +12,7 @@
 
 namespace tolvane {
 
-// What a store answers, and how often it was asked.
+// The answers of a store, and how often each was requested.
 struct StoreScript {
   bool commits = true;
   bool changed = false;

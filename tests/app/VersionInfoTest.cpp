@@ -31,7 +31,7 @@ TEST_F(Version, OfABundleWithoutAShortOneIsABetaRelease) {
   EXPECT_EQ(lineFor("{ CFBundleVersion = \"7\"; }", {"1", "1"}), "Beta Release");
 }
 
-TEST_F(Version, OfABundleThatTellsNoneIsABetaReleaseWhateverTheBuildWasTold) {
+TEST_F(Version, OfABundleWithoutAnyIsABetaReleaseWhateverTheVersionOfTheBuild) {
   for (const char* infoList : {"{ CentralArchiveAPISecret = \"x\"; }", "{ }", "{ no list", ""}) {
     EXPECT_EQ(lineFor(infoList, {"1.2", "34"}), "Beta Release") << infoList;
   }

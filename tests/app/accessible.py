@@ -55,12 +55,12 @@ def act(accessible, name):
 
 
 def event_after(kind, source, do):
-    """What the source tells of the kind once `do` has been called; None where it tells nothing."""
-    told = []
+    """The first event of the kind from the source after `do` was called; None where none comes."""
+    events = []
 
     def take(event):
         if event.source == source:
-            told.append(event)
+            events.append(event)
             pyatspi.Registry.stop()
 
     pyatspi.Registry.registerEventListener(take, kind)
@@ -69,7 +69,7 @@ def event_after(kind, source, do):
     pyatspi.Registry.start()
     GLib.source_remove(patience)
     pyatspi.Registry.deregisterEventListener(take, kind)
-    return told[0] if told else None
+    return events[0] if events else None
 
 
 def press(root, name):

@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: MIT
-"""Starts the real program on the display, waits for its window, takes its picture and quits it.
+"""Starts the real program on the display, waits for its window, takes a screenshot and quits it.
 
     start_program.py PROGRAM PICTURE
 
@@ -23,24 +23,24 @@ def window_identity():
     return match and match.group(1)
 
 
-def colours_of(picture):
-    """How many different pixels an XWD picture of 32 bits a pixel has."""
-    header = int.from_bytes(picture[:4], "big")
-    colours = int.from_bytes(picture[76:80], "big")
-    pixels = picture[header + 12 * colours:]
+def colours_of(image):
+    """How many different pixels an XWD image of 32 bits a pixel has."""
+    header = int.from_bytes(image[:4], "big")
+    colours = int.from_bytes(image[76:80], "big")
+    pixels = image[header + 12 * colours:]
     return len({pixels[i:i + 4] for i in range(0, len(pixels), 4)})
 
 
 def main():
-    program, picture = sys.argv[1:]
+    program, screenshot = sys.argv[1:]
     log = Path(os.environ["HOME"]) / "log"
     with log.open("w", encoding="utf-8") as stream, \
             subprocess.Popen([program], stderr=stream) as process:
         identity = wait_for("the window", window_identity)
         item = wait_for("the menu", lambda: quit_item(find_application("Tolvane")))
         time.sleep(1)
-        subprocess.run(["xwd", "-silent", "-id", identity, "-out", picture], check=True)
-        check(colours_of(Path(picture).read_bytes()) > 20, f"the window is painted: {picture}")
+        subprocess.run(["xwd", "-silent", "-id", identity, "-out", screenshot], check=True)
+        check(colours_of(Path(screenshot).read_bytes()) > 20, f"the window is painted: {screenshot}")
         act(item, "Press")
         check(process.wait(PATIENCE) == 0, "the menu's last item quits the program")
     lines = [line.split("] ", 1)[1] for line in log.read_text(encoding="utf-8").splitlines()

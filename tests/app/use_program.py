@@ -94,7 +94,7 @@ def use(application, window, url, folder):
     choose_folder(application, "Download Here", folder)
     wait_for("the end of the run", lambda: status.description.startswith("Finished."))
     check(status.description == "Finished. Downloaded: 2  Verified: 2  Failed: 0  "
-          "Validation failed: 0  Skipped: 0", "the status line tells of two downloads")
+          "Validation failed: 0  Skipped: 0", "the status line shows two downloads")
     check(contents(folder) == {n: FILES[n] for n in ("p1_1.deb", "p3_1.deb")},
           "the folder holds the two files, byte for byte")
 

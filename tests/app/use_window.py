@@ -35,8 +35,8 @@ def use(window):
     box = cells.getAccessibleAt(1, 0)
     check(not box.getState().contains(pyatspi.STATE_CHECKED), "a tick's state can be read")
     check(box.name == "Select Package 10", "a tick has a name")
-    told = event_after("object:state-changed:checked", box, lambda: tick(table, 1))
-    check(told and told.detail1 == 1, "a tick tells that it has changed")
+    event = event_after("object:state-changed:checked", box, lambda: tick(table, 1))
+    check(event and event.detail1 == 1, "a changed tick sends an event")
     wait_for("the tick",
              lambda: "Selected: 1 " in statistics.description
              and cells.getAccessibleAt(1, 0).getState().contains(pyatspi.STATE_CHECKED))
@@ -47,16 +47,16 @@ def use(window):
     act(name_header, "Press")
     wait_for("the order", lambda: table.queryTable().getColumnHeader(1).description
              == "Sorted ascending")
-    check(True, "a header tells of its order")
+    check(True, "a header names its order")
 
     console = named(window, "Console", pyatspi.ROLE_TEXT)
     text = console.queryText()
     check(text.getText(0, text.characterCount).endswith("Loaded 12 package(s) into table.\n"),
           "the console can be read")
     length = text.characterCount
-    told = event_after("object:text-changed:insert", console, lambda: press(window, "Fetch"))
-    check(told and told.detail1 == length and told.any_data.endswith("Repository Fetch Started\n"),
-          "the console tells of a new line")
+    event = event_after("object:text-changed:insert", console, lambda: press(window, "Fetch"))
+    check(event and event.detail1 == length and event.any_data.endswith("Repository Fetch Started\n"),
+          "a new console line sends an event")
 
 
 def main():

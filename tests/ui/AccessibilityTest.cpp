@@ -104,7 +104,7 @@ TEST_F(Accessibility, ARowCanBeHighlighted) {
   EXPECT_FALSE(table().selectRow(2));
 }
 
-TEST_F(Accessibility, CellsAndHeadersStandInTheTreeWhereTheyAreOnTheScreen) {
+TEST_F(Accessibility, CellsAndHeadersAreFoundAtTheirPositionOnTheScreen) {
   loadAndShow(makePackages(2));
   QAccessibleInterface* const tree = of(c.tableView);
   EXPECT_EQ(tree->role(), QAccessible::Table);
@@ -160,7 +160,7 @@ TEST_F(Accessibility, TheOrderCanBeReadAndChanged) {
   EXPECT_THAT(identifiersOf(controller.packages()), ElementsAre("p1", "p0"));
 }
 
-TEST_F(Accessibility, RowsThatALoadOrASearchHasBroughtAreSortedByNothing) {
+TEST_F(Accessibility, RowsOfALoadOrASearchAreReadOutAsUnsorted) {
   load(makePackages(2));
   const auto isUnsorted = [this] { return describe(1).empty() && describe(2).empty(); };
   const std::function<void()> newRows[] = {
@@ -226,7 +226,7 @@ TEST_F(Accessibility, ReadingOneLineOfAFullConsoleCostsNoMoreThanOfAnEmptyOne) {
   EXPECT_LT(timer.elapsed(), 10'000);
 }
 
-TEST_F(Accessibility, NobodyIsToldAnythingWhileNobodyListens) {
+TEST_F(Accessibility, NoEventsAreSentWithoutAScreenReader) {
   static int count;
   count = 0;
   QAccessible::installUpdateHandler([](QAccessibleEvent*) { ++count; });

@@ -11,7 +11,7 @@ using testing::Pair;
 
 using ArchiveBatch = ArchiveWindow;
 
-// A repository beside that of loadRepository(), whose one package the archive lacks too.
+// A second repository next to that of loadRepository(); the archive lacks its one package too.
 std::string serveOtherRepository(LoopbackServer& server) {
   server.on("/other/Packages",
             respond(200, "Package: b\nVersion: 1\nName: Another b\nFilename: pool/b_1.deb\n\n"));

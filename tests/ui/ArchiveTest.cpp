@@ -10,7 +10,7 @@ using testing::IsEmpty;
 
 using Archive = ArchiveWindow;
 
-TEST_F(Archive, IsToldFromTheFirstLineToTheLast) {
+TEST_F(Archive, WritesAllItsLinesInOrder) {
   loadRepository({kA});
   lacks({entry("a")});
   check();
@@ -58,7 +58,7 @@ TEST_F(Archive, IsToldFromTheFirstLineToTheLast) {
   EXPECT_TRUE(dialogs.shown.empty());
 }
 
-TEST_F(Archive, ThatFailsIsToldFromTheFirstLineToTheLast) {
+TEST_F(Archive, ThatFailsWritesAllItsLinesInOrder) {
   loadRepository({kBad});
   lacks({entry("bad")});
   archive.answer(kUpload, respond(200, R"({"ok":false,"error":"The disk is full."})"));
@@ -120,7 +120,7 @@ TEST_F(Archive, SendsTheWholeRepositoryWhateverIsTickedOrShown) {
   EXPECT_EQ(archive.requests()[0].json["repository_url"], repository());
 }
 
-TEST_F(Archive, WithNothingMissingSaysSo) {
+TEST_F(Archive, WithNothingMissingReportsIt) {
   loadRepository({kA});
   check();
   EXPECT_THAT(statuses.texts,
@@ -233,7 +233,7 @@ TEST_F(Archive, WithoutATokenEnds) {
   EXPECT_THAT(cached(), IsEmpty());
 }
 
-TEST_F(Archive, OfNothingThatWeHaveIsAnError) {
+TEST_F(Archive, OfPackagesThatAreNotInTheRepositoryIsAnError) {
   loadRepository({kA});
   lacks({entry("x"), entry("a", "2"), entry("A")});
   check();

@@ -39,7 +39,7 @@ TEST_F(ArchiveUpload, OfCachedPackagesSkipsTheDownloadsAndLeavesAllButtonsEnable
   EXPECT_THAT(cached(), IsEmpty());
 }
 
-TEST_F(ArchiveUpload, OfAPackageNamedTwiceFindsItsFileGoneTheSecondTime) {
+TEST_F(ArchiveUpload, OfAPackageNamedTwiceFindsNoFileTheSecondTime) {
   loadRepository({kA});
   lacks({entry("a"), entry("a")});
   archiveAll();
@@ -67,7 +67,7 @@ TEST_F(ArchiveUpload, UploadsNextTimeWhatFailedWithoutDownloadingItAgain) {
   EXPECT_THAT(cached(), IsEmpty());
 }
 
-TEST_F(ArchiveUpload, WhoseDownloadsFailGoesOnToTheUploads) {
+TEST_F(ArchiveUpload, WhoseDownloadsFailContinuesWithTheUploads) {
   loadRepository({kA, kB});
   lacks({entry("a"), entry("b")});
   server.on("/repo/debs/a_1.deb", hangUp());
@@ -177,7 +177,7 @@ TEST_F(ArchiveUpload, DownloadsOneStepAtATimeAndGivesTheWidthBack) {
   EXPECT_THAT(enabledButtons(), ElementsAre("Fetch", "Download", "Missing", "Archive"));
 }
 
-TEST_F(ArchiveUpload, CancelledAfterEveryStepHasStartedGoesOnToTheUploads) {
+TEST_F(ArchiveUpload, CancelledAfterEveryStepHasStartedContinuesWithTheUploads) {
   loadRepository({kA});
   lacks({entry("a")});
   Gate gate;
@@ -229,7 +229,7 @@ TEST_F(ArchiveUpload, WorksOutTheTypeAfreshForEachUpload) {
   EXPECT_EQ(archive.requests()[3].fields[1].second, "Installer4");
 }
 
-TEST(CentralArchiveTemporaryFolder, StandsInTheUsersCacheAndIsMadeWhereItIsNot) {
+TEST(CentralArchiveTemporaryFolder, IsInTheUsersCacheAndIsCreatedWhereItDoesNotExist) {
   const std::string folder = ViewController::centralArchiveTemporaryFolder();
   EXPECT_EQ(folder, toText(QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation)) +
                         "/Tolvane/CentralArchiveUploads");

@@ -6,7 +6,7 @@
 namespace tolvane {
 namespace {
 
-// What strangers may put into an index. Each has to be shown, highlighted and searched without a
+// Untrusted input in an index. Each value has to be shown, highlighted and searched without a
 // stall; the bound is far above what any of it takes, and far below what a person calls hanging.
 constexpr int kStall = 2000;  // milliseconds, in builds that are slow on purpose too
 
@@ -85,7 +85,7 @@ TEST_F(Window, SizesThatAreNoSizesAreShown) {
   EXPECT_EQ(cell(3, "size"), "9223372 TB");
 }
 
-TEST_F(Window, MarkupIsDrawnAsItStands) {
+TEST_F(Window, MarkupIsDrawnAsPlainText) {
   loadAndShow({makePackage({{"Package", "p"}, {"Name", "<b>x</b>"}, {"Description", "<u>y</u>"}})});
   EXPECT_EQ(cell(0, "displayName"), "<b>x</b>");
   EXPECT_EQ(cell(0, "packageDescription"), "<u>y</u>");

@@ -127,22 +127,22 @@ TEST_F(Console, AMessageIsDrawnInItsColour) {
 
 TEST_F(Console, WithoutAnyMessageItsTextIsDrawnAsInformationIs) {
   show();
-  const auto picture = [this] { return c.consoleTextView->viewport()->grab().toImage(); };
-  const auto pictureOf = [&](const TextLine& line) {
+  const auto frame = [this] { return c.consoleTextView->viewport()->grab().toImage(); };
+  const auto frameOf = [&](const TextLine& line) {
     c.consoleTextView->setText(LongText::ofLine(line));
-    return picture();
+    return frame();
   };
-  const QImage before = picture();
+  const QImage before = frame();
   controller.refreshConsoleView();
-  const QImage after = picture();
+  const QImage after = frame();
   static constexpr TextLine kTexts[][2] = {
       {{"Console messages will appear here.", "info"},
        {"Console messages will appear here.", "error"}},
       {{"No console messages.", "info"}, {"No console messages.", "error"}}};
-  EXPECT_EQ(before, pictureOf(kTexts[0][0]));
-  EXPECT_NE(before, pictureOf(kTexts[0][1]));
-  EXPECT_EQ(after, pictureOf(kTexts[1][0]));
-  EXPECT_NE(after, pictureOf(kTexts[1][1]));
+  EXPECT_EQ(before, frameOf(kTexts[0][0]));
+  EXPECT_NE(before, frameOf(kTexts[0][1]));
+  EXPECT_EQ(after, frameOf(kTexts[1][0]));
+  EXPECT_NE(after, frameOf(kTexts[1][1]));
 }
 
 TEST_F(Console, ErrorsOnlyKeepsRecordsWhoseTypeIsExactlyError) {
@@ -263,7 +263,7 @@ TEST_F(Console, ItsOwnMessagesDoNotGoToTheLogs) {
   EXPECT_TRUE(log.messages().empty());
 }
 
-TEST_F(Console, AMessageForAControllerThatIsGoneIsDropped) {
+TEST_F(Console, AMessageForADestroyedControllerIsDropped) {
   auto other = std::make_unique<ViewController>(queue, dialogs);
   CrawlerLogger::logInfo("Hello");
   other.reset();
@@ -272,7 +272,7 @@ TEST_F(Console, AMessageForAControllerThatIsGoneIsDropped) {
   EXPECT_EQ(controller.consoleMessages().size(), 2u);
 }
 
-// Remembers in which order tasks were posted, beside running them.
+// Runs tasks, and records the order in which they were posted.
 TEST_F(Console, TenThousandMessagesFromFourThreadsArriveInTheOrderOfTheMainQueue) {
   constexpr int kThreads = 4;
   constexpr int kMessages = 2500;

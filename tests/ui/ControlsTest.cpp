@@ -258,7 +258,7 @@ TEST_F(Controls, BoxesHaveALineAroundThemAndScrollViewsABezel) {
   }
 }
 
-TEST_F(Controls, TheInfoButtonExplainsTheOptionInASheetOnTheWindow) {
+TEST_F(Controls, TheInfoButtonExplainsTheOptionInAnAlertOnTheWindow) {
   QTest::mouseClick(c.archiveMetadataInfoButton, Qt::LeftButton);
   ASSERT_EQ(dialogs.shown.size(), 1u);
   EXPECT_EQ(dialogs.shown[0].window, controller.window());

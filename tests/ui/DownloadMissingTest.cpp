@@ -16,7 +16,7 @@ class DownloadMissing : public Workflow {
   }
 };
 
-TEST_F(DownloadMissing, IsToldFromTheFirstLineToTheLast) {
+TEST_F(DownloadMissing, WritesAllItsLinesInOrder) {
   loadRepository({kA, kB, kC});
   folder.write("a_1.deb", "whatever");
   folder.write("c_1.deb", "whatever");
@@ -54,7 +54,7 @@ TEST_F(DownloadMissing, IsToldFromTheFirstLineToTheLast) {
   EXPECT_EQ(folder.read("a_1.deb"), "whatever");
 }
 
-TEST_F(DownloadMissing, ThatFailsIsToldFromTheFirstLineToTheLast) {
+TEST_F(DownloadMissing, ThatFailsWritesAllItsLinesInOrder) {
   loadRepository({kA, kBad});
   folder.write("a_1.deb", "whatever");
   runInto(folder.path());
@@ -120,7 +120,7 @@ TEST_F(DownloadMissing, ScansTheWholeRepositoryWhateverIsTickedOrShown) {
   EXPECT_THAT(folder.names(), ElementsAre("a_1.deb", "b_1.deb", "c_1.deb"));
 }
 
-TEST_F(DownloadMissing, SavesMetadataBesideThePackagesWhereThatIsOn) {
+TEST_F(DownloadMissing, SavesMetadataNextToThePackagesWhereThatIsOn) {
   loadRepository({kA});
   c.archiveMetadataButton->setChecked(true);
   runInto(folder.path());
@@ -266,7 +266,7 @@ TEST_F(Cancel, RightAfterTheStartDiscardsStepsAndLeavesTheButtonsAsTheyWereThen)
   EXPECT_THAT(enabledButtons(), ElementsAre("Archive"));
   EXPECT_LT(folder.names().size(), packages.size());
   EXPECT_TRUE(accessHeld.expired());
-  // The steps that had started go on to tell how far they are, and nothing comes after them.
+  // The steps that had started still report progress, and nothing comes after them.
   EXPECT_EQ(status(), "Downloading missing " + std::to_string(folder.names().size()) +
                           " / 20   Verified: " + std::to_string(folder.names().size()) +
                           "   Failed: 0   Validation failed: 0   Skipped: 0");

@@ -36,7 +36,7 @@ class DownloadSelected : public Workflow {
   }
 };
 
-TEST_F(DownloadSelected, IsToldFromTheFirstLineToTheLast) {
+TEST_F(DownloadSelected, WritesAllItsLinesInOrder) {
   loadRepository({kA});
   tick({0});
   Gate gate;
@@ -77,7 +77,7 @@ TEST_F(DownloadSelected, IsToldFromTheFirstLineToTheLast) {
   EXPECT_TRUE(dialogs.shown.empty());
 }
 
-TEST_F(DownloadSelected, ThatFailsIsToldFromTheFirstLineToTheLast) {
+TEST_F(DownloadSelected, ThatFailsWritesAllItsLinesInOrder) {
   loadRepository({kBad});
   tick({0});
   runInto(folder.path());
@@ -128,7 +128,7 @@ TEST_F(DownloadSelected, CountsAnErrorsPageInPlaceOfAPackageAsOneOfTheWrongSize)
 }
 
 // What is downloaded is verified too, so that these two are always the same.
-TEST_F(DownloadSelected, TellsEachOfItsCountersFromTheOthers) {
+TEST_F(DownloadSelected, KeepsItsCountersApart) {
   std::vector<ServedPackage> packages = {kBad};
   for (int i = 1; i <= 8; ++i) packages.push_back({"p" + std::to_string(i), "bytes"});
   loadRepository(packages);
@@ -267,7 +267,7 @@ TEST_F(DownloadSelected, ThatEndsWhileASearchHidesEveryRowDisablesDownloadAlone)
   EXPECT_THAT(enabledButtons(), ElementsAre("Fetch", "Missing", "Archive"));
 }
 
-TEST_F(DownloadSelected, SavesMetadataBesideThePackagesWhereThatIsOn) {
+TEST_F(DownloadSelected, SavesMetadataNextToThePackagesWhereThatIsOn) {
   loadRepository({kA});
   server.on("/repo/Release", respond(200, "Origin: a repository\n"));
   c.archiveMetadataButton->setChecked(true);
@@ -326,7 +326,7 @@ TEST_F(DownloadSelected, FromAServerThatDiesCountsWhatWasLost) {
   EXPECT_THAT(folder.names(), ElementsAre("a_1.deb"));
 }
 
-TEST_F(DownloadSelected, OfAWindowThatIsGoneLeavesWholeFilesOrNone) {
+TEST_F(DownloadSelected, OfADestroyedWindowLeavesWholeFilesOrNone) {
   loadRepository({kA, kB});
   Gate gate;
   server.on("/repo/debs/b_1.deb", heldBy(gate, respond(200, kB.bytes),

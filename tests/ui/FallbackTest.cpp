@@ -26,7 +26,7 @@ class Fallback : public Workflow {
     ASSERT_EQ(dialogs.shown.size(), 1u);
   }
 
-  // What a fetch tells up to its end, in a repository without index.
+  // The lines of a fetch up to its end, in a repository without index.
   static std::vector<std::string> failedFetch(const std::string& url) {
     std::vector<std::string> lines = {"info: Fetching Packages file...",
                                       "info: Fetching repository: " + url};
@@ -55,7 +55,7 @@ TEST_F(Fallback, IsOfferedWhenAFetchOverHTTPSFails) {
   EXPECT_EQ(status(), "Fetching Packages file...");
 }
 
-TEST_F(Fallback, ThatIsAcceptedFetchesOverHTTPAndIsToldFromTheFirstLineToTheLast) {
+TEST_F(Fallback, ThatIsAcceptedFetchesOverHTTPAndWritesAllItsLinesInOrder) {
   server.on("/repo/Packages", respond(200, kIndex));
   failOverHTTPS();
   answer(0);
@@ -165,7 +165,7 @@ TEST(HTTPURLFromHTTPSURL, KeepsAllButTheScheme) {
   EXPECT_EQ(http("ftp://repo.example/"), "http://repo.example/");
 }
 
-// One port answers TLS, under a certificate that nobody trusts, and plain HTTP.
+// One port answers TLS, with an untrusted certificate, and plain HTTP.
 class FallbackOfRealTLS : public Workflow {
  protected:
   void SetUp() override {

@@ -19,7 +19,7 @@ std::string installer3List(const std::string& items) {
   return "<plist><dict><key>packages</key><array>" + items + "</array></dict></plist>";
 }
 
-// What an APT walk tells of a repository that has no index.
+// The lines of an APT walk over a repository without an index.
 std::vector<std::string> fruitlessWalk(const std::string& url) {
   std::vector<std::string> lines;
   for (const std::string& path : *RepositoryFetcher::candidatePaths()) {
@@ -30,7 +30,7 @@ std::vector<std::string> fruitlessWalk(const std::string& url) {
   return lines;
 }
 
-TEST_F(Fetch, OfARepositoryIsToldFromTheFirstLineToTheLast) {
+TEST_F(Fetch, OfARepositoryWritesAllItsLinesInOrder) {
   server.on("/repo/Packages", respond(200, kIndex));
   fetch(repository());
   awaitFetch();
@@ -55,7 +55,7 @@ TEST_F(Fetch, OfARepositoryIsToldFromTheFirstLineToTheLast) {
   EXPECT_TRUE(c.progressIndicator->isHidden());
 }
 
-TEST_F(Fetch, ThatFailsIsToldFromTheFirstLineToTheLast) {
+TEST_F(Fetch, ThatFailsWritesAllItsLinesInOrder) {
   loadRepository({{"a", "bytes"}});
   const std::string url = server.url("/nothing/");
   fetch(url);
@@ -248,7 +248,7 @@ TEST_F(Fetch, LogsItsEndAtOnceAndTouchesTheWindowOnTheMainThreadOnly) {
   fetch(repository());
   const auto end = std::chrono::steady_clock::now() + kPatience;
   while (systemLines("[UI] Fetch completed").empty() && std::chrono::steady_clock::now() < end) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));  // the main thread stands still
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));  // the main thread is blocked
   }
   EXPECT_THAT(systemLines("[UI] Fetch completed"),
               ElementsAre("[UI] Fetch completed. packages=2 error=(null)"));

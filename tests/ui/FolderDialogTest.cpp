@@ -7,7 +7,6 @@
 #include <filesystem>
 
 #include "tests/ui/support/Workflow.h"
-#include "ui/dialogs/FolderDialog.h"
 #include "ui/dialogs/QtDialogs.h"
 
 namespace tolvane {
@@ -16,7 +15,7 @@ namespace {
 const FolderPanel kPanel{"Download Here", "Choose where 2 selected .deb files should be saved.",
                          ""};
 
-// How many descriptors of this process stand for the folder.
+// How many open descriptors of the folder this process has.
 int descriptorsOf(const std::string& folder) {
   int count = 0;
   std::error_code error;
@@ -99,7 +98,7 @@ TEST_F(FolderDialog, BeginsAmongTheUsersDownloadsTheFirstTimeAndAtHomeWithoutAny
   qputenv("HOME", home);
 }
 
-TEST_F(FolderDialog, BeginsElsewhereWhereThatFolderIsGone) {
+TEST_F(FolderDialog, BeginsElsewhereWhereThatFolderNoLongerExists) {
   QSettings().setValue("folderPanel/lastFolder", toQString(folder.path("gone")));
   EXPECT_TRUE(open().directory().exists());
 }

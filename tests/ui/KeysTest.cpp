@@ -17,7 +17,7 @@ class Keys : public Window {
   }
 };
 
-TEST_F(Keys, ControlLGoesToTheURLFieldAndSelectsItsText) {
+TEST_F(Keys, ControlLFocusesTheURLFieldAndSelectsItsText) {
   c.repoURLField->setText("https://packages.example/");
   c.consoleTextView->setFocus();
   QTest::keyClick(&controller, Qt::Key_L, Qt::ControlModifier);
@@ -25,7 +25,7 @@ TEST_F(Keys, ControlLGoesToTheURLFieldAndSelectsItsText) {
   EXPECT_EQ(c.repoURLField->selectedText(), "https://packages.example/");
 }
 
-TEST_F(Keys, ControlFGoesToTheSearchFieldOnceThereIsSomethingToSearch) {
+TEST_F(Keys, ControlFFocusesTheSearchFieldOncePackagesAreLoaded) {
   QTest::keyClick(&controller, Qt::Key_F, Qt::ControlModifier);
   EXPECT_FALSE(c.searchField->hasFocus());
   load(makePackages(2));

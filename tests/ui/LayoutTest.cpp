@@ -16,7 +16,7 @@ void PrintTo(const Frame& frame, std::ostream* stream) {
   *stream << frame.x << ", " << frame.y << ", " << frame.width << " x " << frame.height;
 }
 
-// The frame as seen from the bottom-left corner of what the control stands in.
+// The frame, from the lower left corner of the control's parent.
 Frame frameOf(const QWidget* control) {
   const QRect rectangle = control->geometry();
   const int y = control->parentWidget()->height() - rectangle.y() - rectangle.height();
@@ -44,7 +44,7 @@ class Layout : public Window, public testing::WithParamInterface<Size> {
   const int H = GetParam().height;
 };
 
-TEST_P(Layout, TheTopRowStandsRightAlignedAndTheURLFieldTakesTheRest) {
+TEST_P(Layout, TheTopRowIsRightAlignedAndTheURLFieldTakesTheRest) {
   EXPECT_EQ(frameOf(c.fetchButton), (Frame{W - 120, H - 50, 100, 28}));
   EXPECT_EQ(frameOf(c.downloadSelectedButton), (Frame{W - 230, H - 50, 100, 28}));
   EXPECT_EQ(frameOf(c.downloadMissingButton), (Frame{W - 340, H - 50, 100, 28}));
@@ -54,7 +54,7 @@ TEST_P(Layout, TheTopRowStandsRightAlignedAndTheURLFieldTakesTheRest) {
   EXPECT_EQ(frameOf(c.repoURLField), (Frame{20, H - 50, std::max(W - 770, 220), 28}));
 }
 
-TEST_P(Layout, TheCaptionsStandBelowTheirButtons) {
+TEST_P(Layout, TheCaptionsAreBelowTheirButtons) {
   EXPECT_EQ(frameOf(c.checkArchiveSubtitleLabel), (Frame{W - 450, H - 66, 100, 14}));
   EXPECT_EQ(frameOf(c.downloadMissingSubtitleLabel), (Frame{W - 340, H - 66, 100, 14}));
   EXPECT_EQ(frameOf(c.downloadSelectedSubtitleLabel), (Frame{W - 230, H - 66, 100, 14}));

@@ -17,7 +17,7 @@ TEST_F(Load, ShowsTheListInTheOrderInWhichItCame) {
   EXPECT_EQ(controller.currentRepositoryURL()->absoluteString(), "https://packages.example/repo/");
 }
 
-TEST_F(Load, IsToldInTheSystemLogAndTheConsoleAndNowhereElse) {
+TEST_F(Load, IsLoggedInTheSystemLogAndTheConsoleAndNowhereElse) {
   load(makePackages(2));
   EXPECT_THAT(log.lines(),
               ElementsAre("[UI] viewDidLoad", "[UI] buildInterface", "[UI] Loaded 2 packages"));

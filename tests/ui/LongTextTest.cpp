@@ -52,7 +52,7 @@ class Lines : public testing::Test {
   TextLines lines;
 };
 
-TEST_F(Lines, AreWhatStandsBetweenLineBreaks) {
+TEST_F(Lines, AreTheTextBetweenLineBreaks) {
   append("one\n\ntwo");
   EXPECT_THAT(pieces(), ElementsAre("one", "", "two"));
   EXPECT_EQ(whole(), "one\n\ntwo\n");
@@ -103,7 +103,7 @@ TEST_F(Lines, OfOneEndlessCharacterAreCutAllTheSame) {
   EXPECT_EQ(whole(), text + "\n");
 }
 
-TEST_F(Lines, OfBytesThatAreNoTextAreCutAllTheSame) {
+TEST_F(Lines, OfBytesThatAreNotUTF8AreCutAllTheSame) {
   const std::string text = std::string(50'000, '\xBF') + std::string(50'000, '\xC3');
   append(text);
   std::string all;

@@ -82,13 +82,13 @@ TEST_F(Progress, HidingLeavesAnEmptyDeterminateBar) {
 
 TEST_F(Progress, TheBarMovesWhileItIsIndeterminateAndNotAfterwards) {
   show();
-  const auto picture = [this] { return c.progressIndicator->grab().toImage(); };
+  const auto frame = [this] { return c.progressIndicator->grab().toImage(); };
   controller.showIndeterminateProgress();
-  const QImage first = picture();
-  EXPECT_TRUE(QTest::qWaitFor([&] { return picture() != first; }));
+  const QImage first = frame();
+  EXPECT_TRUE(QTest::qWaitFor([&] { return frame() != first; }));
   controller.showDeterminateProgressWithCompleted(1, 2);
-  const QImage half = picture();
-  EXPECT_FALSE(QTest::qWaitFor([&] { return picture() != half; }, 300));
+  const QImage half = frame();
+  EXPECT_FALSE(QTest::qWaitFor([&] { return frame() != half; }, 300));
 }
 
 TEST_F(Progress, ADelayedHideComesAfterItsDelayOnTheMainThread) {

@@ -80,7 +80,7 @@ TEST(QtMainQueue, RunsWhatATaskPostsAfterWhatWaited) {
   EXPECT_EQ(ran, "abc");
 }
 
-TEST(QtMainQueue, LetsTheWindowBreatheWhileTasksKeepComing) {
+TEST(QtMainQueue, HandlesEventsBetweenTasksThatKeepComing) {
   QtMainQueue queue;
   int beats = 0;
   QTimer heart;
@@ -122,7 +122,7 @@ TEST(QtMainQueue, IsNotWokenForEachOfTheTasksThatComeOneByOne) {
   EXPECT_LT(wakings.count, kTasks / 2);
 }
 
-TEST(QtMainQueue, DropsWhatWaitsWhenItGoes) {
+TEST(QtMainQueue, DropsWaitingTasksWhenItIsDestroyed) {
   auto held = std::make_shared<int>();
   const std::weak_ptr<int> watched = held;
   {

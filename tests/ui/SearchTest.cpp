@@ -62,7 +62,7 @@ TEST_F(Search, TrimsBlanksAround) {
   EXPECT_THAT(shown(), ElementsAre("p1"));
 }
 
-TEST_F(Search, OfBlanksOnlyShowsEverythingAndStillTakesTheTicks) {
+TEST_F(Search, OfBlanksOnlyShowsEverythingAndStillRemovesTheTicks) {
   load(makePackages(3));
   controller.packageCheckboxClicked(1, true);
   search("   ");
@@ -71,7 +71,7 @@ TEST_F(Search, OfBlanksOnlyShowsEverythingAndStillTakesTheTicks) {
   EXPECT_EQ(status(), "Showing 3 of 3 packages.");
 }
 
-TEST_F(Search, ThatChangesNoRowTakesTheTicksAndTurnsSelectAllOff) {
+TEST_F(Search, ThatChangesNoRowRemovesTheTicksAndTurnsSelectAllOff) {
   load(makePackages(2));
   controller.packageCheckboxClicked(0, true);
   controller.packageCheckboxClicked(1, true);

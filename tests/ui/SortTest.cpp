@@ -33,7 +33,7 @@ TEST_F(Sort, SizesCompareAsNumbers) {
   EXPECT_THAT(shown("size"), ElementsAre("", "words", "20", "999", "1000"));
 }
 
-TEST_F(Sort, ANegativeSizeStandsAboveEveryPositiveOne) {
+TEST_F(Sort, ANegativeSizeComparesAboveEveryPositiveOne) {
   loadField("Size", {"-1", "9223372036854775807", "5"});
   sortBy("size");
   EXPECT_THAT(shown("size"), ElementsAre("5", "9223372036854775807", "-1"));
@@ -82,7 +82,7 @@ TEST_F(Sort, AnUnknownKeyHasNoText) {
   EXPECT_EQ(stringValueForPackage(makePackages(1)[0], "author"), "");
 }
 
-TEST_F(Sort, TheSortTextOfTheSizeIsTheFieldAsItStands) {
+TEST_F(Sort, TheSortTextOfTheSizeIsTheUnchangedField) {
   EXPECT_EQ(stringValueForPackage(makePackage({{"Size", "1500000"}}), "size"), "1500000");
 }
 

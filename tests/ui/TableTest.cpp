@@ -100,7 +100,7 @@ TEST_F(Table, BetweenTheTwoARowIsItsTextAndTen) {
   }
 }
 
-// In a column a pixel narrower than the text and twelve, the last word goes to a second line.
+// In a column a pixel narrower than the text and twelve, the last word is wrapped to a second line.
 TEST_F(Table, ADescriptionHasTheColumnsWidthLessTwelve) {
   const QFont font = c.tableView->font();
   const int column = columnOf("packageDescription");
@@ -148,7 +148,7 @@ TEST_F(Table, RowsThatComeIntoViewHaveTheirHeightsAndOthersAreEstimated) {
   EXPECT_EQ(c.tableView->rowHeight(500), 28);
 }
 
-TEST_F(Table, AtTheEndTheLastRowStandsAtTheLowerEdge) {
+TEST_F(Table, AtTheEndTheLastRowIsAtTheLowerEdge) {
   loadAndShow(std::vector<PackageEntry>(1000, described(kLongDescription)));
   c.tableView->verticalScrollBar()->setValue(c.tableView->verticalScrollBar()->maximum());
   const QRect last = c.tableView->visualRect(c.tableView->model()->index(999, 1));
@@ -218,7 +218,7 @@ TEST_F(Table, ATickPaintsItsColumnOnly) {
   EXPECT_FALSE(watcher.painted.contains(centerOf(1, "displayName")));
 }
 
-// Where two pictures differ.
+// Where two images differ.
 QRect differenceOf(const QImage& left, const QImage& right) {
   QRect difference;
   for (int y = 0; y < left.height(); ++y) {
@@ -239,7 +239,7 @@ TEST_F(Table, WhatScrollingPaintsIsWhatAWholePaintingDoes) {
     QApplication::processEvents();
     const QImage shown = controller.screen()->grabWindow(controller.winId()).toImage();
     const QImage whole = controller.grab().toImage();
-    if (shown.isNull()) GTEST_SKIP() << "the screen keeps no picture";
+    if (shown.isNull()) GTEST_SKIP() << "the screen keeps no image";
     EXPECT_EQ(differenceOf(shown.convertToFormat(whole.format()), whole), QRect()) << step;
   }
 }

@@ -144,14 +144,14 @@ TEST_F(HiddenTick, CountsForSelectAll) {
   EXPECT_FALSE(isTicked(2));
 }
 
-TEST_F(HiddenTick, GoesWhenSelectAllIsTurnedOn) {
+TEST_F(HiddenTick, IsRemovedWhenSelectAllIsTurnedOn) {
   clickSelectAll();
   EXPECT_TRUE(selectAllIsOn());
   EXPECT_EQ(controller.selectedPackageKeys().size(), 3u);
   EXPECT_THAT(ticked(), ElementsAre("p1", "p10", "p11"));
 }
 
-TEST_F(HiddenTick, GoesWhenSelectAllIsTurnedOff) {
+TEST_F(HiddenTick, IsRemovedWhenSelectAllIsTurnedOff) {
   c.selectAllButton->setChecked(true);
   clickSelectAll();
   EXPECT_FALSE(selectAllIsOn());
@@ -187,7 +187,7 @@ TEST_F(Ticks, SurviveASort) {
   EXPECT_FALSE(isTicked(0));
 }
 
-TEST_F(Ticks, AreTakenByEverySearch) {
+TEST_F(Ticks, AreRemovedByEverySearch) {
   load(makePackages(3));
   controller.packageCheckboxClicked(0, true);
   search("p");

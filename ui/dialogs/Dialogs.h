@@ -11,14 +11,14 @@
 
 namespace tolvane {
 
-// What an alert says and asks. The first button is the default one.
+// An alert with its texts and answers. The first button is the default one.
 struct Alert {
   std::string messageText;
   std::string informativeText;
   std::vector<std::string> buttons;
 };
 
-// A choice of one folder, which may be made on the spot.
+// A choice of one folder, which the user may create in the dialog.
 struct FolderPanel {
   std::string prompt;  // the title of the button that chooses
   std::string message;
@@ -27,13 +27,12 @@ struct FolderPanel {
 
 struct ChosenFolder {
   std::string path;
-  // The folder can be reached for as long as a copy of this lives; none where access had not to, or
-  // could not, be had.
+  // The program has access to the folder for as long as a copy of this lives; null where no access
+  // was needed, or none was granted.
   std::shared_ptr<void> access;
 };
 
-// The dialogs that hang on a window and block it alone. Behind an interface, so that a test can
-// answer them.
+// The dialogs that block one window. An interface, so that a test can answer them.
 class Dialogs {
  public:
   using Answered = std::function<void(std::size_t button)>;
@@ -42,7 +41,7 @@ class Dialogs {
   virtual ~Dialogs() = default;
 
   // Shows the alert and returns. `answered` is called once, on the main thread, with the index of
-  // the button; closing the sheet in another way counts as the last one.
+  // the button; closing the alert in another way counts as the last one.
   virtual void beginAlert(QWidget* window, const Alert& alert, Answered answered) = 0;
 
   // Shows the panel and returns. `chosen` is called once, on the main thread, with no folder where

@@ -7,14 +7,19 @@
 
 namespace tolvane {
 
-// Puts the alert's texts and buttons into a message box, in their order. Texts are shown as they
-// stand, never as markup.
+// Puts the alert's texts and buttons into a message box, in their order. Texts are plain, never
+// markup.
 void fillMessageBox(QMessageBox& box, const Alert& alert);
 
 // The index of the button that was pressed; the last one where the box was closed in another way.
 std::size_t answerOf(const QMessageBox& box, const Alert& alert);
 
-// Dialogs as window-modal dialogs of the toolkit.
+// The folder with access to it: an open descriptor, which keeps a file system mounted there busy.
+ChosenFolder folderWithAccess(const QString& path);
+
+// Shows a QMessageBox or a QFileDialog, window-modal. The latter is the desktop's own dialog where
+// Qt can use it: a sandbox then gives the program access to the folder. It begins in the panel's
+// folder, or in the one chosen last, which is kept in the settings.
 class QtDialogs : public Dialogs {
  public:
   void beginAlert(QWidget* window, const Alert& alert, Answered answered) override;

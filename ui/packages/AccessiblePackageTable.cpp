@@ -11,7 +11,7 @@ namespace tolvane {
 
 namespace {
 
-// What the table consists of; row or column -1 is that of the headers.
+// A cell or a header of the table; row or column -1 is that of the headers.
 class Part : public QAccessibleInterface {
  public:
   Part(PackageTableView* view, int row, int column) : view_(view), row_(row), column_(column) {}
@@ -29,7 +29,7 @@ class Part : public QAccessibleInterface {
   int indexOfChild(const QAccessibleInterface*) const override { return -1; }
   void setText(QAccessible::Text, const QString&) override {}
 
-  // The headers of the rows, which are hidden.
+  // The row headers, which are hidden.
   QAccessible::Role role() const override { return QAccessible::RowHeader; }
   QRect rect() const override { return {}; }
   QString text(QAccessible::Text) const override { return {}; }
@@ -153,7 +153,7 @@ class AccessiblePackageTable : public QAccessibleWidget, public QAccessibleTable
     return QAccessibleWidget::interface_cast(type);
   }
 
-  // The rows and the columns with their headers; a part is made when somebody asks for it.
+  // The rows and the columns with their headers; a part is made when it is first requested.
   int childCount() const override { return (rowCount() + 1) * (columnCount() + 1); }
   QAccessibleInterface* child(int index) const override {
     if (index < 0 || index >= childCount()) return nullptr;

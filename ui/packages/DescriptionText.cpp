@@ -13,7 +13,7 @@ namespace tolvane {
 namespace {
 
 constexpr std::size_t kFirstPrefix = 1024;
-// What takes no room up to here has no width at all.
+// A text whose first characters take no room up to here has no width at all.
 constexpr std::size_t kLongestPrefix = 64 * kFirstPrefix;
 constexpr double kNarrowestText = 80;
 
@@ -35,8 +35,8 @@ double layOut(QTextLayout& layout, double width, double limit) {
   return height;
 }
 
-// Lays out ever longer beginnings of the text until one passes the limit or is the whole: what is
-// beyond the limit cannot change what is above it.
+// Lays out ever longer prefixes of the text until one is taller than the limit or is the whole
+// text: what follows cannot change the lines above.
 double layOutEnough(QTextLayout& layout, std::string_view text, double width, double limit) {
   for (std::size_t length = kFirstPrefix;; length *= 4) {
     const std::string_view prefix = prefixOf(text, length);

@@ -8,8 +8,8 @@
 
 namespace tolvane {
 
-// A package's description in a table cell: text wrapped by words, never markup. Only as much of it
-// is laid out as can be seen, so its length does not matter.
+// A package's description in a table cell: plain text, wrapped by words. Only what can be visible
+// is laid out, so the cost does not grow with its length.
 namespace DescriptionText {
 
 // Height of the text within the width; may stop counting once it is above `limit`.
@@ -27,8 +27,9 @@ inline constexpr int kRowPadding = 10;
 // Left and right of a cell's text, together.
 inline constexpr int kCellPadding = 12;
 
-// The height of a row whose description stands in a column of the given width: enough for the
-// text, between 28 and 86.
+// The height of a row whose description is in a column of the given width: enough for the text,
+// between 28 and 86. QTableView::resizeRowsToContents() would lay out every row of a repository in
+// full.
 int rowHeightForDescription(std::string_view description, int columnWidth, const QFont& font);
 
 }  // namespace tolvane

@@ -15,8 +15,8 @@ namespace tolvane {
 
 namespace {
 
-// A cell shows no more characters than these, however wide its column: what a cell costs must not
-// grow with its text.
+// Characters. A cell shows no more, however wide its column, so that the cost of painting it does
+// not grow with its text.
 constexpr qsizetype kLongestLine = 2000;
 
 QStyle* styleOf(const QStyleOptionViewItem& option) {
@@ -32,7 +32,7 @@ QColor textColor(const QStyleOptionViewItem& option) {
   return option.palette.color(group, highlighted ? QPalette::HighlightedText : QPalette::Text);
 }
 
-// The first lines of all cells of a row stand on one base line.
+// The first lines of all cells of a row share a base line.
 QRect textRectangle(const QStyleOptionViewItem& option) {
   const bool oneLine = option.rect.height() <= kBaseRowHeight;
   const int margin =

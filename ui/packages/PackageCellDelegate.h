@@ -16,7 +16,7 @@ class PackageCellDelegate : public QStyledItemDelegate {
              const QModelIndex& index) const override;
 
  protected:
-  // Ticks are the view's business: a click on one does not highlight its row.
+  // The view handles clicks on ticks, which do not highlight the row.
   bool editorEvent(QEvent*, QAbstractItemModel*, const QStyleOptionViewItem&,
                    const QModelIndex&) override {
     return false;

@@ -14,8 +14,7 @@ namespace tolvane {
 
 namespace {
 
-// A process without a language compares by code point, which nobody calls sorted; it sorts as
-// English does.
+// In the locale "C" texts would compare by code point, all capitals first; English is used instead.
 std::string sortingLanguage() {
   const QLocale locale;
   return locale.language() == QLocale::C ? "en" : locale.name().toStdString();
@@ -25,7 +24,7 @@ std::uint64_t sizeKey(const PackageEntry& package) {
   return static_cast<std::uint64_t>(integerValue(package.size()));
 }
 
-// Sorts by keys that are made once a package: comparing is far cheaper than making a key.
+// Makes one key a package: comparing keys is far cheaper than making them.
 template <typename MakeKey>
 std::vector<PackageEntry> sortedByKeys(const std::vector<PackageEntry>& packages, bool ascending,
                                        MakeKey makeKey) {

@@ -18,8 +18,8 @@ struct SortDescriptor {
 };
 
 // A sorted copy; packages that compare equal keep their order. Sizes compare as unsigned 64-bit
-// numbers, so a negative one stands above all others; every other key compares as text, by the
-// rules of the user's language and whatever the case of the letters.
+// numbers, so a negative one is above all others; every other key compares as text, by the rules of
+// the user's language and ignoring case.
 std::vector<PackageEntry> sortedPackages(const std::vector<PackageEntry>& packages,
                                          const SortDescriptor& descriptor);
 

@@ -8,14 +8,13 @@
 #include <string_view>
 
 #include "base/Text.h"
-#include "model/PackageWalk.h"
 
 namespace tolvane {
 
 namespace {
 
-// Room for the sum of as many sizes as a list can have, whichever comes first. The standard has no
-// such number; every compiler for 64 bits that builds this has.
+// Cannot overflow, whatever the order of the sizes. Not standard C++, but GCC and Clang have it on
+// every 64-bit target.
 __extension__ using WideSum = __int128;
 
 std::int64_t clamped(WideSum sum) {
@@ -23,7 +22,7 @@ std::int64_t clamped(WideSum sum) {
   return static_cast<std::int64_t>(std::clamp<WideSum>(sum, Limits::min(), Limits::max()));
 }
 
-// The distinct ones among many texts that outlive it.
+// Counts distinct strings, which outlive it.
 class DistinctTexts {
  public:
   explicit DistinctTexts(std::size_t count) { texts_.reserve(static_cast<qsizetype>(count)); }
@@ -35,7 +34,7 @@ class DistinctTexts {
   std::size_t count() const { return static_cast<std::size_t>(texts_.size()); }
 
  private:
-  // With its hash first, since a look at another text is what costs most.
+  // Compares hashes first: reading another string is a cache miss.
   struct Text {
     std::size_t hash;
     std::string_view text;
@@ -54,11 +53,11 @@ PackageStatistics PackageStatistics::of(const std::vector<PackageEntry>& package
   DistinctTexts names(packages.size());
   DistinctTexts architectures(0);  // few, however many packages there are
   WideSum size = 0;
-  forEachPackage(packages, [&](const PackageEntry& package) {
+  for (const PackageEntry& package : packages) {
     names.add(package.packageName());
     architectures.add(package.architecture());
     size += integerValue(package.size());
-  });
+  }
   statistics.unique = names.count();
   statistics.architectures = architectures.count();
   statistics.estimatedSize = clamped(size);

@@ -10,7 +10,7 @@
 
 namespace tolvane {
 
-// What the statistics line says of a list of packages.
+// The figures of the statistics line for a list of packages.
 struct PackageStatistics {
   std::size_t unique = 0;          // distinct identifiers that are not empty
   std::size_t architectures = 0;   // distinct architectures that are not empty

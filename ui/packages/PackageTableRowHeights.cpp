@@ -10,7 +10,7 @@
 #include "ui/packages/PackageTableModel.h"
 #include "ui/packages/PackageTableView.h"
 
-// The heights of the table's rows: when they are measured, and what stays in place meanwhile.
+// The heights of the table's rows, and the scroll position while they change.
 namespace tolvane {
 
 void PackageTableView::reset() {
@@ -49,14 +49,14 @@ bool PackageTableView::measure(int row) {
   measured_[index] = true;
   const int height = rowHeight_(row);
   if (height == verticalHeader()->sectionSize(row)) return false;
-  // The header would tell the view of each row, and the view would lay itself out each time.
+  // Otherwise the header emits a signal for each row, and the view lays itself out each time.
   const QSignalBlocker blocker(verticalHeader());
   verticalHeader()->resizeSection(row, height);
   return true;
 }
 
-// Measures from a row that stands at y down to the lower edge; returns where the first row stands
-// whose height has changed.
+// Measures the rows from the given one, whose upper edge is y, down to the lower edge of the view;
+// returns the upper edge of the first row whose height has changed.
 std::optional<int> PackageTableView::measureFrom(int row, int y) {
   std::optional<int> changed;
   const int rowCount = static_cast<int>(measured_.size());
@@ -72,13 +72,13 @@ void PackageTableView::measureVisibleRows() {
   const QScopedValueRollback guard(measuring_, true);
   QScrollBar* const bar = verticalScrollBar();
   const bool atEnd = bar->maximum() > 0 && bar->value() == bar->maximum();
-  // Staying at an end that moves away brings further rows into view.
+  // Keeping the view at the end, while rows above grow, brings further rows into view.
   for (int first = rowAt(0); first >= 0; first = rowAt(0)) {
     const std::optional<int> changed = measureFrom(first, rowViewportPosition(first));
     if (!changed) break;
     QTableView::updateGeometries();
     if (atEnd) bar->setValue(bar->maximum());
-    // What stands above is still right; where the end has moved, nothing is.
+    // What is above was painted correctly; where the view follows the end, nothing was.
     viewport()->update(viewport()->rect().adjusted(0, atEnd ? 0 : *changed, 0, 0));
   }
 }
@@ -99,8 +99,8 @@ void PackageTableView::scrollContentsBy(int dx, int dy) {
   const int firstBefore = dy > 0 ? rowAt(0) : -1;
   QTableView::scrollContentsBy(dx, dy);
   if (measuring_) return;
-  // Scrolling up must move what is on the screen by what was asked for, however tall the rows
-  // above turn out to be.
+  // Scrolling up moves the visible rows by the requested distance, however tall the rows above turn
+  // out to be.
   if (firstBefore >= 0 && rowViewportPosition(firstBefore) < viewport()->height()) {
     if (const int growth = measureAbove(firstBefore); growth != 0) {
       verticalScrollBar()->setValue(verticalScrollBar()->value() + growth);
@@ -126,7 +126,7 @@ void PackageTableView::changeEvent(QEvent* event) {
   if (type == QEvent::FontChange || type == QEvent::StyleChange) measureAgain();
 }
 
-// The toolkit would paint everything, for ticks in one column.
+// QTableView would repaint everything, for ticks in one column.
 void PackageTableView::dataChanged(const QModelIndex& topLeft, const QModelIndex& bottomRight,
                                    const QList<int>& roles) {
   if (topLeft.column() != bottomRight.column()) {

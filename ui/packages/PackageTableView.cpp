@@ -88,7 +88,7 @@ void PackageTableView::sortByClickOn(int column) {
   horizontalHeader()->setSortIndicator(column, reverse ? Qt::DescendingOrder : Qt::AscendingOrder);
 }
 
-// The header moves its arrow on any click; the column of the ticks has to give it back.
+// The header moves its arrow on any click; from the column of the ticks it has to be moved back.
 void PackageTableView::takeSortIndicator(int section, Qt::SortOrder order) {
   if (!packageModel_->isSortable(section)) {
     const QSignalBlocker blocker(horizontalHeader());

@@ -12,9 +12,10 @@ namespace tolvane {
 
 class PackageTableModel;
 
-// The table of packages. A row is measured when it first comes into view after a reload and keeps
-// its height until the next one; until then the scroll range takes it for a row of one line. So
-// the cost of a reload does not depend on the number of rows or the length of their texts.
+// The table of packages. A row is measured when it first comes into view after its rows were set,
+// and keeps its height until they are set again; until it is measured, the scroll range counts it
+// as a row of one line. So the cost of new rows does not depend on the length of their
+// descriptions.
 class PackageTableView : public QTableView {
   Q_OBJECT
 
@@ -34,19 +35,19 @@ class PackageTableView : public QTableView {
   // -1) is highlighted without a signal.
   void reorderRows(std::vector<PackageEntry> rows, int highlightedRow);
 
-  // Measures the rows anew as they come into view, as after a reload. The row on top stays.
+  // Measures the rows again as they come into view. The scroll position stays.
   void measureAgain();
 
   // The column that the user chose to sort by; none before the first choice.
   std::optional<SortDescriptor> sortDescriptor() const;
 
-  // Sorts by the column, or turns its order round where it is sorted by already.
+  // Sorts by the column; reverses the order where it is sorted by already.
   void sortByClickOn(int column);
 
   // As a click on the row's tick.
   void toggleTick(int row);
 
-  // By which number the toolkit's accessible events name a cell, or a header for row or column -1.
+  // The index by which accessibility events name a cell, or a header for row or column -1.
   int accessibleChildIndex(int row, int column) const;
 
   void dataChanged(const QModelIndex& topLeft, const QModelIndex& bottomRight,

@@ -13,14 +13,14 @@ inline constexpr std::string_view kSelectedColumn = "selected";
 inline constexpr std::string_view kDescriptionColumn = "packageDescription";
 inline constexpr std::string_view kSizeColumn = "size";
 
-// The text by which a column sorts: the field that its identifier names, "" for any other key.
+// The field by which a column sorts: the one that its identifier names, "" for any other key.
 std::string_view stringValueForPackage(const PackageEntry& package, std::string_view key);
 
-// The text that a column shows; differs from the above in the size, which is made readable.
+// What a column shows: the same, but the size as a byte count such as "1.5 MB".
 std::string cellText(const PackageEntry& package, std::string_view key);
 
-// All that is known of a package, as the details pane shows it: seven lines that are always there,
-// seven more for what the package has, and the description.
+// All fields of a package, as the details pane shows them: seven lines that are always there, up to
+// seven more for fields that are not empty, and the description.
 std::string detailsText(const PackageEntry& package);
 
 }  // namespace tolvane

@@ -4,11 +4,8 @@
 #include <algorithm>
 #include <fmt/format.h>
 #include <iterator>
-#include <span>
 
 #include "base/ByteCount.h"
-#include "model/PackageSearch.h"
-#include "model/PackageWalk.h"
 #include "ui/Strings.h"
 #include "ui/packages/DescriptionText.h"
 #include "ui/packages/PackageSorting.h"
@@ -20,15 +17,6 @@ namespace tolvane {
 namespace {
 
 constexpr int kWidthWithoutColumn = 300;
-
-std::vector<const PackageEntry*> matchesAmong(std::span<const PackageEntry> packages,
-                                              const PackageSearch& search) {
-  std::vector<const PackageEntry*> matches;
-  forEachPackage(packages, [&](const PackageEntry& package) {
-    if (search.matches(package)) matches.push_back(&package);
-  });
-  return matches;
-}
 
 }  // namespace
 
@@ -55,19 +43,19 @@ PackagesPane::PackagesPane(QWidget* content) {
 }
 
 void PackagesPane::setPackages(PackageList packages) {
+  search_.reset();
   allPackages_ = std::move(packages);
   controls_.searchField->empty();
   showRows(allPackages_);
 }
 
+void PackagesPane::prepareSearch() {
+  if (!search_) search_.emplace(allPackages_);
+}
+
 void PackagesPane::search() {
-  const PackageSearch search(toText(controls_.searchField->text()));
-  PackageList found;
-  const auto matchesIn = [&](auto packages) { return matchesAmong(packages, search); };
-  for (const auto& matches : inHalves(allPackages_, matchesIn)) {
-    for (const PackageEntry* match : matches) found.push_back(*match);
-  }
-  showRows(std::move(found));
+  prepareSearch();
+  showRows(search_->packagesMatching(toText(controls_.searchField->text())));
 }
 
 void PackagesPane::showRows(PackageList rows) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "model/PackageEntry.h"
+#include "model/PackageSearch.h"
 #include "ui/packages/PackageStatistics.h"
 #include "ui/packages/PackageTableModel.h"
 #include "ui/packages/PackageTableView.h"
@@ -43,6 +44,10 @@ class PackagesPane {
   // Another repository: all of its packages become rows, without a search and without ticks.
   void setPackages(PackageList packages);
 
+  // Makes the first search as quick as those that follow. It takes 50 ms for 100,000 packages, so
+  // it is done when the search field gets the focus, not with each load.
+  void prepareSearch();
+
   // The packages that match the search field become the rows, without ticks.
   void search();
 
@@ -71,6 +76,7 @@ class PackagesPane {
   PackagesControls controls_;
   PackageTableModel* model_;
   PackageList allPackages_;
+  std::optional<PackageSearch> search_;          // of all packages, once prepared
   std::optional<PackageStatistics> statistics_;  // of the rows, once counted
 };
 

@@ -5,8 +5,6 @@
 #include <algorithm>
 #include <string_view>
 
-#include "model/PackageWalk.h"
-
 namespace tolvane {
 
 namespace {
@@ -39,17 +37,8 @@ std::size_t TickedPackages::hashOf(const PackageEntry& package) {
 }
 
 void TickedPackages::insertAll(const std::vector<PackageEntry>& packages) {
-  const auto hashesOf = [](std::span<const PackageEntry> part) {
-    std::vector<std::size_t> hashes;
-    hashes.reserve(part.size());
-    forEachPackage(part, [&](const PackageEntry& package) { hashes.push_back(hashOf(package)); });
-    return hashes;
-  };
   keys_.reserve(keys_.size() + static_cast<qsizetype>(packages.size()));
-  auto package = packages.begin();
-  for (const auto& hashes : inHalves(packages, hashesOf)) {
-    for (const std::size_t hash : hashes) keys_.insert(Key{*package++, hash});
-  }
+  for (const PackageEntry& package : packages) insert(package);
 }
 
 bool TickedPackages::Key::operator==(const Key& other) const {
@@ -58,7 +47,7 @@ bool TickedPackages::Key::operator==(const Key& other) const {
   const bool same = std::all_of(
       std::begin(kKeyFields), std::end(kKeyFields),
       [&](const Field field) { return package.text(field) == other.package.text(field); });
-  // Texts with a bar in them can make one key in two ways.
+  // Fields that contain a bar can make the same key in two ways.
   return same || keyForPackage(package) == keyForPackage(other.package);
 }
 

@@ -10,12 +10,12 @@
 
 namespace tolvane {
 
-// What tells one package from another for ticking: "packageName|version|architecture|filename".
-// Entries with the same four values share one tick.
+// The key of a package's tick: "packageName|version|architecture|filename". Entries with the same
+// four values share one tick.
 std::string keyForPackage(const PackageEntry& package);
 
-// A set of such keys. It holds the packages themselves, whose texts the keys are made of, so that
-// ticking a whole repository makes no text.
+// The set of ticked packages, compared by their keys. It holds the packages themselves instead of
+// key strings, so that ticking a whole repository allocates no strings.
 class TickedPackages {
  public:
   void insert(const PackageEntry& package) { keys_.insert(keyOf(package)); }
@@ -28,7 +28,7 @@ class TickedPackages {
   bool empty() const { return keys_.isEmpty(); }
 
  private:
-  // With its hash, since a look at another package's texts is what costs most.
+  // With its hash, since reading another package's fields is a cache miss.
   struct Key {
     bool operator==(const Key& other) const;
     friend std::size_t qHash(const Key& key, std::size_t seed) { return key.hash ^ seed; }

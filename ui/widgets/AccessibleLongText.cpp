@@ -12,7 +12,7 @@ namespace tolvane {
 
 namespace {
 
-// A text to read, without a cursor.
+// A read-only text without a cursor.
 class ReadOnlyText : public QAccessibleTextInterface {
  public:
   int selectionCount() const override { return 0; }
@@ -34,7 +34,7 @@ class ReadOnlyText : public QAccessibleTextInterface {
   }
 };
 
-// Some lines out of a text.
+// Some lines of a text.
 class Excerpt : public ReadOnlyText {
  public:
   explicit Excerpt(QString text) : text_(std::move(text)) {}
@@ -48,7 +48,7 @@ class Excerpt : public ReadOnlyText {
   QString text_;
 };
 
-// The view's text. What is asked for is put together from its lines, and no more than that.
+// The view's text. Only the requested part is joined from its lines.
 class AccessibleLongText : public QAccessibleWidget, public ReadOnlyText {
  public:
   explicit AccessibleLongText(LongTextView* view)
@@ -93,8 +93,8 @@ class AccessibleLongText : public QAccessibleWidget, public ReadOnlyText {
  private:
   using Search = QString (Excerpt::*)(int, QAccessible::TextBoundaryType, int*, int*) const;
 
-  // Words and lines are looked for in the line and its neighbours; the toolkit would go through the
-  // whole text each time.
+  // Looks for words and lines in the line and its neighbours; QAccessibleTextInterface would read
+  // the whole text each time.
   QString searchNear(Search search, int offset, QAccessible::TextBoundaryType type,
                      int* startOffset, int* endOffset) const {
     const LongText& text = view_->text();

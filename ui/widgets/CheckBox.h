@@ -6,8 +6,8 @@
 
 namespace tolvane {
 
-// A checkbox whose box can be seen in dark themes too: some styles draw its edge darker than its
-// ground, where nothing can be darker.
+// A checkbox whose box is visible in dark themes too: some styles draw its edge darker than the
+// background.
 class CheckBox : public QCheckBox {
  public:
   explicit CheckBox(QWidget* parent) : QCheckBox(parent) {}

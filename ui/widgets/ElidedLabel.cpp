@@ -54,14 +54,14 @@ void ElidedLabel::selectAll() {
   setSelection(0, static_cast<int>(text().size()));
 }
 
-// A tool tip helps where the label does not show all of its text. Whether it does is measured when
-// somebody asks, since a busy run changes the text thousands of times.
+// The tool tip shows only where the label does not show all of its text. That is measured only
+// then, since a busy run changes the text thousands of times.
 bool ElidedLabel::event(QEvent* event) {
   if (event->type() != QEvent::ToolTip) return QLabel::event(event);
   const bool helps = line_ != text() || isElided();
   event->setAccepted(helps);
   if (helps) {
-    // A tool tip takes text with angle brackets for markup, unless it is markup.
+    // QToolTip takes a plain text with angle brackets for markup.
     const QString lines =
         toolTip().toHtmlEscaped().replace(QLatin1Char('\n'), QLatin1String("<br>"));
     QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(),

@@ -6,8 +6,8 @@
 namespace tolvane {
 
 // Plain text on one line: a line break is shown as a blank, and what does not fit ends in an
-// ellipsis. The whole is in the tool tip then. While part of it is selected, the text is shown as
-// it stands. A screen reader is told the label's accessible name and, as its description, the text.
+// ellipsis; the whole is in the tool tip then. While part of it is selected, the text is shown
+// unchanged. To a screen reader the text is the description of the label.
 class ElidedLabel : public QLabel {
   Q_OBJECT
 

@@ -5,7 +5,7 @@
 
 namespace tolvane {
 
-// A box with a thin line around it, which shows in every theme.
+// A box with a thin border that is visible in every theme.
 class LineBox : public QFrame {
  public:
   explicit LineBox(QWidget* parent);

@@ -11,13 +11,13 @@ namespace tolvane {
 
 namespace {
 
-// The toolkit lays a line out in a time that grows with the line, and with the square of a word
-// that fills it; both in UTF-16 units.
+// In UTF-16 units. The time in which QTextLayout lays out a line grows with its length, and with
+// the square of the length of its words.
 constexpr qsizetype kLongestLine = 32'000;
 constexpr qsizetype kLongestWord = 4'000;
 
-// The last place up to the limit where a person would cut: never within what looks like one
-// character, unless that is itself longer than a word may be.
+// The last boundary of a grapheme cluster up to the limit, or the limit where one cluster is
+// longer.
 qsizetype cutInWord(const QString& text, qsizetype limit) {
   QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
   finder.setPosition(limit);
@@ -26,8 +26,8 @@ qsizetype cutInWord(const QString& text, qsizetype limit) {
   return text.at(limit).isLowSurrogate() ? limit - 1 : limit;
 }
 
-// The last place up to the limit where a row may end, or before a word that is too long for any
-// row. A text that ends here may be taken whole.
+// The last line-breaking opportunity (UAX 14) up to the limit, or the one before a word that is too
+// long. `endsHere`: the end of the text counts as one.
 qsizetype cutBetweenWords(const QString& text, bool endsHere) {
   QTextBoundaryFinder finder(QTextBoundaryFinder::Line, text);
   qsizetype cut = 0;
@@ -38,14 +38,13 @@ qsizetype cutBetweenWords(const QString& text, bool endsHere) {
   return cut;
 }
 
-// What of a line, well-formed, is laid out first: all of it where nothing is too long.
+// The first piece of a line of valid UTF-8; all of it where nothing is too long.
 std::string_view firstPieceOf(std::string_view line) {
   if (line.size() <= kLongestWord) return line;
   const auto beginning = [line](qsizetype units) {
     return utf16Prefix(line, static_cast<std::size_t>(units));
   };
-  // An endless word has many pieces: it is worth looking no further than a word goes before all
-  // else.
+  // An endless word has many pieces, so the search for its end must not read all of it each time.
   const QString word = toQString(beginning(2 * kLongestWord));
   QTextBoundaryFinder finder(QTextBoundaryFinder::Line, word);
   if (finder.toNextBoundary() > kLongestWord) return beginning(cutInWord(word, kLongestWord));
@@ -53,7 +52,7 @@ std::string_view firstPieceOf(std::string_view line) {
   return beginning(cutBetweenWords(toQString(piece), piece.size() == line.size()));
 }
 
-// Bytes that are no text may be cut anywhere.
+// Bytes that are not UTF-8 may be cut anywhere.
 std::string_view firstPieceOfBytes(std::string_view line) {
   const std::string_view piece = prefixOf(line, kLongestWord);
   return piece.empty() ? line.substr(0, kLongestWord) : piece;

@@ -8,13 +8,12 @@
 
 namespace tolvane {
 
-// A part of a text that is laid out by itself: one line of it, or a piece of a line that is very
-// long.
+// A part of a text that is laid out by itself: a line, or a piece of a very long line.
 struct TextLine {
   std::string_view text;
   std::string_view type;
   bool endsWithNewline = true;
-  std::size_t start = 0;            // how many UTF-16 units stand before it
+  std::size_t start = 0;            // how many UTF-16 units are before it
   std::size_t units = text.size();  // and in it, without the newline; as of ASCII until counted
 };
 
@@ -24,8 +23,7 @@ using TextLines = std::deque<TextLine>;
 // Cuts the text into lines; the last one ends with a newline too. The texts outlive the lines.
 void appendLines(TextLines& lines, std::string_view text, std::string_view type);
 
-// A text of any length, as a view over its lines: making one costs next to nothing, however many
-// there are. The lines outlive it.
+// A text of any length, as a view over lines, which outlive it. Making one takes constant time.
 class LongText {
  public:
   LongText() = default;
@@ -39,8 +37,7 @@ class LongText {
   std::size_t lineCount() const { return count_; }
   const TextLine& line(std::size_t index) const;
 
-  // Whether the two show the same lines from the first one on, so that a place in one is the same
-  // place in the other.
+  // Whether this is the other with lines appended, so that positions in the other are valid here.
   bool continues(const LongText& other) const;
 
   // Offsets and lengths count UTF-16 units, newlines among them.

@@ -12,7 +12,7 @@
 #include "ui/Strings.h"
 #include "ui/widgets/LongTextView.h"
 
-// Selecting in the console with mouse and keys, and copying.
+// Selecting text with mouse and keys, and copying it.
 namespace tolvane {
 
 namespace {
@@ -25,7 +25,7 @@ int lengthOf(const QTextLayout& layout) {
 
 }  // namespace
 
-LongTextView::Place LongTextView::lastPlace() const {
+LongTextView::Position LongTextView::lastPosition() const {
   if (text_.isEmpty()) return {};
   const std::size_t line = text_.lineCount() - 1;
   return {line, lengthOf(layoutOf(line))};
@@ -33,67 +33,69 @@ LongTextView::Place LongTextView::lastPlace() const {
 
 // The line's upper edge in the viewport; for lines near the screen.
 int LongTextView::topOf(std::size_t line) const {
-  int y = -top_.hidden;
+  int y = -top_.pixelsAbove;
   for (std::size_t above = top_.line; above < line; ++above) y += heightOf(above);
   for (std::size_t below = top_.line; below > line; --below) y -= heightOf(below - 1);
   return y;
 }
 
-LongTextView::Place LongTextView::placeAt(QPoint point) const {
+LongTextView::Position LongTextView::positionAt(QPoint point) const {
   if (text_.isEmpty()) return {};
-  return placeIn(movedBy(top_, point.y()), point.x() - textInset().width());
+  return positionIn(movedBy(top_, point.y()), point.x() - textInset().width());
 }
 
-// The place that is nearest to a point of a line, x being the distance from the text's left edge.
-LongTextView::Place LongTextView::placeIn(Top point, double x) const {
+// The position nearest to a point of a line, x being the distance from the text's left edge.
+LongTextView::Position LongTextView::positionIn(Top point, double x) const {
   const QTextLayout& layout = layoutOf(point.line);
-  const double y = point.hidden - insetAbove(point.line);
+  const double y = point.pixelsAbove - insetAbove(point.line);
   QTextLine row = layout.lineAt(0);
   for (int i = 1; i < layout.lineCount() && layout.lineAt(i).y() <= y; ++i) row = layout.lineAt(i);
   return {point.line, row.isValid() ? row.xToCursor(x) : 0};
 }
 
-LongTextView::Place LongTextView::placeBeside(Place place, int steps) const {
-  const QTextLayout& layout = layoutOf(place.line);
+LongTextView::Position LongTextView::neighbourOf(Position position, int steps) const {
+  const QTextLayout& layout = layoutOf(position.line);
   if (steps < 0) {
-    if (place.offset > 0) return {place.line, layout.previousCursorPosition(place.offset)};
-    return place.line == 0 ? place : Place{place.line - 1, lengthOf(layoutOf(place.line - 1))};
+    if (position.offset > 0) return {position.line, layout.previousCursorPosition(position.offset)};
+    return position.line == 0 ? position
+                              : Position{position.line - 1, lengthOf(layoutOf(position.line - 1))};
   }
-  if (place.offset < lengthOf(layout)) {
-    return {place.line, layout.nextCursorPosition(place.offset)};
+  if (position.offset < lengthOf(layout)) {
+    return {position.line, layout.nextCursorPosition(position.offset)};
   }
-  return place.line + 1 < text_.lineCount() ? Place{place.line + 1, 0} : place;
+  return position.line + 1 < text_.lineCount() ? Position{position.line + 1, 0} : position;
 }
 
-// The place so many rows of text further down, or up.
-LongTextView::Place LongTextView::placeBelow(Place place, int rows) const {
-  const QTextLine row = layoutOf(place.line).lineForTextPosition(place.offset);
-  if (!row.isValid()) return place;
+// The position so many rows of text further down, or up.
+LongTextView::Position LongTextView::positionBelow(Position position, int rows) const {
+  const QTextLine row = layoutOf(position.line).lineForTextPosition(position.offset);
+  if (!row.isValid()) return position;
   const int rowHeight = std::max(1, static_cast<int>(row.height()));
-  const int middle = insetAbove(place.line) + static_cast<int>(row.y()) + rowHeight / 2;
-  return placeIn(movedBy({place.line, middle}, rows * rowHeight), row.cursorToX(place.offset));
+  const int middle = insetAbove(position.line) + static_cast<int>(row.y()) + rowHeight / 2;
+  return positionIn(movedBy({position.line, middle}, rows * rowHeight),
+                    row.cursorToX(position.offset));
 }
 
-void LongTextView::select(Place anchor, Place cursor) {
+void LongTextView::select(Position anchor, Position cursor) {
   anchor_ = anchor;
   cursor_ = cursor;
   viewport()->update();
 }
 
-void LongTextView::moveCursor(Place place, bool keepAnchor) {
-  select(keepAnchor ? anchor_ : place, place);
-  showPlace(place);
+void LongTextView::moveCursor(Position position, bool keepAnchor) {
+  select(keepAnchor ? anchor_ : position, position);
+  showPosition(position);
 }
 
-void LongTextView::showPlace(Place place) {
-  if (place.line > top_.line + static_cast<std::size_t>(viewHeight())) {
-    top_ = {place.line, 0};  // far below: no need to measure all that is between
-  } else if (place.line < top_.line) {
-    top_ = {place.line, 0};
+void LongTextView::showPosition(Position position) {
+  if (position.line > top_.line + static_cast<std::size_t>(viewHeight())) {
+    top_ = {position.line, 0};  // far below: laying out all lines between would take too long
+  } else if (position.line < top_.line) {
+    top_ = {position.line, 0};
   }
-  const QTextLine row = layoutOf(place.line).lineForTextPosition(place.offset);
-  const int upper = topOf(place.line) + (row.isValid() ? static_cast<int>(row.y()) : 0);
-  const int lower = upper + insetAbove(place.line) +
+  const QTextLine row = layoutOf(position.line).lineForTextPosition(position.offset);
+  const int upper = topOf(position.line) + (row.isValid() ? static_cast<int>(row.y()) : 0);
+  const int lower = upper + insetAbove(position.line) +
                     (row.isValid() ? static_cast<int>(std::ceil(row.height())) : 0);
   if (upper < 0) {
     setTop(movedBy(top_, upper));
@@ -105,8 +107,8 @@ void LongTextView::showPlace(Place place) {
 }
 
 QTextLayout::FormatRange LongTextView::selectionIn(std::size_t line) const {
-  const Place first = std::min(anchor_, cursor_);
-  const Place last = std::max(anchor_, cursor_);
+  const Position first = std::min(anchor_, cursor_);
+  const Position last = std::max(anchor_, cursor_);
   QTextLayout::FormatRange range;
   range.start = 0;
   range.length = 0;
@@ -120,8 +122,8 @@ QTextLayout::FormatRange LongTextView::selectionIn(std::size_t line) const {
 }
 
 QString LongTextView::selectedText() const {
-  const Place first = std::min(anchor_, cursor_);
-  const Place last = std::max(anchor_, cursor_);
+  const Position first = std::min(anchor_, cursor_);
+  const Position last = std::max(anchor_, cursor_);
   return first == last ? QString()
                        : text_.textBetween(first.line, first.offset, last.line, last.offset);
 }
@@ -132,7 +134,7 @@ void LongTextView::copy() {
 }
 
 void LongTextView::selectAll() {
-  select(firstPlace(), lastPlace());
+  select(firstPosition(), lastPosition());
 }
 
 void LongTextView::contextMenuEvent(QContextMenuEvent* event) {
@@ -145,25 +147,25 @@ void LongTextView::contextMenuEvent(QContextMenuEvent* event) {
 
 void LongTextView::mousePressEvent(QMouseEvent* event) {
   if (event->button() != Qt::LeftButton) return;
-  const Place place = placeAt(event->position().toPoint());
-  select(event->modifiers() & Qt::ShiftModifier ? anchor_ : place, place);
+  const Position position = positionAt(event->position().toPoint());
+  select(event->modifiers() & Qt::ShiftModifier ? anchor_ : position, position);
   selecting_ = true;
 }
 
 void LongTextView::mouseDoubleClickEvent(QMouseEvent* event) {
   if (event->button() != Qt::LeftButton || text_.isEmpty()) return;
-  const Place place = placeAt(event->position().toPoint());
-  const QTextLayout& layout = layoutOf(place.line);
-  const int end = layout.nextCursorPosition(place.offset, QTextLayout::SkipWords);
+  const Position position = positionAt(event->position().toPoint());
+  const QTextLayout& layout = layoutOf(position.line);
+  const int end = layout.nextCursorPosition(position.offset, QTextLayout::SkipWords);
   const int begin = layout.previousCursorPosition(end, QTextLayout::SkipWords);
   const QString word = layout.text().mid(begin, end - begin);
-  select({place.line, begin}, {place.line, begin + static_cast<int>(word.trimmed().size())});
+  select({position.line, begin}, {position.line, begin + static_cast<int>(word.trimmed().size())});
 }
 
 void LongTextView::mouseMoveEvent(QMouseEvent* event) {
   if (!selecting_) return;
   mouse_ = event->position().toPoint();
-  select(anchor_, placeAt(mouse_));
+  select(anchor_, positionAt(mouse_));
   if (viewport()->rect().contains(mouse_)) {
     dragTimer_.stop();
   } else if (!dragTimer_.isActive()) {
@@ -181,12 +183,12 @@ void LongTextView::mouseReleaseEvent(QMouseEvent* event) {
   }
 }
 
-// The mouse is held beyond an edge: the text moves under it.
+// Scrolls while the mouse is held beyond an edge.
 void LongTextView::timerEvent(QTimerEvent* event) {
   if (event->timerId() != dragTimer_.timerId()) return QAbstractScrollArea::timerEvent(event);
   const int beyond = mouse_.y() < 0 ? mouse_.y() : std::max(0, mouse_.y() - viewHeight());
   setTop(movedBy(top_, beyond));
-  select(anchor_, placeAt(mouse_));
+  select(anchor_, positionAt(mouse_));
 }
 
 bool LongTextView::moveByKey(const QKeyEvent& event) {
@@ -196,29 +198,30 @@ bool LongTextView::moveByKey(const QKeyEvent& event) {
   const auto row = [this] { return layoutOf(cursor_.line).lineForTextPosition(cursor_.offset); };
   switch (event.key()) {
     case Qt::Key_Left:
-      moveCursor(placeBeside(cursor_, -1), shift);
+      moveCursor(neighbourOf(cursor_, -1), shift);
       return true;
     case Qt::Key_Right:
-      moveCursor(placeBeside(cursor_, 1), shift);
+      moveCursor(neighbourOf(cursor_, 1), shift);
       return true;
     case Qt::Key_Up:
-      moveCursor(placeBelow(cursor_, -1), shift);
+      moveCursor(positionBelow(cursor_, -1), shift);
       return true;
     case Qt::Key_Down:
-      moveCursor(placeBelow(cursor_, 1), shift);
+      moveCursor(positionBelow(cursor_, 1), shift);
       return true;
     case Qt::Key_PageUp:
-      moveCursor(placeBelow(cursor_, -rowsOnScreen), shift);
+      moveCursor(positionBelow(cursor_, -rowsOnScreen), shift);
       return true;
     case Qt::Key_PageDown:
-      moveCursor(placeBelow(cursor_, rowsOnScreen), shift);
+      moveCursor(positionBelow(cursor_, rowsOnScreen), shift);
       return true;
     case Qt::Key_Home:
-      moveCursor(whole ? firstPlace() : Place{cursor_.line, row().textStart()}, shift);
+      moveCursor(whole ? firstPosition() : Position{cursor_.line, row().textStart()}, shift);
       return true;
     case Qt::Key_End:
-      moveCursor(whole ? lastPlace() : Place{cursor_.line, row().textStart() + row().textLength()},
-                 shift);
+      moveCursor(
+          whole ? lastPosition() : Position{cursor_.line, row().textStart() + row().textLength()},
+          shift);
       return true;
     default:
       return false;

@@ -20,7 +20,7 @@ namespace tolvane {
 
 namespace {
 
-// A line of the scroll bar's range is this many steps, so that a line taller than the view can be
+// Each line is this many steps of the scroll bar, so that a line taller than the view can be
 // scrolled through.
 constexpr int kStepsPerLine = 64;
 constexpr std::size_t kMostLayouts = 256;
@@ -47,12 +47,12 @@ void LongTextView::setText(LongText text) {
     scrollsToEnd_ = false;
     select({}, {});
   }
-  settleLater();
+  updateScrollLater();
   emit textChanged();
   if (QAccessible::isActive()) announceText(lengthBefore, continues);
 }
 
-// Of a text that continues the one before, screen readers are told what is new.
+// Screen readers get only the new lines where the text continues the one before.
 void LongTextView::announceText(std::size_t start, bool continues) {
   if (!continues) {
     QAccessibleEvent replaced(this, QAccessible::VisibleDataChanged);
@@ -115,7 +115,7 @@ void LongTextView::forgetLayouts() {
 void LongTextView::forgetLayoutsOffScreen() {
   if (layouts_.size() <= kMostLayouts) return;
   std::set<const TextLine*> onScreen;
-  int y = -top_.hidden;
+  int y = -top_.pixelsAbove;
   for (std::size_t line = top_.line; line < text_.lineCount() && y < viewHeight(); ++line) {
     onScreen.insert(&text_.line(line));
     y += heightOf(line);
@@ -123,7 +123,7 @@ void LongTextView::forgetLayoutsOffScreen() {
   std::erase_if(layouts_, [&](const auto& entry) { return !onScreen.contains(entry.first); });
 }
 
-// The top at which the last line stands at the lower edge.
+// The top at which the last line ends at the lower edge of the view.
 LongTextView::Top LongTextView::endTop() const {
   int room = viewHeight();
   for (std::size_t line = text_.lineCount(); line > 0; --line) {
@@ -135,12 +135,12 @@ LongTextView::Top LongTextView::endTop() const {
 }
 
 LongTextView::Top LongTextView::movedBy(Top top, int pixels) const {
-  top.hidden += pixels;
-  while (top.hidden < 0 && top.line > 0) top.hidden += heightOf(--top.line);
-  while (top.line + 1 < text_.lineCount() && top.hidden >= heightOf(top.line)) {
-    top.hidden -= heightOf(top.line++);
+  top.pixelsAbove += pixels;
+  while (top.pixelsAbove < 0 && top.line > 0) top.pixelsAbove += heightOf(--top.line);
+  while (top.line + 1 < text_.lineCount() && top.pixelsAbove >= heightOf(top.line)) {
+    top.pixelsAbove -= heightOf(top.line++);
   }
-  top.hidden = std::max(top.hidden, 0);
+  top.pixelsAbove = std::max(top.pixelsAbove, 0);
   return top;
 }
 
@@ -152,21 +152,21 @@ void LongTextView::setTop(Top top) {
 
 void LongTextView::scrollToEnd() {
   scrollsToEnd_ = true;
-  settleLater();
+  updateScrollLater();
 }
 
 bool LongTextView::isAtEnd() {
-  settle();
+  updateScroll();
   return top_ == endTop();
 }
 
-void LongTextView::settleLater() {
-  isSettled_ = false;
+void LongTextView::updateScrollLater() {
+  isScrollCurrent_ = false;
   viewport()->update();
 }
 
-void LongTextView::settle() {
-  if (std::exchange(isSettled_, true)) return;
+void LongTextView::updateScroll() {
+  if (std::exchange(isScrollCurrent_, true)) return;
   if (std::exchange(scrollsToEnd_, false)) top_ = endTop();
   updateScrollBar();
 }
@@ -175,7 +175,7 @@ void LongTextView::updateScrollBar() {
   forgetLayoutsOffScreen();
   const auto stepsOf = [this](const Top& top) {
     if (text_.isEmpty()) return 0;
-    const int part = top.hidden * kStepsPerLine / std::max(1, heightOf(top.line));
+    const int part = top.pixelsAbove * kStepsPerLine / std::max(1, heightOf(top.line));
     return static_cast<int>(top.line) * kStepsPerLine + part;
   };
   const QScopedValueRollback guard(settingBar_, true);
@@ -187,7 +187,7 @@ void LongTextView::updateScrollBar() {
   verticalScrollBar()->setValue(stepsOf(top_));
 }
 
-// The user has moved the scroll bar; where the view has, the top is known more exactly already.
+// The user has moved the scroll bar. When the view moves it, the top is already known more exactly.
 void LongTextView::scrollContentsBy(int /*dx*/, int dy) {
   if (settingBar_ || dy == 0) return;
   const int value = verticalScrollBar()->value();
@@ -195,7 +195,7 @@ void LongTextView::scrollContentsBy(int /*dx*/, int dy) {
     top_ = endTop();
   } else {
     top_.line = static_cast<std::size_t>(value / kStepsPerLine);
-    top_.hidden = value % kStepsPerLine * heightOf(top_.line) / kStepsPerLine;
+    top_.pixelsAbove = value % kStepsPerLine * heightOf(top_.line) / kStepsPerLine;
   }
   forgetLayoutsOffScreen();
   viewport()->update();
@@ -226,20 +226,20 @@ QColor LongTextView::colorOf(const TextLine& line) const {
 }
 
 bool LongTextView::event(QEvent* event) {
-  settle();
+  updateScroll();
   const bool handled = QAbstractScrollArea::event(event);
   if (event->type() == QEvent::FontChange) layOutAgain();
   return handled;
 }
 
 bool LongTextView::viewportEvent(QEvent* event) {
-  settle();
+  updateScroll();
   return QAbstractScrollArea::viewportEvent(event);
 }
 
 void LongTextView::paintEvent(QPaintEvent* /*event*/) {
   QPainter painter(viewport());
-  int y = -top_.hidden;
+  int y = -top_.pixelsAbove;
   for (std::size_t line = top_.line; line < text_.lineCount() && y < viewHeight(); ++line) {
     painter.setPen(colorOf(text_.line(line)));
     QList<QTextLayout::FormatRange> selections;

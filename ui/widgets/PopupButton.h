@@ -5,8 +5,8 @@
 
 namespace tolvane {
 
-// A choice of one among a few titles. Screen readers are told its accessible name and, as its
-// description, the choice; the toolkit's own gives the choice for a name.
+// A choice of one among a few titles. To a screen reader the choice is its description; with
+// QComboBox it takes the place of the accessible name.
 class PopupButton : public QComboBox {
   Q_OBJECT
 

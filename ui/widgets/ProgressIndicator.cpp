@@ -37,8 +37,8 @@ void ProgressIndicator::hideAndReset() {
 void ProgressIndicator::setMode(bool indeterminate, double value) {
   indeterminate_ = indeterminate;
   value_ = value;
-  // The toolkit's bar would paint at once, and all else that has changed with it. Allowing it again
-  // asks for a later picture.
+  // QProgressBar repaints at once, and with it everything that has changed. Enabling updates again
+  // schedules an ordinary repaint.
   setUpdatesEnabled(false);
   setValue(static_cast<int>(std::clamp(value, minValue(), maxValue())));
   setUpdatesEnabled(true);

@@ -6,7 +6,7 @@
 
 namespace tolvane {
 
-// A bar that shows how far a run has come, or that one is under way. Hidden when idle.
+// A bar that shows the progress of a run, or only that one is on. Hidden when idle.
 class ProgressIndicator : public QProgressBar {
   Q_OBJECT
 

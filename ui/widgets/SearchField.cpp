@@ -52,6 +52,11 @@ void SearchField::changeEvent(QEvent* event) {
   if (event->type() == QEvent::PaletteChange && lens_ != nullptr) drawLens();
 }
 
+void SearchField::focusInEvent(QFocusEvent* event) {
+  QLineEdit::focusInEvent(event);
+  emit focused();
+}
+
 void SearchField::keyPressEvent(QKeyEvent* event) {
   if (event->key() == Qt::Key_Escape && !text().isEmpty()) {
     clear();

@@ -5,7 +5,7 @@
 
 namespace tolvane {
 
-// A line of text to search for. Escape clears it.
+// The query of a search. Escape clears it.
 class SearchField : public QLineEdit {
   Q_OBJECT
 
@@ -18,9 +18,11 @@ class SearchField : public QLineEdit {
  signals:
   // The user, or a program on the user's behalf, has changed the text or asked for a search.
   void searchRequested();
+  void focused();
 
  protected:
   void changeEvent(QEvent* event) override;
+  void focusInEvent(QFocusEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
 
  private:

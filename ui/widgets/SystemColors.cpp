@@ -13,7 +13,7 @@ constexpr QRgb kGreenOnDark = 0xff4cd964;
 constexpr QRgb kOrange = 0xffa65200;
 constexpr QRgb kOrangeOnDark = 0xffffa33a;
 
-// How much of the text's colour there is in a colour between it and its background.
+// The share of the text's colour in a mixture with its background.
 constexpr double kSecondaryWeight = 0.65;
 constexpr double kSeparatorWeight = 0.25;
 

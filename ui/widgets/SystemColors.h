@@ -12,7 +12,7 @@ bool isDark(const QPalette& palette);
 // For text that is less important than the rest.
 QColor secondaryLabelColor(const QPalette& palette);
 
-// For thin lines between things.
+// For thin separating lines.
 QColor separatorColor(const QPalette& palette);
 
 // The colour of a console line: red for "error", green for "success", orange for "warning", the

@@ -49,15 +49,15 @@ class ArchiveWindow : public Workflow {
     runUntil([&] { return status().starts_with("Archive complete."); });
   }
 
-  // From the click to this status, past the sheet.
+  // From the click to this status, past the question.
   void archiveUntilStatus(const std::string& text) {
     check();
     answer(0);
     runUntilStatus(text);
   }
 
-  // The main thread stands still until this is logged, and for a while in which whatever must not
-  // follow it has time to come.
+  // Blocks the main thread until this is logged, and a little longer, so that what must not follow
+  // has time to come.
   void standStillUntil(const std::string& report) const {
     const auto end = std::chrono::steady_clock::now() + kPatience;
     const auto isLogged = [&] {
@@ -124,7 +124,7 @@ class ArchiveWindow : public Workflow {
     return lines;
   }
 
-  // What the console tells of an archive that lacks one package, from the click to the lines of its
+  // The console lines of an archive that lacks one package, from the click to the lines of its
   // download, and then.
   std::vector<std::string> linesOf(const ServedPackage& package,
                                    const std::vector<std::string>& andThen) const {

@@ -25,7 +25,7 @@ inline void PrintTo(const QString& string, std::ostream* stream) {
 // Keeps the dialogs that would be shown, for a test to answer.
 class ScriptedDialogs : public Dialogs {
  public:
-  struct Sheet {
+  struct ShownAlert {
     QWidget* window;
     Alert alert;
     Answered answered;
@@ -45,7 +45,7 @@ class ScriptedDialogs : public Dialogs {
     FolderChosen chosen;
   };
 
-  std::vector<Sheet> shown;
+  std::vector<ShownAlert> shown;
   std::vector<Panel> panels;
 };
 

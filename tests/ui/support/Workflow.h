@@ -41,7 +41,7 @@ class StatusRecorder : public QObject {
 };
 
 // Keeps package steps of the download queue from ending for as long as it lives, so that those
-// behind them wait. A step tells the log bus, on its own thread, what it is about to download.
+// behind them wait. A step logs, on its own thread, what it is about to download.
 class HeldSteps {
  public:
   HeldSteps()
@@ -167,7 +167,7 @@ class Workflow : public Window {
     return repository() + "debs/" + package.filename();
   }
 
-  // One sheet is open, which says this and takes no answer but "OK".
+  // One alert is open, with these texts and the button "OK".
   void expectNotice(std::string_view message, std::string_view information) const {
     ASSERT_EQ(dialogs.shown.size(), 1u);
     EXPECT_EQ(dialogs.shown[0].window, controller.window());
@@ -175,12 +175,12 @@ class Workflow : public Window {
     EXPECT_EQ(dialogs.shown[0].alert.informativeText, information);
     EXPECT_THAT(dialogs.shown[0].alert.buttons, testing::ElementsAre("OK"));
   }
-  // Answers the open sheet.
+  // Answers the open alert.
   void answer(std::size_t button) {
     ASSERT_FALSE(dialogs.shown.empty());
-    const auto sheet = dialogs.shown.back();
+    const auto alert = dialogs.shown.back();
     dialogs.shown.pop_back();
-    sheet.answered(button);
+    alert.answered(button);
   }
   void chooseFolder(const std::string& path) { answerPanel(ChosenFolder{path, nullptr}); }
   void cancelPanel() { answerPanel(std::nullopt); }

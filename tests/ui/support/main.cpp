@@ -4,7 +4,7 @@
 
 #include "tests/support/TemporaryFolder.h"
 
-// The window's tests need an application, no screen, and no settings of whoever runs them.
+// The window's tests need an application, no screen, and none of the user's settings.
 int main(int argc, char** argv) {
   testing::InitGoogleTest(&argc, argv);
   const tolvane::TemporaryFolder home;

@@ -14,11 +14,12 @@
 namespace tolvane {
 namespace {
 
-// Pictures of each workflow, in its middle and at its end, kept where TOLVANE_PICTURES says.
+// Screenshots of each workflow, in its middle and at its end, saved where TOLVANE_SCREENSHOTS
+// names.
 
 constexpr int kPackages = 40;
 
-class SheetsOfOneFolder : public QtDialogs {
+class DialogsOfOneFolder : public QtDialogs {
  public:
   void beginFolderPanel(QWidget*, const FolderPanel&, FolderChosen chosen) override {
     chosen(ChosenFolder{folder.path(), nullptr});
@@ -27,16 +28,16 @@ class SheetsOfOneFolder : public QtDialogs {
   TemporaryFolder folder;
 };
 
-class WorkflowPictures : public testing::Test {
+class WorkflowScreenshots : public testing::Test {
  protected:
-  WorkflowPictures() {
+  WorkflowScreenshots() {
     QApplication::setWindowIcon(applicationIcon());
     window.controller().centralArchiveClient().setApiBaseURL(archive.baseURL());
     window.resize(1180, 700);
     window.show();
     EXPECT_TRUE(QTest::qWaitForWindowExposed(&window));
   }
-  ~WorkflowPictures() override {
+  ~WorkflowScreenshots() override {
     QDir(toQString(ViewController::centralArchiveTemporaryFolder())).removeRecursively();
   }
 
@@ -72,7 +73,7 @@ class WorkflowPictures : public testing::Test {
     ASSERT_TRUE(waitForStatus("Found 40 packages."));
   }
 
-  QMessageBox* sheet() const {
+  QMessageBox* alert() const {
     for (auto* const box : window.findChildren<QMessageBox*>()) {
       if (box->isVisible()) return box;
     }
@@ -83,30 +84,30 @@ class WorkflowPictures : public testing::Test {
     QApplication::processEvents();
     const QImage image = widget.grab().toImage();
     EXPECT_FALSE(image.isNull());
-    const QString folder = QString::fromLocal8Bit(qgetenv("TOLVANE_PICTURES"));
+    const QString folder = QString::fromLocal8Bit(qgetenv("TOLVANE_SCREENSHOTS"));
     if (folder.isEmpty()) return;
     QDir().mkpath(folder);
     EXPECT_TRUE(image.save(folder + '/' + QLatin1String(name) + QStringLiteral(".png")));
   }
 
-  // The window under its sheet, and the sheet by itself, which is then closed.
-  void keepWithSheet(const char* name, const char* sheetsName) {
-    ASSERT_TRUE(waitFor([&] { return sheet() != nullptr; }));
+  // The window with its alert, and the alert by itself, which is then closed.
+  void keepWithAlert(const char* name, const char* alertsName) {
+    ASSERT_TRUE(waitFor([&] { return alert() != nullptr; }));
     keep(window, name);
-    keep(*sheet(), sheetsName);
-    sheet()->close();
+    keep(*alert(), alertsName);
+    alert()->close();
   }
 
   LoopbackServer server;
   CentralArchiveServer archive;
   Gate gate;
   QtMainQueue& queue = lastingQueue();
-  SheetsOfOneFolder dialogs;
+  DialogsOfOneFolder dialogs;
   MainWindow window{queue, dialogs};
   const MainWindowControls& c = window.controller().controls();
 };
 
-TEST_F(WorkflowPictures, OfAFetch) {
+TEST_F(WorkflowScreenshots, OfAFetch) {
   server.on("/repo/Packages.gz", heldBy(gate, respond(404, "")));
   fetch(server.url("/repo/"));
   ASSERT_TRUE(waitFor([&] { return server.targets().size() == 2; }));
@@ -117,21 +118,21 @@ TEST_F(WorkflowPictures, OfAFetch) {
   keep(window, "fetch-end");
 }
 
-TEST_F(WorkflowPictures, OfTheFallbackQuestion) {
+TEST_F(WorkflowScreenshots, OfTheFallbackQuestion) {
   fetch("https" + server.url("/repo/").substr(4));
-  keepWithSheet("fallback", "fallback-sheet");
+  keepWithAlert("fallback", "fallback-alert");
 }
 
-TEST_F(WorkflowPictures, OfADownload) {
+TEST_F(WorkflowScreenshots, OfADownload) {
   load(true);
   QTest::mouseClick(c.downloadMissingButton, Qt::LeftButton);
   ASSERT_TRUE(waitForStatus("Downloading missing 39 / 40"));
   keep(window, "download-middle");
   gate.open();
-  keepWithSheet("download-end", "download-sheet");
+  keepWithAlert("download-end", "download-alert");
 }
 
-TEST_F(WorkflowPictures, OfAnArchive) {
+TEST_F(WorkflowScreenshots, OfAnArchive) {
   load(false);
   std::string entries;
   for (int i = 0; i < 6; ++i) {
@@ -143,9 +144,9 @@ TEST_F(WorkflowPictures, OfAnArchive) {
   const auto accepted = respond(200, R"({"ok":true})");
   archive.answer("upload_package.php", inTurn({accepted, accepted, heldBy(gate, accepted)}));
   QTest::mouseClick(c.checkArchiveButton, Qt::LeftButton);
-  ASSERT_TRUE(waitFor([&] { return sheet() != nullptr; }));
-  keep(*sheet(), "archive-sheet");
-  QTest::keyClick(sheet(), Qt::Key_Return);
+  ASSERT_TRUE(waitFor([&] { return alert() != nullptr; }));
+  keep(*alert(), "archive-alert");
+  QTest::keyClick(alert(), Qt::Key_Return);
   ASSERT_TRUE(waitForStatus("Uploading 3 / 6"));
   keep(window, "archive-middle");
   gate.open();

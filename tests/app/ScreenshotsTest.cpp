@@ -18,8 +18,8 @@
 namespace tolvane {
 namespace {
 
-// Pictures of everything that the program shows, in both themes. They are kept in the folder that
-// TOLVANE_PICTURES names, for people to look at; without it they are only checked for being there.
+// Screenshots of everything that the program shows, in both themes. They are saved in the folder
+// that TOLVANE_SCREENSHOTS names; without it they are only checked to be painted.
 
 const char* const kNames[] = {"Amber Dock", "Fern Widgets", "Tide Bar",   "Tiny Git",
                               "Lantern",    "Quiet Hours",  "Paper Keys", "North Clock",
@@ -94,16 +94,16 @@ void PrintTo(const Theme& theme, std::ostream* stream) {
   *stream << theme.name;
 }
 
-class Pictures : public testing::TestWithParam<Theme> {
+class Screenshots : public testing::TestWithParam<Theme> {
  protected:
-  Pictures() {
+  Screenshots() {
     QApplication::setStyle(QStyleFactory::create("Fusion"));
     if (GetParam().dark) QApplication::setPalette(darkPalette());
     QApplication::setWindowIcon(applicationIcon());
     buildMainMenu(window, delegate, [] {});
     resizeTo({1030, 614});
   }
-  ~Pictures() override { QApplication::setPalette(QPalette()); }
+  ~Screenshots() override { QApplication::setPalette(QPalette()); }
 
   void resizeTo(QSize size) {
     window.resize(size);
@@ -139,7 +139,7 @@ class Pictures : public testing::TestWithParam<Theme> {
     EXPECT_EQ(image.deviceIndependentSize().toSize(), widget.size());
     const QRgb background = image.pixel(2, image.height() - 2);
     EXPECT_EQ(qGray(background) < 128, GetParam().dark);
-    const QByteArray folder = qgetenv("TOLVANE_PICTURES");
+    const QByteArray folder = qgetenv("TOLVANE_SCREENSHOTS");
     if (folder.isEmpty()) return;
     QDir().mkpath(QString::fromLocal8Bit(folder));
     EXPECT_TRUE(image.save(
@@ -155,20 +155,20 @@ class Pictures : public testing::TestWithParam<Theme> {
   const MainWindowControls& c = window.controller().controls();
 };
 
-TEST_P(Pictures, OfTheEmptyWindow) {
+TEST_P(Screenshots, OfTheEmptyWindow) {
   keep(window, "empty");
   resizeTo({1600, 1000});
   keep(window, "empty-large");
 }
 
-TEST_P(Pictures, OfAThousandPackages) {
+TEST_P(Screenshots, OfAThousandPackages) {
   loadAndHighlight();
   keep(window, "packages");
   resizeTo({1600, 1000});
   keep(window, "packages-large");
 }
 
-TEST_P(Pictures, OfErrorsOnly) {
+TEST_P(Screenshots, OfErrorsOnly) {
   loadAndHighlight();
   c.consoleFilterPopup->setCurrentIndex(1);
   window.controller().showDeterminateProgressWithCompleted(37, 100);
@@ -180,7 +180,7 @@ TEST_P(Pictures, OfErrorsOnly) {
   keep(window, "errors-only-large");
 }
 
-TEST_P(Pictures, OfASearchAndAnIndeterminateBar) {
+TEST_P(Screenshots, OfASearchAndAnIndeterminateBar) {
   loadAndHighlight();
   c.searchField->setText("tide");
   c.searchField->setFocus();
@@ -188,21 +188,21 @@ TEST_P(Pictures, OfASearchAndAnIndeterminateBar) {
   keep(window, "search");
 }
 
-TEST_P(Pictures, OfTheAboutWindow) {
+TEST_P(Screenshots, OfTheAboutWindow) {
   delegate.showCustomAboutWindow();
   keep(*delegate.aboutWindow(), "about");
 }
 
-TEST_P(Pictures, OfTheMetadataSheet) {
+TEST_P(Screenshots, OfTheMetadataAlert) {
   QTest::mouseClick(c.archiveMetadataInfoButton, Qt::LeftButton);
   auto* const box = window.findChild<QMessageBox*>();
   ASSERT_NE(box, nullptr);
   EXPECT_EQ(box->windowModality(), Qt::WindowModal);
-  keep(*box, "metadata-sheet");
+  keep(*box, "metadata-alert");
   box->close();
 }
 
-TEST_P(Pictures, OfTheQuitAlert) {
+TEST_P(Screenshots, OfTheQuitAlert) {
   QMessageBox box;
   fillMessageBox(box, {"Could not save changes while quitting. Quit anyway?",
                        "Quitting now will lose any changes you have made since the last "
@@ -212,7 +212,7 @@ TEST_P(Pictures, OfTheQuitAlert) {
   keep(box, "quit-alert");
 }
 
-INSTANTIATE_TEST_SUITE_P(Themes, Pictures,
+INSTANTIATE_TEST_SUITE_P(Themes, Screenshots,
                          testing::Values(Theme{"light", false}, Theme{"dark", true}));
 
 }  // namespace
